@@ -1,0 +1,34 @@
+# The two commands of the README: `make run` and `make test`. Each installs what is
+# missing, configures, builds and runs.
+JOBS ?= $(shell nproc)
+CMAKE_FLAGS ?=
+
+.PHONY: all deps run test bench build-release build-asan clean format
+
+all: build-release
+
+deps:
+	@bash scripts/install-deps.sh
+
+build-release: deps
+	@cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DVXKD_BUILD_TESTS=OFF $(CMAKE_FLAGS) >/dev/null
+	@cmake --build build/release -j $(JOBS)
+
+build-asan: deps
+	@cmake -S . -B build/asan -DCMAKE_BUILD_TYPE=Debug -DVXKD_SANITIZE=ON -DVXKD_BUILD_BENCH=OFF $(CMAKE_FLAGS) >/dev/null
+	@cmake --build build/asan -j $(JOBS)
+
+run: build-release
+	@bash scripts/run-main.sh build/release/bin
+
+test: build-asan
+	@cd build/asan && ctest --output-on-failure -j $(JOBS)
+
+bench: build-release
+	@for b in build/release/bin/*_bench; do echo "== $$b"; $$b --benchmark_min_time=0.2; done
+
+format:
+	@clang-format -i $$(git ls-files '*.h' '*.cpp')
+
+clean:
+	@rm -rf build out

@@ -1,0 +1,56 @@
+#include "platform/env.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+CEnv::~CEnv() = default;
+
+namespace {
+
+CEnv& systemEnv() {
+  static CEnv env;
+  return env;
+}
+
+CEnv* gInstalled = nullptr;
+
+}  // namespace
+
+CEnv& CEnv::current() { return gInstalled ? *gInstalled : systemEnv(); }
+
+CEnv* CEnv::install(CEnv* env) {
+  CEnv* previous = &current();
+  gInstalled = env;
+  return previous;
+}
+
+int CEnv::openFile(const std::string& path, int flags, mode_t mode) {
+  return ::open(path.c_str(), flags | O_CLOEXEC, mode);
+}
+
+ssize_t CEnv::readFile(int fd, void* buffer, size_t size) { return ::read(fd, buffer, size); }
+
+ssize_t CEnv::writeFile(int fd, const void* data, size_t size) { return ::write(fd, data, size); }
+
+int CEnv::closeFile(int fd) { return ::close(fd); }
+
+int CEnv::syncFile(int fd) { return ::fsync(fd); }
+
+int CEnv::statFd(int fd, struct stat* st) { return ::fstat(fd, st); }
+
+int CEnv::statPath(const std::string& path, struct stat* st) { return ::stat(path.c_str(), st); }
+
+int CEnv::unlinkPath(const std::string& path) { return ::unlink(path.c_str()); }
+
+int CEnv::renamePath(const std::string& from, const std::string& to) {
+  return std::rename(from.c_str(), to.c_str());
+}
+
+int CEnv::lockFd(int fd, int operation) { return ::flock(fd, operation); }
+
+int CEnv::setFdTimes(int fd, const struct timespec times[2]) { return ::futimens(fd, times); }
+
+int CEnv::checkDatabaseWrite(const std::string&, size_t) { return 0; }

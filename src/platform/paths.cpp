@@ -1,0 +1,35 @@
+#include "platform/paths.h"
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+#include "platform/sz.h"
+
+namespace cuFile {
+
+CWsz libraryFolder() {
+  Dl_info info{};
+  if (!dladdr(reinterpret_cast<void*>(&libraryFolder), &info) || !info.dli_fname) return CWsz();
+  std::string path = info.dli_fname;
+  auto slash = path.rfind('/');
+  if (slash == std::string::npos) return CWsz(L".");
+  return CWsz::fromUtf8(path.substr(0, slash).c_str());
+}
+
+CWsz joinPath(const wchar_t* folder, const wchar_t* name) {
+  CWsz out(folder);
+  if (!out.isEmpty() && out.at(out.length() - 1) != L'/') out.cat(L'/');
+  const wchar_t* n = name ? name : L"";
+  while (*n == L'/' && !out.isEmpty()) ++n;
+  return out.cat(n);
+}
+
+bool exists(const wchar_t* path) {
+  if (!path || !*path) return false;
+  struct stat st {};
+  return ::stat(nativePath(path).c_str(), &st) == 0;
+}
+
+std::string nativePath(const wchar_t* path) { return cuSz::toUtf8(path ? path : L""); }
+
+}  // namespace cuFile
