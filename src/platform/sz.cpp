@@ -23,6 +23,10 @@ int compareNoCase(const wchar_t* a, const wchar_t* b) {
   if (!a) a = L"";
   if (!b) b = L"";
   for (;; ++a, ++b) {
+    if (*a == *b) {
+      if (*a == 0) return 0;
+      continue;
+    }
     char32_t fa = foldCase(static_cast<char32_t>(*a));
     char32_t fb = foldCase(static_cast<char32_t>(*b));
     if (fa != fb) return fa < fb ? -1 : 1;

@@ -58,7 +58,8 @@ CWsz& CWsz::trim() {
     return *this;
   }
   auto last = str_.find_last_not_of(kBlanks);
-  str_ = str_.substr(first, last - first + 1);
+  str_.erase(last + 1);
+  str_.erase(0, first);
   return *this;
 }
 

@@ -1,0 +1,347 @@
+#include "foundation/obj_array.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "platform/sz.h"
+#include "support/ui_fixture.h"
+
+namespace {
+
+struct Item {
+  long id = 0;
+  CWsz name;
+  int key = 0;  // the numeric sort key
+  int tag = 0;  // tells equal-keyed items apart
+};
+
+// A concrete array: column 1 sorts by name, column 2 by key.
+class ItemArray : public CKdObjArray {
+ public:
+  ItemArray() = default;
+  ItemArray(const ItemArray& other) : CKdObjArray() {
+    hardInit();
+    copyFrom(other);
+  }
+  ItemArray& operator=(const ItemArray& other) {
+    copyFrom(other);
+    return *this;
+  }
+  ~ItemArray() override { reset(); }
+
+  long idAt(int index) const override { return item(index) ? item(index)->id : 0; }
+  const wchar_t* nameAt(int index) const override {
+    return item(index) ? item(index)->name.wsz() : emptyWsz();
+  }
+  const Item* item(int index) const { return static_cast<const Item*>(objAt(index)); }
+  void add(long id, const wchar_t* name = L"", int key = 0, int tag = 0) {
+    Item i{id, CWsz(name), key, tag};
+    append(&i);
+  }
+  std::vector<long> ids() const {
+    std::vector<long> out;
+    for (int i = 0; i < length(); ++i) out.push_back(idAt(i));
+    return out;
+  }
+  mutable int comparisons = 0;
+
+ protected:
+  void* objClone(const void* obj) const override {
+    return obj ? new Item(*static_cast<const Item*>(obj)) : nullptr;
+  }
+  void objDelete(void* obj) const override { delete static_cast<Item*>(obj); }
+  int sortCmp(int sortId, const void* a, const void* b) const override {
+    ++comparisons;
+    if (sortId < 1) std::swap(a, b);
+    const auto* x = static_cast<const Item*>(a);
+    const auto* y = static_cast<const Item*>(b);
+    switch (std::abs(sortId) - 1) {
+      case 0:
+        return cuSz::compareNoCase(x->name, y->name);
+      case 1:
+        return x->key - y->key;
+      default:
+        return 0;
+    }
+  }
+};
+
+ItemArray withIds(std::initializer_list<long> ids) {
+  ItemArray a;
+  for (long id : ids) a.add(id);
+  return a;
+}
+
+struct NextIdCase {
+  std::vector<long> ids;
+  long minId, maxId, expected;
+};
+
+class NextIdTest : public ::testing::TestWithParam<NextIdCase> {};
+
+TEST_P(NextIdTest, TakesHighestPlusOneElseFirstGapElseZero) {
+  ItemArray a;
+  for (long id : GetParam().ids) a.add(id);
+  EXPECT_EQ(a.nextId(GetParam().minId, GetParam().maxId), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ranges, NextIdTest,
+    ::testing::Values(NextIdCase{{}, 1, 9999, 1}, NextIdCase{{1, 2, 7}, 1, 9999, 8},
+                      NextIdCase{{1, 9999}, 1, 9999, 2}, NextIdCase{{1, 2, 3}, 1, 3, 0},
+                      NextIdCase{{}, 5, 4, 0}, NextIdCase{{7}, 5, 4, 0},
+                      NextIdCase{{3, 1, 2}, 1, 3, 0}, NextIdCase{{2, 3}, 1, 3, 1},
+                      NextIdCase{{-5}, 1, 10, 1}, NextIdCase{{50}, 100, 200, 100},
+                      NextIdCase{{150}, 100, 200, 151}, NextIdCase{{200, 100}, 100, 200, 101}));
+
+TEST(ObjArrayTest, NextIdCountsReservedIdsAsUsed) {
+  ItemArray a = withIds({1, 2});
+  CInt32Array reserved{3, 4};
+  EXPECT_EQ(a.nextId(&reserved, 1, 100), 5);
+  // In the gap search too: 1..4 are taken by elements and reservations.
+  ItemArray b = withIds({1, 100});
+  CInt32Array reserved2{2, 3};
+  EXPECT_EQ(b.nextId(&reserved2, 1, 100), 4);
+  CInt32Array all{2, 3, 4};
+  ItemArray c = withIds({1, 5});
+  EXPECT_EQ(c.nextId(&all, 1, 5), 0);
+}
+
+TEST(ObjArrayTest, IsUsedIdIgnoresTheRange) {
+  ItemArray a = withIds({500});
+  CInt32Array reserved{7};
+  EXPECT_TRUE(a.isUsedId(500, nullptr, 1, 10));
+  EXPECT_TRUE(a.isUsedId(7, &reserved, 100, 200));
+  EXPECT_FALSE(a.isUsedId(7, nullptr, 1, 10));
+}
+
+TEST(ObjArrayTest, DeleteAtRefusesRepeatedIndexesAndDeletesNothing) {
+  ItemArray a = withIds({10, 11, 12, 13, 14, 15});
+  EXPECT_FALSE(a.deleteAt(CInt32Array{4, 1, 4}));
+  EXPECT_EQ(a.ids(), (std::vector<long>{10, 11, 12, 13, 14, 15}));
+}
+
+TEST(ObjArrayTest, DeleteAtSkipsIndexesOutOfRange) {
+  ItemArray a = withIds({10, 11, 12});
+  EXPECT_TRUE(a.deleteAt(CInt32Array{0, 99}));
+  EXPECT_EQ(a.ids(), (std::vector<long>{11, 12}));
+  EXPECT_TRUE(a.deleteAt(CInt32Array{}));
+  EXPECT_EQ(a.length(), 2);
+}
+
+TEST(ObjArrayTest, DeleteAtManyIndexesKeepsTheOthersInOrder) {
+  ItemArray a = withIds({10, 11, 12, 13, 14, 15});
+  EXPECT_TRUE(a.deleteAt(CInt32Array{1, 5, 3, -1}));
+  EXPECT_EQ(a.ids(), (std::vector<long>{10, 12, 14}));
+}
+
+TEST(ObjArrayTest, InsertUpdateSwapAndDeleteKeepOrder) {
+  ItemArray a = withIds({1, 2, 3});
+  Item x;
+  x.id = 9;
+  EXPECT_TRUE(a.insertAt(10, &x));
+  EXPECT_EQ(a.ids(), (std::vector<long>{1, 2, 3, 9}));
+  x.id = 8;
+  EXPECT_TRUE(a.insertAt(1, &x));
+  EXPECT_EQ(a.ids(), (std::vector<long>{1, 8, 2, 3, 9}));
+  x.id = 7;
+  EXPECT_TRUE(a.updateAt(0, &x));
+  EXPECT_FALSE(a.updateAt(5, &x));
+  EXPECT_FALSE(a.insertAt(0, nullptr));
+  EXPECT_FALSE(a.append(static_cast<const void*>(nullptr)));
+  EXPECT_TRUE(a.swapAt(0, 4));
+  EXPECT_FALSE(a.swapAt(0, 5));
+  EXPECT_TRUE(a.deleteAt(2));
+  EXPECT_FALSE(a.deleteAt(4));
+  EXPECT_EQ(a.ids(), (std::vector<long>{9, 8, 3, 7}));
+  EXPECT_EQ(a.objAt(4), nullptr);
+  EXPECT_EQ(a.objAt(-1), nullptr);
+}
+
+TEST(ObjArrayTest, ElementsAreCopiesNotTheCallersObjects) {
+  ItemArray a;
+  Item x;
+  x.id = 1;
+  x.name = L"one";
+  a.append(&x);
+  x.name = L"changed";
+  EXPECT_STREQ(a.nameAt(0), L"one");
+  ItemArray b(a);
+  EXPECT_NE(b.objAt(0), a.objAt(0));
+}
+
+TEST(ObjArrayTest, FindNameIgnoresCaseIncludingUmlauts) {
+  ItemArray a;
+  a.add(1, L"LAYER");
+  a.add(2, L"Ääkkönen");
+  a.add(3, L"layer");
+  EXPECT_EQ(a.findName(L"layer"), a.objAt(0));
+  EXPECT_EQ(a.indexOfName(L"ÄÄKKÖNEN"), 1);
+  EXPECT_EQ(a.indexOfName(L"missing"), -1);
+  EXPECT_EQ(a.findId(3), a.objAt(2));
+  EXPECT_EQ(a.findId(4), nullptr);
+}
+
+TEST(ObjArrayTest, UpdateSortIdTogglesTheDirectionOfTheSameColumn) {
+  ItemArray a;
+  a.setSortId(2);
+  a.updateSortId(2);
+  EXPECT_EQ(a.sortId(), -2);
+  a.updateSortId(2);
+  EXPECT_EQ(a.sortId(), 2);
+  a.updateSortId(3);
+  EXPECT_EQ(a.sortId(), 3);
+}
+
+TEST(ObjArrayTest, SortByIdZeroLeavesOrderButRecordsIt) {
+  ItemArray a;
+  a.add(3, L"c");
+  a.add(1, L"a");
+  a.setSortId(1);
+  a.sort(0);
+  EXPECT_EQ(a.ids(), (std::vector<long>{3, 1}));
+  EXPECT_EQ(a.sortId(), 0);
+  ItemArray single = withIds({5});
+  single.sort(-2);
+  EXPECT_EQ(single.sortId(), -2);
+}
+
+TEST(ObjArrayTest, ShortSortKeepsEqualElementsInOrder) {
+  ItemArray a;
+  // Eleven elements: every insertion point lies in the linear part.
+  int keys[] = {3, 1, 2, 1, 3, 2, 1, 3, 2, 1, 2};
+  for (int i = 0; i < 11; ++i) a.add(i, L"", keys[i], i);
+  a.sort(2);
+  for (int i = 1; i < a.length(); ++i) {
+    const Item* prev = a.item(i - 1);
+    const Item* cur = a.item(i);
+    ASSERT_LE(prev->key, cur->key);
+    if (prev->key == cur->key) {
+      EXPECT_LT(prev->tag, cur->tag) << "at " << i;
+    }
+  }
+}
+
+TEST(ObjArrayTest, SortDescendingByNameIgnoresCase) {
+  ItemArray a;
+  a.add(1, L"beta");
+  a.add(2, L"ALPHA");
+  a.add(3, L"Gamma");
+  a.sort(-1);
+  EXPECT_EQ(a.ids(), (std::vector<long>{3, 1, 2}));
+  a.updateSortId(1);
+  a.sortByCurrentSortId();
+  EXPECT_EQ(a.ids(), (std::vector<long>{2, 1, 3}));
+}
+
+TEST(ObjArrayTest, LongSortOrdersTenThousandRandomKeys) {
+  std::mt19937 rng(42);
+  for (int sortId : {2, -2}) {
+    ItemArray a;
+    std::vector<int> keys;
+    for (int i = 0; i < 10000; ++i) {
+      int k = static_cast<int>(rng() % 5000);  // many duplicates too
+      keys.push_back(k);
+      a.add(i, L"", k, i);
+    }
+    a.sort(sortId);
+    std::sort(keys.begin(), keys.end());
+    if (sortId < 0) std::reverse(keys.begin(), keys.end());
+    ASSERT_EQ(a.length(), 10000);
+    for (int i = 0; i < a.length(); ++i) ASSERT_EQ(a.item(i)->key, keys[i]) << "at " << i;
+  }
+}
+
+TEST(ObjArrayTest, LongSortPlacesASmallestElementFirst) {
+  // A prefix of twelve sorted elements and then one smaller than all of them: the binary
+  // search must reach the very front.
+  ItemArray a;
+  for (int i = 0; i < 12; ++i) a.add(i, L"", 10 + i);
+  a.add(99, L"", 1);
+  a.sort(2);
+  EXPECT_EQ(a.idAt(0), 99);
+  EXPECT_EQ(a.idAt(1), 0);
+}
+
+TEST(ObjArrayTest, LongSortUsesFewComparisonsOnReversedInput) {
+  ItemArray a;
+  for (int i = 0; i < 2000; ++i) a.add(i, L"", 2000 - i);
+  a.comparisons = 0;
+  a.sort(2);
+  EXPECT_EQ(a.item(0)->key, 1);
+  // A linear insertion sort would need about two million comparisons.
+  EXPECT_LT(a.comparisons, 40000);
+}
+
+TEST(ObjArrayTest, CopyFromTakesSortIdWithoutSorting) {
+  ItemArray source;
+  source.add(2, L"b");
+  source.add(1, L"a");
+  source.setSortId(1);
+  ItemArray target = withIds({7});
+  target.copyFrom(source);
+  EXPECT_EQ(target.sortId(), 1);
+  EXPECT_EQ(target.ids(), (std::vector<long>{2, 1}));
+  ItemArray assigned;
+  assigned = source;
+  EXPECT_EQ(assigned.ids(), (std::vector<long>{2, 1}));
+  EXPECT_EQ(assigned.sortId(), 1);
+}
+
+TEST(ObjArrayTest, ResetClearsElementsAndSortId) {
+  ItemArray a = withIds({1, 2});
+  a.setSortId(-3);
+  a.reset();
+  EXPECT_EQ(a.length(), 0);
+  EXPECT_EQ(a.sortId(), 0);
+  a.add(4);
+  EXPECT_EQ(a.ids(), (std::vector<long>{4}));
+}
+
+// An array whose elements live outside it, so that a missing reset() leaks nothing.
+class BorrowingArray : public CKdObjArray {
+ public:
+  BorrowingArray() = default;
+  // Neither a destructor that resets nor a copy constructor: the programming errors.
+ protected:
+  void* objClone(const void* obj) const override { return const_cast<void*>(obj); }
+  void objDelete(void*) const override {}
+};
+
+class ObjArrayErrorTest : public vxkd_test::RecordingUiTest {};
+
+TEST_F(ObjArrayErrorTest, MissingDestructorShowsApplicationError) {
+  static int element = 1;
+  {
+    BorrowingArray a;
+    a.append(&element);
+  }
+  ASSERT_EQ(ui_.boxCount(), 1);
+  auto box = ui_.lastBox();
+  EXPECT_EQ(box.text, L"Application error: Array class destructor not defined");
+  EXPECT_EQ(box.caption, L"Vantrix");
+  EXPECT_EQ(box.style, MB_TASKMODAL | MB_ICONSTOP);
+}
+
+TEST_F(ObjArrayErrorTest, EmptyArrayWithoutDestructorShowsNothing) {
+  { BorrowingArray a; }
+  EXPECT_EQ(ui_.boxCount(), 0);
+}
+
+TEST_F(ObjArrayErrorTest, CopyThroughBaseGivesEmptyArrayAndApplicationError) {
+  static int element = 1;
+  BorrowingArray a;
+  a.append(&element);
+  BorrowingArray copy(a);
+  EXPECT_EQ(copy.length(), 0);
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Application error: Array copy constructor not defined, but is used");
+  EXPECT_EQ(ui_.lastBox().caption, L"Vantrix");
+  a.reset();
+}
+
+}  // namespace

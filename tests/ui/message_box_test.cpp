@@ -1,0 +1,111 @@
+#include "ui/message_box.h"
+
+#include <gtest/gtest.h>
+
+#include "support/ui_fixture.h"
+
+namespace {
+
+using Kind = CRecordingUiBackend::Kind;
+
+class MessageBoxTest : public vxkd_test::RecordingUiTest {
+ protected:
+  void SetUp() override {
+    RecordingUiTest::SetUp();
+    ASSERT_TRUE(vxkd_test::openLanguageDb());
+  }
+  void TearDown() override {
+    VxKd::lngDb().close();
+    RecordingUiTest::TearDown();
+  }
+};
+
+struct StyleCase {
+  const char* name;
+  int (*show)(HWND, long, const wchar_t*);
+  unsigned style;
+};
+
+class MessageBoxStyleTest : public MessageBoxTest,
+                            public ::testing::WithParamInterface<StyleCase> {};
+
+TEST_P(MessageBoxStyleTest, ShowsLookedUpTextUnderAppTitleWithItsStyle) {
+  GetParam().show(nullptr, 10250, L"#Duct");
+  ASSERT_EQ(ui_.boxCount(), 1);
+  auto box = ui_.lastBox();
+  EXPECT_EQ(box.text, L"Duct");
+  EXPECT_EQ(box.caption, L"Vantrix");
+  EXPECT_EQ(box.style, GetParam().style | MB_TASKMODAL);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Family, MessageBoxStyleTest,
+    ::testing::Values(
+        StyleCase{"msgBox", [](HWND h, long i, const wchar_t* t) { return VxKd::msgBox(h, i, t); },
+                  MB_OK},
+        StyleCase{"msgErrorBox", &VxKd::msgErrorBox, MB_OK | MB_ICONSTOP},
+        StyleCase{"msgWarningBox", &VxKd::msgWarningBox, MB_OK | MB_ICONEXCLAMATION},
+        StyleCase{"okCancelMsgBox", &VxKd::okCancelMsgBox, MB_OKCANCEL},
+        StyleCase{"yesNoMsgBox",
+                  [](HWND h, long i, const wchar_t* t) { return VxKd::yesNoMsgBox(h, i, t); },
+                  MB_YESNO | MB_ICONQUESTION},
+        StyleCase{"yesNoWarningMsgBox", &VxKd::yesNoWarningMsgBox,
+                  MB_YESNO | MB_ICONEXCLAMATION}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(MessageBoxTest, TextIdBelowOneShowsTheTextAsItStandsHashIncluded) {
+  VxKd::msgBox(nullptr, 0, L"#Duct");
+  EXPECT_EQ(ui_.lastBox().text, L"#Duct");
+  VxKd::msgBox(nullptr, -5, L"#Duct", 0, L"#Caption", MB_OK, MB_ICONINFORMATION);
+  EXPECT_EQ(ui_.lastBox().text, L"#Duct");
+  EXPECT_EQ(ui_.lastBox().caption, L"#Caption");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONINFORMATION);
+}
+
+TEST_F(MessageBoxTest, CaptionIsLookedUpToo) {
+  VxKd::yesNoMsgBox(nullptr, 12534, L"#Dataset cannot be opened", 12536, L"#Cannot Open Dataset");
+  EXPECT_EQ(ui_.lastBox().text, L"Dataset cannot be opened");
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Open Dataset");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_YESNO | MB_ICONQUESTION);
+}
+
+TEST_F(MessageBoxTest, ReturnsTheButtonPressed) {
+  ui_.answerBoxWith(IDYES);
+  EXPECT_EQ(VxKd::yesNoMsgBox(nullptr, 0, L"Delete?"), IDYES);
+  // Unscripted, a question gets its safe answer.
+  EXPECT_EQ(VxKd::yesNoWarningMsgBox(nullptr, 0, L"Delete?"), IDNO);
+  EXPECT_EQ(VxKd::okCancelMsgBox(nullptr, 0, L"Go on?"), IDCANCEL);
+}
+
+TEST_F(MessageBoxTest, ItemListFollowsTheTextLineByLine) {
+  CWszArray items;
+  items.append(L"Layer definitions");
+  items.append(L"Text formats");
+  VxKd::msgBox(nullptr, 0, L"Used in:", 11142, L"#Cannot Delete", items);
+  auto box = ui_.lastBox();
+  EXPECT_EQ(box.text, L"Used in:\r\n\r\n - Layer definitions\r\n - Text formats");
+  EXPECT_EQ(box.caption, L"Cannot Delete");
+  EXPECT_EQ(box.style, MB_TASKMODAL | MB_OK | MB_ICONINFORMATION);
+  VxKd::msgBox(nullptr, 0, L"Used in:", 0, L"x", CWszArray());
+  EXPECT_EQ(ui_.lastBox().text, L"Used in:\r\n");
+}
+
+TEST_F(MessageBoxTest, CommonSaveErrorInBothLanguages) {
+  VxKd::commonSaveErrorMsgBox(nullptr);
+  EXPECT_EQ(ui_.lastBox().text, L"Cannot save data");
+  EXPECT_EQ(ui_.lastBox().caption, L"Save Failed");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+  ASSERT_TRUE(VxKd::lngDb().setActiveLanguage(1501));
+  VxKd::commonSaveErrorMsgBox(nullptr);
+  EXPECT_EQ(ui_.lastBox().text, L"Daten können nicht gespeichert werden");
+  EXPECT_EQ(ui_.lastBox().caption, L"Speichern fehlgeschlagen");
+}
+
+TEST_F(MessageBoxTest, WithoutLanguageDatabaseTextsKeepTheirDefaults) {
+  VxKd::lngDb().close();
+  VxKd::commonSaveErrorMsgBox(nullptr);
+  EXPECT_EQ(ui_.lastBox().text, L"Cannot save data");
+  EXPECT_EQ(ui_.lastBox().caption, L"Save Failed");
+}
+
+}  // namespace
