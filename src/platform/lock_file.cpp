@@ -33,7 +33,7 @@ Content buildContent(const wchar_t* owner) {
   }
   units.resize(CLockFile::kContentChars, u'*');
   Content bytes{};
-  for (size_t i = 0; i < units.size(); ++i) {
+  for (size_t i = 0; i < static_cast<size_t>(CLockFile::kContentChars); ++i) {
     bytes[2 * i] = static_cast<unsigned char>(units[i] & 0xFF);
     bytes[2 * i + 1] = static_cast<unsigned char>(units[i] >> 8);
   }
@@ -183,7 +183,8 @@ void CLockFile::release() {
 CWsz CLockFile::lockFileNameFor(const wchar_t* datasetPath) {
   std::wstring path = datasetPath ? datasetPath : L"";
   if (path.size() < 3) return CWsz();
-  path.replace(path.size() - 3, 3, L"lck");
+  path.resize(path.size() - 3);
+  path += L"lck";
   return CWsz(std::move(path));
 }
 
