@@ -39,6 +39,8 @@ int CEnv::closeFile(int fd) { return ::close(fd); }
 
 int CEnv::syncFile(int fd) { return ::fsync(fd); }
 
+int CEnv::truncateFile(int fd, off_t length) { return ::ftruncate(fd, length); }
+
 int CEnv::statFd(int fd, struct stat* st) { return ::fstat(fd, st); }
 
 int CEnv::statPath(const std::string& path, struct stat* st) { return ::stat(path.c_str(), st); }

@@ -25,13 +25,14 @@ class VXKD_API CEnv {
   // keeps ownership and must keep `env` alive while it is installed.
   static CEnv* install(CEnv* env);
 
-  // open(2), read(2), write(2), close(2), fsync(2), fstat(2), stat(2), unlink(2), rename(2),
-  // flock(2), futimens(2).
+  // open(2), read(2), write(2), close(2), fsync(2), ftruncate(2), fstat(2), stat(2), unlink(2),
+  // rename(2), flock(2), futimens(2).
   virtual int openFile(const std::string& path, int flags, mode_t mode = 0644);
   virtual ssize_t readFile(int fd, void* buffer, size_t size);
   virtual ssize_t writeFile(int fd, const void* data, size_t size);
   virtual int closeFile(int fd);
   virtual int syncFile(int fd);
+  virtual int truncateFile(int fd, off_t length);
   virtual int statFd(int fd, struct stat* st);
   virtual int statPath(const std::string& path, struct stat* st);
   virtual int unlinkPath(const std::string& path);

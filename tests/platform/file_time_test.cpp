@@ -1,0 +1,185 @@
+#include "platform/file_time.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <ostream>
+#include <string>
+
+#include "support/faulty_env.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using cuFile::CFileTime;
+using vxkd_test::FaultyEnv;
+
+constexpr int64_t kSecond = CFileTime::kUnitsPerSecond;
+// 2023-11-14 22:13:20 and some 100-ns units: a time no clock stamps by chance.
+constexpr uint64_t kT0 = 1700000000 * kSecond + 1234567;
+
+class FileTimeTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_FALSE(folder_.native().empty());
+    ASSERT_TRUE(vxkd_test::writeBytes(file_, "first"));
+    ASSERT_TRUE(vxkd_test::setModTime(file_, kT0));
+  }
+
+  vxkd_test::TempFolder folder_;
+  std::string file_ = folder_.native("data.vkd");
+  CWsz path_ = folder_.path(L"data.vkd");
+};
+
+TEST_F(FileTimeTest, InitForReadsModificationTimeInHundredNanoseconds) {
+  FaultyEnv env;
+  CFileTime stamp;
+  ASSERT_EQ(stamp.initFor(path_), 0);
+  EXPECT_EQ(stamp.time(), kT0);
+  EXPECT_EQ(stamp.path(), path_);
+  EXPECT_TRUE(stamp.isBound());
+  // The file is opened for reading only and closed again at once.
+  EXPECT_EQ(env.lastOpenFlags() & O_ACCMODE, O_RDONLY);
+  EXPECT_EQ(env.opened(), 1);
+  EXPECT_EQ(env.closed(), 1);
+
+  CFileTime copy(stamp);
+  EXPECT_EQ(copy.path(), path_);
+  EXPECT_EQ(copy.time(), kT0);
+  EXPECT_EQ(copy.initFor(copy.path()), 0);  // rebinding to its own path
+  EXPECT_EQ(copy.path(), path_);
+}
+
+// The file's new time relative to the stored one, and what isModified reports.
+struct TimeCase {
+  int64_t delta;
+  int modified;
+};
+void PrintTo(const TimeCase& c, std::ostream* out) { *out << "delta " << c.delta; }
+
+class IsModifiedTest : public FileTimeTest, public ::testing::WithParamInterface<TimeCase> {};
+
+TEST_P(IsModifiedTest, OnlyStrictlyLaterTimeIsModification) {
+  const TimeCase c = GetParam();
+  CFileTime stamp;
+  ASSERT_EQ(stamp.initFor(path_), 0);
+  ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + c.delta));
+
+  EXPECT_EQ(stamp.isModified(false), c.modified);
+  EXPECT_EQ(stamp.time(), kT0);
+  EXPECT_EQ(stamp.isModified(true), c.modified);
+  EXPECT_EQ(stamp.time(), c.modified ? kT0 + c.delta : kT0);
+  EXPECT_EQ(stamp.isModified(true), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Deltas, IsModifiedTest,
+                         ::testing::Values(TimeCase{-kSecond, 0}, TimeCase{-1, 0}, TimeCase{0, 0},
+                                           TimeCase{1, 1}, TimeCase{kSecond, 1}));
+
+TEST_F(FileTimeTest, UnboundStampGivesMinusThree) {
+  CFileTime stamp;
+  EXPECT_EQ(stamp.isModified(true), -3);
+  EXPECT_EQ(stamp.update(), -3);
+  EXPECT_FALSE(stamp.isBound());
+}
+
+// Ways a path can fail to give a time; each leaves the stamp unbound with time 0.
+enum class Unreadable { missing, folder, empty, tooLong, openRefused, statRefused };
+void PrintTo(Unreadable u, std::ostream* out) {
+  constexpr const char* kNames[] = {"missing", "folder",      "empty",
+                                    "tooLong", "openRefused", "statRefused"};
+  *out << kNames[static_cast<int>(u)];
+}
+
+class InitForFailureTest : public FileTimeTest, public ::testing::WithParamInterface<Unreadable> {};
+
+TEST_P(InitForFailureTest, FailsAndLeavesStampUnbound) {
+  FaultyEnv env;
+  CFileTime stamp;
+  ASSERT_EQ(stamp.initFor(path_), 0);
+  CWsz path = path_;
+  switch (GetParam()) {
+    case Unreadable::missing:
+      path = folder_.path(L"none.vkd");
+      break;
+    case Unreadable::folder:
+      path = CWsz::fromUtf8(folder_.native().c_str());
+      break;
+    case Unreadable::empty:
+      path = CWsz();
+      break;
+    case Unreadable::tooLong:
+      path = CWsz(std::wstring(CFileTime::kMaxPath + 1, L'a'));
+      break;
+    case Unreadable::openRefused:
+      env.failOpen(file_, O_RDONLY, EACCES);
+      break;
+    case Unreadable::statRefused:
+      env.failStatFd(EIO);
+      break;
+  }
+  EXPECT_EQ(stamp.initFor(path), -1);
+  EXPECT_FALSE(stamp.isBound());
+  EXPECT_EQ(stamp.time(), 0u);
+  EXPECT_EQ(env.opened(), env.closed());
+}
+
+INSTANTIATE_TEST_SUITE_P(Causes, InitForFailureTest,
+                         ::testing::Values(Unreadable::missing, Unreadable::folder,
+                                           Unreadable::empty, Unreadable::tooLong,
+                                           Unreadable::openRefused, Unreadable::statRefused));
+
+TEST_F(FileTimeTest, VanishedFileGivesMinusOneAndUpdateClearsTime) {
+  CFileTime stamp;
+  ASSERT_EQ(stamp.initFor(path_), 0);
+  ASSERT_EQ(::unlink(file_.c_str()), 0);
+  EXPECT_EQ(stamp.isModified(true), -1);
+  EXPECT_EQ(stamp.time(), kT0);
+  EXPECT_EQ(stamp.update(), -1);
+  EXPECT_EQ(stamp.time(), 0u);
+  EXPECT_TRUE(stamp.isBound());
+
+  ASSERT_TRUE(vxkd_test::writeBytes(file_, "again"));
+  ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + kSecond));
+  EXPECT_EQ(stamp.update(), 0);
+  EXPECT_EQ(stamp.time(), kT0 + kSecond);
+}
+
+TEST_F(FileTimeTest, TouchForwardMakesSecondWriteWithinOneTickVisible) {
+  CFileTime stamp;
+  ASSERT_EQ(stamp.initFor(path_), 0);
+  const uint64_t before = stamp.time();
+  ASSERT_TRUE(vxkd_test::writeBytes(file_, "second"));
+  ASSERT_TRUE(vxkd_test::setModTime(file_, before));  // the clock did not tick meanwhile
+  ASSERT_EQ(stamp.isModified(false), 0);
+
+  EXPECT_TRUE(CFileTime::touchForward(path_, before));
+  EXPECT_EQ(vxkd_test::modTimeOf(file_), before + 1);
+  EXPECT_EQ(stamp.isModified(false), 1);
+}
+
+TEST_F(FileTimeTest, TouchForwardLeavesLaterTimeAlone) {
+  ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + 5));
+  EXPECT_TRUE(CFileTime::touchForward(path_, kT0));
+  EXPECT_EQ(vxkd_test::modTimeOf(file_), kT0 + 5);
+}
+
+TEST_F(FileTimeTest, TouchForwardStepsPastCoarseClock) {
+  FaultyEnv env;
+  env.keepWholeSeconds(true);
+  EXPECT_TRUE(CFileTime::touchForward(path_, kT0));
+  EXPECT_EQ(vxkd_test::modTimeOf(file_), (kT0 / kSecond + 1) * kSecond);
+}
+
+TEST_F(FileTimeTest, TouchForwardFailsWhenTimeCannotBeSet) {
+  EXPECT_FALSE(CFileTime::touchForward(folder_.path(L"none.vkd"), kT0));
+  FaultyEnv env;
+  env.failSetTimes(EPERM);
+  EXPECT_FALSE(CFileTime::touchForward(path_, kT0));
+  EXPECT_EQ(vxkd_test::modTimeOf(file_), kT0);
+  EXPECT_EQ(env.opened(), env.closed());
+}
+
+}  // namespace

@@ -1,0 +1,375 @@
+#include "platform/lock_file.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cwchar>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "platform/sz.h"
+#include "support/faulty_env.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using vxkd_test::FaultyEnv;
+
+// Another process that takes a lock and holds it until it is told to let go, or is killed.
+// Only one at a time: a second child would inherit the first one's pipe.
+class OtherProcess {
+ public:
+  OtherProcess(const CWsz& lockPath, const wchar_t* owner) {
+    int report[2];
+    int hold[2];
+    if (::pipe(report) != 0 || ::pipe(hold) != 0) return;
+    pid_ = ::fork();
+    if (pid_ == 0) {
+      ::close(report[0]);
+      ::close(hold[1]);
+      CLockFile lock;
+      signed char result = static_cast<signed char>(lock.set(lockPath, owner, nullptr));
+      char byte = 0;
+      bool ok = ::write(report[1], &result, 1) == 1 && ::read(hold[0], &byte, 1) >= 0;
+      lock.release();
+      ::_exit(ok ? 0 : 1);
+    }
+    ::close(report[1]);
+    ::close(hold[0]);
+    hold_ = hold[1];
+    signed char result = 99;
+    if (pid_ > 0 && ::read(report[0], &result, 1) == 1) result_ = result;
+    ::close(report[0]);
+  }
+  ~OtherProcess() { stop(); }
+
+  // The child's result of set().
+  int result() const { return result_; }
+  // Lets the child release its lock, and waits until it has.
+  void stop() { end(0); }
+  // Kills the child without giving it a chance to release.
+  void kill() { end(SIGKILL); }
+
+ private:
+  void end(int signal) {
+    if (pid_ <= 0) return;
+    if (signal) ::kill(pid_, signal);
+    ::close(hold_);  // the child's read ends
+    ::waitpid(pid_, nullptr, 0);
+    pid_ = -1;
+  }
+
+  pid_t pid_ = -1;
+  int hold_ = -1;
+  int result_ = 99;
+};
+
+// The bytes of a lock file held by `owner`, built by hand: UTF-16LE, "*" up to 100 units.
+std::string contentOf(std::u16string owner) {
+  owner.resize(CLockFile::kContentChars, u'*');
+  std::string bytes;
+  for (char16_t unit : owner) {
+    bytes.push_back(static_cast<char>(unit & 0xFF));
+    bytes.push_back(static_cast<char>(unit >> 8));
+  }
+  return bytes;
+}
+
+class LockFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_FALSE(folder_.native().empty()); }
+  bool lockFileExists() const { return ::access(file_.c_str(), F_OK) == 0; }
+
+  vxkd_test::TempFolder folder_;
+  std::string file_ = folder_.native("data.lck");
+  CWsz path_ = folder_.path(L"data.lck");
+  wchar_t other_[CLockFile::kOwnerBufferChars] = L"left over";
+};
+
+struct ContentCase {
+  const char* label;
+  std::wstring owner;
+  std::u16string written;
+};
+void PrintTo(const ContentCase& c, std::ostream* out) { *out << c.label; }
+
+class LockContentTest : public LockFileTest, public ::testing::WithParamInterface<ContentCase> {};
+
+TEST_P(LockContentTest, HoldsOwnerThenStarsAndReleaseRemovesFile) {
+  CLockFile lock;
+  ASSERT_EQ(lock.set(path_, GetParam().owner.c_str(), other_), CLockFile::lockHeld);
+  EXPECT_STREQ(other_, L"");
+  EXPECT_TRUE(lock.isHeld());
+  EXPECT_EQ(lock.path(), path_);
+  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(GetParam().written));
+
+  lock.release();
+  EXPECT_FALSE(lock.isHeld());
+  EXPECT_TRUE(lock.path().isEmpty());
+  EXPECT_FALSE(lockFileExists());
+  lock.release();  // idle: nothing happens
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Owners, LockContentTest,
+    ::testing::Values(ContentCase{"empty", L"", u""}, ContentCase{"ascii", L"Anna", u"Anna"},
+                      ContentCase{"accents", L"Jürgen Größ", u"Jürgen Größ"},
+                      ContentCase{"surrogates", L"\U0001D11E clef", u"\U0001D11E clef"},
+                      // A pair that does not fit into the 100 units is left out whole.
+                      ContentCase{"pairAtEnd", std::wstring(99, L'x') + L"\U0001D11E",
+                                  std::u16string(99, u'x')},
+                      ContentCase{"tooLong", std::wstring(150, L'a'), std::u16string(100, u'a')}));
+
+TEST_F(LockFileTest, DestructorReleases) {
+  {
+    CLockFile lock;
+    ASSERT_EQ(lock.set(path_, L"", nullptr), CLockFile::lockHeld);
+    ASSERT_TRUE(lockFileExists());
+  }
+  EXPECT_FALSE(lockFileExists());
+}
+
+TEST_F(LockFileTest, StaleLockFileIsTakenOverAndRewritten) {
+  ASSERT_TRUE(vxkd_test::writeBytes(file_, contentOf(u"Old owner") + "trailing bytes"));
+  CLockFile lock;
+  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
+  EXPECT_STREQ(other_, L"");
+  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Me"));
+}
+
+struct OwnerCase {
+  const char* label;
+  std::wstring owner;
+  std::wstring seen;
+};
+void PrintTo(const OwnerCase& c, std::ostream* out) { *out << c.label; }
+
+class HeldElsewhereTest : public LockFileTest, public ::testing::WithParamInterface<OwnerCase> {};
+
+TEST_P(HeldElsewhereTest, GivesMinusTwoWithOwnerTextUntilReleased) {
+  OtherProcess holder(path_, GetParam().owner.c_str());
+  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
+  const std::string held = vxkd_test::readBytes(file_);
+
+  CLockFile lock;
+  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockedByOther);
+  EXPECT_EQ(std::wstring(other_), GetParam().seen);
+  EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
+  EXPECT_FALSE(lock.isHeld());
+  EXPECT_EQ(vxkd_test::readBytes(file_), held);
+
+  holder.stop();
+  EXPECT_FALSE(lockFileExists());
+  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Owners, HeldElsewhereTest,
+    ::testing::Values(OwnerCase{"ascii", L"Anna", L"Anna"}, OwnerCase{"empty", L"", L""},
+                      OwnerCase{"star", L"ab*cd", L"ab"},
+                      OwnerCase{"accents", L"Jürgen Größ-Ødegård", L"Jürgen Größ-Ødegård"},
+                      OwnerCase{"cutTo39", L"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ",
+                                L"0123456789abcdefghijklmnopqrstuvwxyzABC"}));
+
+TEST_F(LockFileTest, SecondObjectInSameProcessSeesLockHeld) {
+  CLockFile first;
+  CLockFile second;
+  ASSERT_EQ(first.set(path_, L"Anna", nullptr), CLockFile::lockHeld);
+  EXPECT_EQ(second.set(path_, L"Bert", other_), CLockFile::lockedByOther);
+  EXPECT_STREQ(other_, L"Anna");
+}
+
+TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOver) {
+  OtherProcess holder(path_, L"Crashed");
+  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
+  holder.kill();
+  ASSERT_TRUE(lockFileExists());
+
+  CLockFile lock;
+  EXPECT_EQ(lock.set(path_, L"Next", other_), CLockFile::lockHeld);
+  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Next"));
+}
+
+TEST_F(LockFileTest, HeldFileThatCannotBeReadGivesMinusThree) {
+  OtherProcess holder(path_, L"Anna");
+  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
+  FaultyEnv env;
+  env.failOpen(file_, O_RDONLY, EACCES);
+  CLockFile lock;
+  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockUnreadable);
+  EXPECT_FALSE(lock.isHeld());
+  EXPECT_STREQ(other_, L"");
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryUnreadable);
+  EXPECT_EQ(env.opened(), env.closed());
+}
+
+// Ways creating the lock file can fail; none leaves a lock file or a held lock behind.
+enum class CreateFailure { missingFolder, emptyPath, pathThroughFile, diskFull };
+void PrintTo(CreateFailure f, std::ostream* out) {
+  constexpr const char* kNames[] = {"missingFolder", "emptyPath", "pathThroughFile", "diskFull"};
+  *out << kNames[static_cast<int>(f)];
+}
+
+class CreateFailureTest : public LockFileTest,
+                          public ::testing::WithParamInterface<CreateFailure> {};
+
+TEST_P(CreateFailureTest, GivesMinusOneAndLeavesNothing) {
+  FaultyEnv env;
+  CWsz path = path_;
+  switch (GetParam()) {
+    case CreateFailure::missingFolder:
+      path = folder_.path(L"gone/data.lck");
+      break;
+    case CreateFailure::emptyPath:
+      path = CWsz();
+      break;
+    case CreateFailure::pathThroughFile:
+      ASSERT_TRUE(vxkd_test::writeBytes(folder_.native("file"), "x"));
+      path = folder_.path(L"file/data.lck");
+      break;
+    case CreateFailure::diskFull:
+      env.failWrites(ENOSPC);
+      break;
+  }
+  CLockFile lock;
+  EXPECT_EQ(lock.set(path, L"Me", other_), CLockFile::lockCreateFailed);
+  EXPECT_FALSE(lock.isHeld());
+  EXPECT_TRUE(lock.path().isEmpty());
+  EXPECT_FALSE(lockFileExists());
+  EXPECT_EQ(env.opened(), env.closed());
+}
+
+INSTANTIATE_TEST_SUITE_P(Causes, CreateFailureTest,
+                         ::testing::Values(CreateFailure::missingFolder, CreateFailure::emptyPath,
+                                           CreateFailure::pathThroughFile,
+                                           CreateFailure::diskFull));
+
+TEST_F(LockFileTest, SetAgainReleasesFirstLock) {
+  const CWsz otherPath = folder_.path(L"other.lck");
+  CLockFile lock;
+  ASSERT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockHeld);
+  EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
+  EXPECT_FALSE(lockFileExists());
+  EXPECT_EQ(lock.path(), otherPath);
+  EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
+  EXPECT_TRUE(vxkd_test::readBytes(folder_.native("other.lck")) == contentOf(u"Me"));
+}
+
+// inode of the open descriptor and of the path.
+bool holdsFileAtPath(const CLockFile& lock, const std::string& path) {
+  struct stat open {};
+  struct stat named {};
+  return ::fstat(lock.handle(), &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
+         open.st_ino == named.st_ino && open.st_dev == named.st_dev;
+}
+
+TEST_F(LockFileTest, FileReplacedWhileLockingIsNotKept) {
+  FaultyEnv env;
+  int replaced = 0;
+  // Right after the lock is granted, a releasing holder's unlink and a newcomer's file.
+  env.onLockGranted([&](int) {
+    if (replaced++ == 0) {
+      ::unlink(file_.c_str());
+      vxkd_test::writeBytes(file_, contentOf(u"Newcomer"));
+    }
+  });
+  CLockFile lock;
+  ASSERT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockHeld);
+  EXPECT_EQ(replaced, 2);
+  EXPECT_TRUE(holdsFileAtPath(lock, file_));
+  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Me"));
+
+  env.onLockGranted([&](int) { ::unlink(file_.c_str()); });  // a file that never stays
+  EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockCreateFailed);
+  EXPECT_EQ(env.opened(), env.closed());
+}
+
+TEST_F(LockFileTest, QueryOwnerReportsWithoutTakingOrChanging) {
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryNoLockFile);
+  OtherProcess holder(path_, L"Anna");
+  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
+  const std::string held = vxkd_test::readBytes(file_);
+
+  wcscpy(other_, L"left over");
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryLockedByOther);
+  EXPECT_STREQ(other_, L"Anna");
+  CLockFile lock;
+  EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
+
+  holder.kill();
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryStale);
+  EXPECT_STREQ(other_, L"Anna");
+  EXPECT_EQ(vxkd_test::readBytes(file_), held);
+}
+
+TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
+  constexpr int kWorkers = 3;
+  constexpr int kRounds = 200;
+  const std::string counter = folder_.native("counter");
+  const std::string marker = folder_.native("marker");
+  ASSERT_TRUE(vxkd_test::writeBytes(counter, "0"));
+
+  std::vector<pid_t> workers;
+  for (int w = 0; w < kWorkers; ++w) {
+    pid_t pid = ::fork();
+    if (pid == 0) {
+      CLockFile lock;
+      for (int round = 0; round < kRounds; ++round) {
+        int r;
+        while ((r = lock.set(path_, L"worker", nullptr)) == CLockFile::lockedByOther) {
+          ::sched_yield();
+        }
+        if (r != CLockFile::lockHeld) ::_exit(2);
+        // A marker that only one holder at a time can create.
+        int m = ::open(marker.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0644);
+        if (m < 0) ::_exit(3);
+        ::close(m);
+        // A read-modify-write that loses counts unless it is alone.
+        int value = std::stoi(vxkd_test::readBytes(counter));
+        if (!vxkd_test::writeBytes(counter, std::to_string(value + 1))) ::_exit(4);
+        ::unlink(marker.c_str());
+        lock.release();
+      }
+      ::_exit(0);
+    }
+    ASSERT_GT(pid, 0);
+    workers.push_back(pid);
+  }
+  for (pid_t pid : workers) {
+    int status = -1;
+    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+  }
+  EXPECT_EQ(vxkd_test::readBytes(counter), std::to_string(kWorkers * kRounds));
+  EXPECT_FALSE(lockFileExists());
+}
+
+struct NameCase {
+  const wchar_t* dataset;
+  const wchar_t* lock;
+};
+void PrintTo(const NameCase& c, std::ostream* out) {
+  *out << (!c.dataset ? "null" : *c.dataset ? cuSz::toUtf8(c.dataset) : "empty");
+}
+
+class LockFileNameTest : public ::testing::TestWithParam<NameCase> {};
+
+TEST_P(LockFileNameTest, ReplacesLastThreeCharactersBlindly) {
+  EXPECT_EQ(CLockFile::lockFileNameFor(GetParam().dataset), CWsz(GetParam().lock));
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, LockFileNameTest,
+                         ::testing::Values(NameCase{L"data.vkd", L"data.lck"},
+                                           NameCase{L"/srv/proj/main.vkd", L"/srv/proj/main.lck"},
+                                           NameCase{L"x.vkdx", L"x.vlck"}, NameCase{L"abc", L"lck"},
+                                           NameCase{L"ab", L""}, NameCase{L"", L""},
+                                           NameCase{nullptr, L""}));
+
+}  // namespace

@@ -1,0 +1,61 @@
+#pragma once
+// FaultyEnv: a CEnv that fails chosen system calls and counts the files it opens, so that a
+// test can put an unreadable file, a full disk or a clumsy file system under the library.
+
+#include <functional>
+#include <string>
+
+#include "platform/env.h"
+
+namespace vxkd_test {
+
+// Installs itself for its lifetime and restores the previous environment afterwards. Every
+// call not made to fail passes to the system.
+class FaultyEnv : public CEnv {
+ public:
+  FaultyEnv();
+  ~FaultyEnv() override;
+  FaultyEnv(const FaultyEnv&) = delete;
+  FaultyEnv& operator=(const FaultyEnv&) = delete;
+
+  // Fails each open(2) of `path` whose access mode is `accessMode` (O_RDONLY, O_WRONLY or
+  // O_RDWR; -1 for any) with errno `error`.
+  void failOpen(const std::string& path, int accessMode, int error);
+  // Fails every write(2), fstat(2) or futimens(2) with `error` (0 stops failing).
+  void failWrites(int error) { writeError_ = error; }
+  void failStatFd(int error) { statFdError_ = error; }
+  void failSetTimes(int error) { setTimesError_ = error; }
+  // Keeps only the whole seconds of the times set, as a file system with a coarse clock does.
+  void keepWholeSeconds(bool on) { wholeSeconds_ = on; }
+  // Runs `hook` with the descriptor after each granted flock(2), before the caller goes on.
+  void onLockGranted(std::function<void(int fd)> hook) { lockHook_ = std::move(hook); }
+
+  // Descriptors opened (successfully) and closed through this environment.
+  int opened() const { return opened_; }
+  int closed() const { return closed_; }
+  // The flags of the last open(2) asked for.
+  int lastOpenFlags() const { return lastOpenFlags_; }
+
+  int openFile(const std::string& path, int flags, mode_t mode) override;
+  ssize_t writeFile(int fd, const void* data, size_t size) override;
+  int closeFile(int fd) override;
+  int statFd(int fd, struct stat* st) override;
+  int lockFd(int fd, int operation) override;
+  int setFdTimes(int fd, const struct timespec times[2]) override;
+
+ private:
+  CEnv* previous_ = nullptr;
+  std::string openPath_;
+  int openMode_ = -1;
+  int openError_ = 0;
+  int writeError_ = 0;
+  int statFdError_ = 0;
+  int setTimesError_ = 0;
+  bool wholeSeconds_ = false;
+  std::function<void(int)> lockHook_;
+  int opened_ = 0;
+  int closed_ = 0;
+  int lastOpenFlags_ = 0;
+};
+
+}  // namespace vxkd_test

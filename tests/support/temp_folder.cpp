@@ -1,0 +1,64 @@
+#include "support/temp_folder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "platform/sz.h"
+
+namespace vxkd_test {
+
+namespace {
+constexpr uint64_t kUnitsPerSecond = 10000000;
+}
+
+TempFolder::TempFolder() {
+  const char* base = std::getenv("TMPDIR");
+  std::string pattern = std::string(base && *base ? base : "/tmp") + "/vxkd_test_XXXXXX";
+  if (mkdtemp(pattern.data())) folder_ = pattern;
+}
+
+TempFolder::~TempFolder() {
+  std::error_code ignored;
+  if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
+}
+
+std::string TempFolder::native(std::string_view name) const {
+  return folder_ + "/" + std::string(name);
+}
+
+CWsz TempFolder::path(const wchar_t* name) const {
+  return CWsz(cuSz::fromUtf8(native(cuSz::toUtf8(name))));
+}
+
+bool writeBytes(const std::string& path, std::string_view bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  return static_cast<bool>(out);
+}
+
+std::string readBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+uint64_t modTimeOf(const std::string& path) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) return 0;
+  return static_cast<uint64_t>(st.st_mtim.tv_sec) * kUnitsPerSecond +
+         static_cast<uint64_t>(st.st_mtim.tv_nsec) / 100;
+}
+
+bool setModTime(const std::string& path, uint64_t units) {
+  struct timespec times[2] = {{0, UTIME_OMIT}, {}};
+  times[1].tv_sec = static_cast<time_t>(units / kUnitsPerSecond);
+  times[1].tv_nsec = static_cast<long>(units % kUnitsPerSecond) * 100;
+  return ::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+}
+
+}  // namespace vxkd_test

@@ -1,0 +1,39 @@
+#pragma once
+// A temporary folder for the tests that work on real files, and small file helpers.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/wsz.h"
+
+namespace vxkd_test {
+
+// A fresh folder under $TMPDIR (default /tmp), removed with its contents when destroyed.
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  // The folder itself; empty when it could not be created.
+  const std::string& native() const { return folder_; }
+  // The path of `name` inside the folder, narrow and wide.
+  std::string native(std::string_view name) const;
+  CWsz path(const wchar_t* name) const;
+
+ private:
+  std::string folder_;
+};
+
+// Replaces the file `path` by `bytes`; false on failure.
+bool writeBytes(const std::string& path, std::string_view bytes);
+// The whole content of `path`; empty when it cannot be read.
+std::string readBytes(const std::string& path);
+// The last-write time of `path` in 100-ns units since 1970, 0 when it cannot be read; and
+// setting it.
+uint64_t modTimeOf(const std::string& path);
+bool setModTime(const std::string& path, uint64_t units);
+
+}  // namespace vxkd_test
