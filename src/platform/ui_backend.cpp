@@ -50,8 +50,9 @@ int safeAnswerFor(unsigned style) {
 
 int CConsoleUiBackend::messageBox(HWND, const wchar_t* text, const wchar_t* caption,
                                   unsigned style) {
-  std::string out = "[" + cuSz::toUtf8(caption ? caption : L"") + "] " +
-                    cuSz::toUtf8(text ? text : L"");
+  std::string out = "[";
+  out.append(cuSz::toUtf8(caption ? caption : L"")).append("] ");
+  out.append(cuSz::toUtf8(text ? text : L""));
   for (auto& c : out)
     if (c == '\r') c = ' ';
   std::fprintf(stderr, "%s\n", out.c_str());

@@ -41,7 +41,7 @@ constexpr QuantityText kHumidityRatio{7036, L"#Humidity ratio"};
 constexpr QuantityText kTemperaturePerTime{7038, L"#Temperature/time"};
 constexpr QuantityText kOthers{7040, L"#Others"};
 
-struct UnitSpec {
+struct UnitEntry {
   CKdUnit::unitId id;
   const wchar_t* label;
   int16_t defaultDecimals;
@@ -50,7 +50,7 @@ struct UnitSpec {
 
 // The unit table in the order the user sees it in the combo boxes. "[MPa]" stands between
 // "[kPa]" and "[bar]", "[mV]" before "[V]": keep it so.
-constexpr UnitSpec kUnitTable[] = {
+constexpr UnitEntry kUnitTable[] = {
     {U::unitNone, L"", 0, kNone},
     {U::unitPercent, L"[%]", 0, kPercent},
     {U::unitMm, L"[mm]", 0, kLength},
@@ -116,7 +116,7 @@ constexpr UnitSpec kUnitTable[] = {
     {U::unitM2KpkW, L"[m2K/kW]", 0, kOthers},
 };
 
-struct ConversionSpec {
+struct ConversionEntry {
   CKdUnit::unitId from;
   CKdUnit::unitId to;
   double a;
@@ -127,7 +127,7 @@ struct ConversionSpec {
 // that links two units wins). Units without a row (none, percent, sound levels, heat
 // transfer coefficient, temperature/time, others) convert only to themselves, so "[dB]"
 // and "[dB(A)]" do not convert into each other.
-constexpr ConversionSpec kConversionTable[] = {
+constexpr ConversionEntry kConversionTable[] = {
     // Length
     {U::unitM, U::unitMm, 1000, 0},
     {U::unitM, U::unitIn, 39.37007874015748, 0},
@@ -258,12 +258,12 @@ const CUnitDefArray& CUnitDefArray::units() {
 void CUnitDefArray::fill() {
   if (!rows_.empty()) return;
   rows_.reserve(std::size(kUnitTable));
-  for (const UnitSpec& spec : kUnitTable) {
+  for (const UnitEntry& entry : kUnitTable) {
     Row row{};
-    row.unitId = spec.id;
-    row.defaultDecimals = spec.defaultDecimals;
-    cuSz::copyTo(row.label, kLabelSize, spec.label);
-    CWsz description = VxKd::lngDbText(spec.quantity.textId, spec.quantity.defaultText);
+    row.unitId = entry.id;
+    row.defaultDecimals = entry.defaultDecimals;
+    cuSz::copyTo(row.label, kLabelSize, entry.label);
+    CWsz description = VxKd::lngDbText(entry.quantity.textId, entry.quantity.defaultText);
     cuSz::copyTo(row.description, kDescriptionSize, description.str());
     rows_.push_back(row);
   }
@@ -286,7 +286,7 @@ const CUnitConversionArray& CUnitConversionArray::conversions() {
 void CUnitConversionArray::fill() {
   if (!rows_.empty()) return;
   rows_.reserve(std::size(kConversionTable));
-  for (const ConversionSpec& spec : kConversionTable) append(spec.from, spec.to, spec.a, spec.b);
+  for (const ConversionEntry& entry : kConversionTable) append(entry.from, entry.to, entry.a, entry.b);
 }
 
 void CUnitConversionArray::append(int32_t from, int32_t to, double a, double b) {
