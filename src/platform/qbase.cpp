@@ -136,6 +136,7 @@ struct CQbase::Impl {
 
   bool openFile(const std::string& file, bool create);
   bool checkFormat(bool upgrade);
+  bool checkWholePages();
   bool createFormat();
   bool ensureTables();
   void finalizeStatements();
@@ -298,7 +299,7 @@ bool CQbase::Impl::openFile(const std::string& file, bool create) {
   sqlite3_busy_timeout(db, kBusyTimeoutMs);
   if (sqlite3_db_readonly(db, "main") != 0) return fail(file + ": read-only");
   // Check before anything is written: a database that is not a dataset stays untouched.
-  if (!create && !checkFormat(false)) return false;
+  if (!create && (!checkFormat(false) || !checkWholePages())) return false;
   // The rollback journal: every commit writes the file itself, and a process that dies in
   // the middle leaves a journal from which the next opener restores the file.
   sqlite3_stmt* mode = nullptr;
@@ -347,6 +348,18 @@ bool CQbase::Impl::checkFormat(bool upgrade) {
   sqlite3_finalize(stmt);
   if (rc != SQLITE_DONE) return sqlFail(path);
   changed = true;
+  return true;
+}
+
+// SQLite writes whole pages: a file that ends inside a page has lost its end.
+bool CQbase::Impl::checkWholePages() {
+  sqlite3_stmt* stmt = nullptr;
+  if (!prepare("PRAGMA page_size", &stmt)) return false;
+  int64_t pageSize = sqlite3_step(stmt) == SQLITE_ROW ? sqlite3_column_int64(stmt, 0) : 0;
+  sqlite3_finalize(stmt);
+  struct stat st {};
+  if (pageSize <= 0 || CEnv::current().statPath(path, &st) != 0) return sqlFail(path);
+  if (st.st_size % pageSize != 0) return fail(path + ": damaged, the file ends inside a page");
   return true;
 }
 

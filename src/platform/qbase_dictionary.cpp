@@ -60,7 +60,9 @@ std::vector<std::string_view> splitWords(std::string_view line) {
     while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
     size_t start = i;
     while (i < line.size() && line[i] != ' ' && line[i] != '\t') ++i;
-    if (i > start) words.push_back(line.substr(start, i - start));
+    if (i == start) break;
+    if (line[start] == '#') break;  // a comment runs to the end of the line
+    words.push_back(line.substr(start, i - start));
   }
   return words;
 }
@@ -161,7 +163,7 @@ bool CQbaseDictionary::parse(std::string_view text) {
     if (line.size() > kMaxLine) return fail(lineNo, "line too long");
     if (line.find('\0') != std::string_view::npos) return fail(lineNo, "NUL character");
     std::vector<std::string_view> w = splitWords(line);
-    if (w.empty() || w[0][0] == '#') continue;
+    if (w.empty()) continue;
     const std::string_view directive = w[0];
     long number = 0;
 
@@ -188,9 +190,6 @@ bool CQbaseDictionary::parse(std::string_view text) {
       rec.code = std::string(w[1]);
       rec.keyWidth = static_cast<int>(number);
       rec.table = rec.code + "_" + std::string(w[3]);
-      for (const QbaseRecordDef& other : records_) {
-        if (other.table == rec.table) return fail(lineNo, "table " + rec.table + " twice");
-      }
       if (w.size() == 6) {
         int base = indexOf(w[5]);
         if (base < 0) return fail(lineNo, "unknown record " + std::string(w[5]));
@@ -234,13 +233,6 @@ bool CQbaseDictionary::parse(std::string_view text) {
       open->fields.push_back(std::move(field));
     } else if (directive == "end") {
       if (!open || w.size() != 1) return fail(lineNo, "misplaced end");
-      for (size_t i = 0; i < open->fields.size(); ++i) {
-        for (size_t j = i + 1; j < open->fields.size(); ++j) {
-          if (open->fields[i].column == open->fields[j].column) {
-            return fail(lineNo, "column " + open->fields[i].column + " twice in " + open->code);
-          }
-        }
-      }
       open = nullptr;
     } else {
       return fail(lineNo, "unknown directive " + std::string(directive));
