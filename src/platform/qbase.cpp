@@ -26,7 +26,7 @@ constexpr int kBusyTimeoutMs = 5000;
 constexpr int64_t kTimeUnitsPerSecond = 10000000;  // 100-nanosecond units
 
 // Numbers inside BLOBs are little-endian whatever the machine.
-void storeLe16(char* p, uint16_t v) {
+[[maybe_unused]] void storeLe16(char* p, uint16_t v) {
   p[0] = static_cast<char>(v);
   p[1] = static_cast<char>(v >> 8);
 }
@@ -43,6 +43,45 @@ uint32_t loadLe32(const char* p) {
   uint32_t v = 0;
   for (int i = 0; i < 4; ++i) v |= static_cast<uint32_t>(static_cast<uint8_t>(p[i])) << (8 * i);
   return v;
+}
+
+// Items of a stored array from / to their little-endian bytes; a plain copy where the
+// machine is little-endian.
+template <typename T>
+void decodeItems(const std::string& bytes, CValueArray<T>& values) {
+  static_assert(sizeof(T) == 2 || sizeof(T) == 4);
+  int n = static_cast<int>(bytes.size() / sizeof(T));
+  values.resize(n);
+  if constexpr (std::endian::native == std::endian::little) {
+    if (n > 0) std::memcpy(values.data(), bytes.data(), n * sizeof(T));
+  } else {
+    for (int i = 0; i < n; ++i) {
+      const char* p = bytes.data() + i * sizeof(T);
+      if constexpr (sizeof(T) == 2) {
+        values.data()[i] = std::bit_cast<T>(loadLe16(p));
+      } else {
+        values.data()[i] = std::bit_cast<T>(loadLe32(p));
+      }
+    }
+  }
+}
+
+template <typename T>
+void encodeItems(const CValueArray<T>& values, std::string& bytes) {
+  static_assert(sizeof(T) == 2 || sizeof(T) == 4);
+  bytes.resize(static_cast<size_t>(values.length()) * sizeof(T));
+  if constexpr (std::endian::native == std::endian::little) {
+    if (!bytes.empty()) std::memcpy(bytes.data(), values.data(), bytes.size());
+  } else {
+    for (int i = 0; i < values.length(); ++i) {
+      char* p = bytes.data() + i * sizeof(T);
+      if constexpr (sizeof(T) == 2) {
+        storeLe16(p, std::bit_cast<uint16_t>(values.data()[i]));
+      } else {
+        storeLe32(p, std::bit_cast<uint32_t>(values.data()[i]));
+      }
+    }
+  }
 }
 
 int64_t timeUnits(const struct timespec& t) {
@@ -70,11 +109,14 @@ struct Table {
   uint64_t writes = 0;
 };
 
-std::string quoted(const std::string& name) { return "\"" + name + "\""; }
+std::string quoted(std::string_view name) { return qbaseConcat({"\"", name, "\""}); }
 
 std::string columnList(const QbaseRecordDef& def) {
   std::string list = quoted(kKeyColumn);
-  for (const QbaseFieldDef& f : def.fields) list += "," + quoted(f.column);
+  for (const QbaseFieldDef& f : def.fields) {
+    list += ',';
+    list += quoted(f.column);
+  }
   return list;
 }
 
@@ -168,21 +210,23 @@ struct CQbase::Impl {
     sqlite3_stmt*& stmt = t.*which;
     if (stmt) return stmt;
     const QbaseRecordDef& def = *t.def;
-    std::string from = " FROM " + quoted(def.table);
+    const std::string table = quoted(def.table), columns = columnList(def);
+    const std::string key = quoted(kKeyColumn);
     std::string sql;
     if (which == &Table::insert) {
-      sql = "INSERT OR REPLACE INTO " + quoted(def.table) + " (" + columnList(def) + ") VALUES (?1";
-      for (size_t i = 0; i < def.fields.size(); ++i) sql += ",?" + std::to_string(i + 2);
-      sql += ")";
+      sql = qbaseConcat({"INSERT OR REPLACE INTO ", table, " (", columns, ") VALUES (?1"});
+      for (size_t i = 0; i < def.fields.size(); ++i)
+        sql += qbaseConcat({",?", std::to_string(i + 2)});
+      sql += ')';
     } else if (which == &Table::select) {
-      sql = "SELECT " + columnList(def) + from + " WHERE " + quoted(kKeyColumn) + "=?1";
+      sql = qbaseConcat({"SELECT ", columns, " FROM ", table, " WHERE ", key, "=?1"});
     } else if (which == &Table::remove) {
-      sql = "DELETE" + from + " WHERE " + quoted(kKeyColumn) + "=?1";
+      sql = qbaseConcat({"DELETE FROM ", table, " WHERE ", key, "=?1"});
     } else if (which == &Table::scanAll) {
-      sql = "SELECT " + columnList(def) + from + " ORDER BY " + quoted(kKeyColumn);
+      sql = qbaseConcat({"SELECT ", columns, " FROM ", table, " ORDER BY ", key});
     } else {
-      sql = "SELECT " + columnList(def) + from + " WHERE " + quoted(kKeyColumn) + ">?1 ORDER BY " +
-            quoted(kKeyColumn);
+      sql =
+          qbaseConcat({"SELECT ", columns, " FROM ", table, " WHERE ", key, ">?1 ORDER BY ", key});
     }
     prepare(sql, &stmt);
     return stmt;
@@ -227,18 +271,22 @@ struct CQbase::Impl {
   // The current record's value of field `number`, when the record's dictionary declares it
   // with type `type`; null (with the reason in `error`) otherwise.
   FieldValue* slot(short number, QbaseFieldType type, const QbaseFieldDef** def = nullptr) {
-    if (!cur) {
-      fail("no current record");
-      return nullptr;
-    }
-    int i = cur->def->indexOf(number);
-    if (i < 0 || cur->def->fields[i].type != type) {
-      fail("record " + cur->def->code + " has no " + qbaseTypeName(type) + " field " +
-           std::to_string(number));
-      return nullptr;
+    int i = cur ? cur->def->indexOf(number) : -1;
+    if (i < 0 || cur->def->fields[i].type != type) [[unlikely]] {
+      return undeclared(number, type);
     }
     if (def) *def = &cur->def->fields[i];
     return &values[i];
+  }
+
+  [[gnu::cold, gnu::noinline]] FieldValue* undeclared(short number, QbaseFieldType type) {
+    if (!cur) {
+      fail("no current record");
+    } else {
+      fail(qbaseConcat({"record ", cur->def->code, " has no ", qbaseTypeName(type), " field ",
+                        std::to_string(number)}));
+    }
+    return nullptr;
   }
 
   // The stored value of a field that the record holds; null when absent or not declared.
@@ -290,6 +338,9 @@ bool CQbase::Impl::openFile(const std::string& file, bool create) {
   env.closeFile(fd);
   path = file;
   created = create;
+  // A journal beside a file that did not exist belongs to a file deleted since: it must
+  // never be played back into the new one.
+  if (create) env.unlinkPath(file + "-journal");
 
   if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, vfs) !=
       SQLITE_OK) {
@@ -406,10 +457,10 @@ bool CQbase::Impl::ensureTables() {
     };
     std::string sql;
     if (columns.empty()) {
-      sql = "CREATE TABLE " + quoted(def.table) + " (" + quoted(kKeyColumn) +
-            " TEXT PRIMARY KEY NOT NULL";
+      sql = qbaseConcat({"CREATE TABLE ", quoted(def.table), " (", quoted(kKeyColumn),
+                         " TEXT PRIMARY KEY NOT NULL"});
       for (const QbaseFieldDef& f : def.fields) {
-        sql += ", " + quoted(f.column) + " " + qbaseColumnType(f.type);
+        sql += qbaseConcat({", ", quoted(f.column), " ", qbaseColumnType(f.type)});
       }
       sql += ") WITHOUT ROWID";
       if (!(ok = exec(sql.c_str()))) break;
@@ -422,8 +473,8 @@ bool CQbase::Impl::ensureTables() {
     }
     for (const QbaseFieldDef& f : def.fields) {
       if (has(f.column)) continue;
-      sql = "ALTER TABLE " + quoted(def.table) + " ADD COLUMN " + quoted(f.column) + " " +
-            qbaseColumnType(f.type);
+      sql = qbaseConcat({"ALTER TABLE ", quoted(def.table), " ADD COLUMN ", quoted(f.column), " ",
+                         qbaseColumnType(f.type)});
       if (!(ok = exec(sql.c_str()))) break;
       changed = true;
     }
@@ -532,35 +583,38 @@ const char* CQbase::lastError() const { return impl_->error.c_str(); }
 // ---------------------------------------------------------------------------------------
 // Records
 
+// Copies the row into the current record. Each column is taken once as a value: its
+// accessors are cheaper than the column functions, and fine while one thread uses the
+// connection.
 void CQbase::Impl::loadRow(Table& t, sqlite3_stmt* stmt) {
   cur = &t;
-  const auto* key = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
-  curKey.assign(key ? key : "", static_cast<size_t>(sqlite3_column_bytes(stmt, 0)));
+  sqlite3_value* key = sqlite3_column_value(stmt, 0);
+  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(key));
+  curKey.assign(text ? text : "", static_cast<size_t>(sqlite3_value_bytes(key)));
   const std::vector<QbaseFieldDef>& fields = t.def->fields;
   values.resize(fields.size());
   for (size_t i = 0; i < fields.size(); ++i) {
     FieldValue& v = values[i];
-    int col = static_cast<int>(i) + 1;
-    v.present = sqlite3_column_type(stmt, col) != SQLITE_NULL;
+    sqlite3_value* value = sqlite3_column_value(stmt, static_cast<int>(i) + 1);
+    v.present = sqlite3_value_type(value) != SQLITE_NULL;
     if (!v.present) continue;
     switch (fields[i].type) {
       case QbaseFieldType::kByte:
       case QbaseFieldType::kShort:
       case QbaseFieldType::kLong:
-        v.i = sqlite3_column_int64(stmt, col);
+        v.i = sqlite3_value_int64(value);
         break;
       case QbaseFieldType::kFloat:
-        v.d = sqlite3_column_double(stmt, col);
+        v.d = sqlite3_value_double(value);
         break;
       case QbaseFieldType::kSz:
-      case QbaseFieldType::kWsz: {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, col));
-        v.bytes.assign(text ? text : "", static_cast<size_t>(sqlite3_column_bytes(stmt, col)));
+      case QbaseFieldType::kWsz:
+        text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+        v.bytes.assign(text ? text : "", static_cast<size_t>(sqlite3_value_bytes(value)));
         break;
-      }
       default: {
-        const auto* blob = static_cast<const char*>(sqlite3_column_blob(stmt, col));
-        size_t n = static_cast<size_t>(sqlite3_column_bytes(stmt, col));
+        const auto* blob = static_cast<const char*>(sqlite3_value_blob(value));
+        size_t n = static_cast<size_t>(sqlite3_value_bytes(value));
         if (blob) {
           v.bytes.assign(blob, n);
         } else {
@@ -835,11 +889,7 @@ bool CQbase::setPoint(short fieldNo, double x, double y, double z) {
 bool CQbase::getShortArray(short fieldNo, CInt16Array& values) const {
   const FieldValue* v = impl_->present(fieldNo, QbaseFieldType::kShortArray);
   if (!v || v->bytes.size() % 2 != 0) return false;
-  int n = static_cast<int>(v->bytes.size() / 2);
-  values.resize(n);
-  for (int i = 0; i < n; ++i) {
-    values.setAt(i, static_cast<int16_t>(loadLe16(v->bytes.data() + 2 * i)));
-  }
+  decodeItems(v->bytes, values);
   return true;
 }
 
@@ -847,21 +897,14 @@ bool CQbase::setShortArray(short fieldNo, const CInt16Array& values) {
   FieldValue* v = impl_->slot(fieldNo, QbaseFieldType::kShortArray);
   if (!v) return false;
   v->present = true;
-  v->bytes.resize(static_cast<size_t>(values.length()) * 2);
-  for (int i = 0; i < values.length(); ++i) {
-    storeLe16(v->bytes.data() + 2 * i, static_cast<uint16_t>(values.at(i)));
-  }
+  encodeItems(values, v->bytes);
   return true;
 }
 
 bool CQbase::getFloatArray(short fieldNo, CFloatArray& values) const {
   const FieldValue* v = impl_->present(fieldNo, QbaseFieldType::kFloatArray);
   if (!v || v->bytes.size() % 4 != 0) return false;
-  int n = static_cast<int>(v->bytes.size() / 4);
-  values.resize(n);
-  for (int i = 0; i < n; ++i) {
-    values.setAt(i, std::bit_cast<float>(loadLe32(v->bytes.data() + 4 * i)));
-  }
+  decodeItems(v->bytes, values);
   return true;
 }
 
@@ -869,10 +912,7 @@ bool CQbase::setFloatArray(short fieldNo, const CFloatArray& values) {
   FieldValue* v = impl_->slot(fieldNo, QbaseFieldType::kFloatArray);
   if (!v) return false;
   v->present = true;
-  v->bytes.resize(static_cast<size_t>(values.length()) * 4);
-  for (int i = 0; i < values.length(); ++i) {
-    storeLe32(v->bytes.data() + 4 * i, std::bit_cast<uint32_t>(values.at(i)));
-  }
+  encodeItems(values, v->bytes);
   return true;
 }
 

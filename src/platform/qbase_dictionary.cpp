@@ -97,15 +97,32 @@ bool parseNumber(std::string_view s, long min, long max, long& value) {
 
 }  // namespace
 
+std::string qbaseConcat(std::initializer_list<std::string_view> pieces) {
+  size_t size = 0;
+  for (std::string_view p : pieces) size += p.size();
+  std::string out;
+  out.reserve(size);
+  for (std::string_view p : pieces) out.append(p);
+  return out;
+}
+
 const char* qbaseColumnType(QbaseFieldType type) { return typeEntry(type).column; }
 
 const char* qbaseTypeName(QbaseFieldType type) { return typeEntry(type).name; }
 
-int QbaseRecordDef::indexOf(short number) const {
-  for (size_t i = 0; i < fields.size(); ++i) {
-    if (fields[i].number == number) return static_cast<int>(i);
+void QbaseRecordDef::index() {
+  positions.clear();
+  if (fields.empty()) return;
+  short first = fields[0].number, last = first;
+  for (const QbaseFieldDef& f : fields) {
+    first = std::min(first, f.number);
+    last = std::max(last, f.number);
   }
-  return -1;
+  firstNumber = first;
+  positions.assign(static_cast<size_t>(last - first) + 1, -1);
+  for (size_t i = 0; i < fields.size(); ++i) {
+    positions[fields[i].number - first] = static_cast<int16_t>(i);
+  }
 }
 
 int CQbaseDictionary::indexOf(std::string_view code) const {
@@ -189,11 +206,12 @@ bool CQbaseDictionary::parse(std::string_view text) {
       QbaseRecordDef rec;
       rec.code = std::string(w[1]);
       rec.keyWidth = static_cast<int>(number);
-      rec.table = rec.code + "_" + std::string(w[3]);
+      rec.table = qbaseConcat({rec.code, "_", w[3]});
       if (w.size() == 6) {
         int base = indexOf(w[5]);
         if (base < 0) return fail(lineNo, "unknown record " + std::string(w[5]));
         rec.fields = records_[base].fields;
+        rec.index();
       }
       records_.push_back(std::move(rec));
       open = &records_.back();
@@ -209,7 +227,7 @@ bool CQbaseDictionary::parse(std::string_view text) {
       QbaseFieldDef field;
       field.number = static_cast<short>(number);
       field.type = type->type;
-      field.column = "f" + std::to_string(number) + "_" + std::string(w[2]);
+      field.column = qbaseConcat({"f", std::to_string(number), "_", w[2]});
       long size = 0;
       if (w.size() == 5) {
         if (!type->hasSize) return fail(lineNo, "type " + std::string(w[3]) + " takes no size");
@@ -222,6 +240,7 @@ bool CQbaseDictionary::parse(std::string_view text) {
         return fail(lineNo, "field " + std::to_string(number) + " twice in " + open->code);
       }
       open->fields.push_back(std::move(field));
+      open->index();
     } else if (directive == "attachment") {
       if (!open) return fail(lineNo, "attachment outside a record");
       if (w.size() != 2 || !isName(w[1])) return fail(lineNo, "attachment needs a name");
@@ -229,8 +248,9 @@ bool CQbaseDictionary::parse(std::string_view text) {
       QbaseFieldDef field;
       field.number = 0;
       field.type = QbaseFieldType::kAttachment;
-      field.column = "attachment_" + std::string(w[1]);
+      field.column = qbaseConcat({"attachment_", w[1]});
       open->fields.push_back(std::move(field));
+      open->index();
     } else if (directive == "end") {
       if (!open || w.size() != 1) return fail(lineNo, "misplaced end");
       open = nullptr;

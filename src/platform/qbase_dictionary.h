@@ -4,6 +4,7 @@
 // key widths and tables, and each field's number, column and type. Private to CQbase.
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,7 +42,16 @@ struct QbaseRecordDef {
   std::vector<QbaseFieldDef> fields;
 
   // The position of field `number` in `fields`, or -1.
-  int indexOf(short number) const;
+  int indexOf(short number) const {
+    int i = number - firstNumber;
+    return i >= 0 && i < static_cast<int>(positions.size()) ? positions[i] : -1;
+  }
+  // Builds the index that indexOf reads; called whenever `fields` changed.
+  void index();
+
+  // positions[number - firstNumber]: the position of that field, or -1.
+  short firstNumber = 0;
+  std::vector<int16_t> positions;
 };
 
 class CQbaseDictionary {
@@ -68,6 +78,9 @@ class CQbaseDictionary {
   std::vector<QbaseRecordDef> records_;
   std::string error_;
 };
+
+// The pieces joined into one string.
+std::string qbaseConcat(std::initializer_list<std::string_view> pieces);
 
 // The SQL column type of a field type ("INTEGER", "REAL", "TEXT", "BLOB").
 const char* qbaseColumnType(QbaseFieldType type);
