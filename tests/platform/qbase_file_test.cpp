@@ -196,19 +196,6 @@ TEST_F(QbaseFileTest, MissingFileFailsToOpenAndIsNotCreated) {
 // ---------------------------------------------------------------------------------------
 // Read-only files
 
-TEST_F(QbaseFileTest, FileThatCannotBeWrittenFailsToOpen) {
-  makeDataset(10);
-  const std::string before = readFileBytes(path_);
-  {
-    DbFaultEnv env;
-    env.denyWriteAccess(path_);
-    CQbase db;
-    EXPECT_FALSE(db.openDatabase(shippedDictionary(), file_, false));
-  }
-  EXPECT_EQ(readFileBytes(path_), before);
-  EXPECT_EQ(digest().substr(0, 6), "000001");
-}
-
 // A real file without write permission. The super-user may write any file, so the check
 // runs in a child process that has given up that right.
 TEST_F(QbaseFileTest, FileWithoutWritePermissionFailsToOpen) {

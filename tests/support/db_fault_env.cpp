@@ -1,7 +1,5 @@
 #include "support/db_fault_env.h"
 
-#include <fcntl.h>
-
 namespace vxkd_test {
 
 DbFaultEnv::DbFaultEnv() { previous_ = CEnv::install(this); }
@@ -12,14 +10,6 @@ void DbFaultEnv::failWrites(int first, int error, bool sticky) {
   failAt_ = first > 0 ? writes_ + first : 0;
   error_ = error;
   sticky_ = sticky;
-}
-
-int DbFaultEnv::openFile(const std::string& path, int flags, mode_t mode) {
-  if (!readOnlyPath_.empty() && path == readOnlyPath_ && (flags & (O_WRONLY | O_RDWR))) {
-    errno = EACCES;
-    return -1;
-  }
-  return CEnv::openFile(path, flags, mode);
 }
 
 int DbFaultEnv::checkDatabaseWrite(const std::string& path, size_t size) {

@@ -1,6 +1,6 @@
 #pragma once
 // DbFaultEnv: a CEnv that injects the failures of a record database's files: a disk that
-// fills up at the Nth write, a file that this process may not write. Installed for its
+// fills up at the Nth write. Installed for its
 // lifetime; the previous environment comes back when it ends.
 
 #include <cerrno>
@@ -20,14 +20,11 @@ class DbFaultEnv : public CEnv {
   // The `first`-th database write from now on (counting from 1) fails with `error`, and
   // every later one too when `sticky` (a disk stays full). 0 lets every write through.
   void failWrites(int first, int error = ENOSPC, bool sticky = true);
-  // Opening `path` for writing fails with EACCES, as for a file without write permission.
-  void denyWriteAccess(const std::string& path) { readOnlyPath_ = path; }
 
   // Database writes asked about so far, and how many of them failed.
   int writes() const { return writes_; }
   int failures() const { return failures_; }
 
-  int openFile(const std::string& path, int flags, mode_t mode) override;
   int checkDatabaseWrite(const std::string& path, size_t size) override;
 
  private:
@@ -37,7 +34,6 @@ class DbFaultEnv : public CEnv {
   int failAt_ = 0;
   int error_ = ENOSPC;
   bool sticky_ = true;
-  std::string readOnlyPath_;
 };
 
 }  // namespace vxkd_test
