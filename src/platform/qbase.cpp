@@ -215,8 +215,9 @@ struct CQbase::Impl {
     std::string sql;
     if (which == &Table::insert) {
       sql = qbaseConcat({"INSERT OR REPLACE INTO ", table, " (", columns, ") VALUES (?1"});
-      for (size_t i = 0; i < def.fields.size(); ++i)
+      for (size_t i = 0; i < def.fields.size(); ++i) {
         sql += qbaseConcat({",?", std::to_string(i + 2)});
+      }
       sql += ')';
     } else if (which == &Table::select) {
       sql = qbaseConcat({"SELECT ", columns, " FROM ", table, " WHERE ", key, "=?1"});
