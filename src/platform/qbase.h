@@ -20,8 +20,6 @@
 #include "platform/export.h"
 #include "platform/wsz.h"
 
-using CFloatArray = CValueArray<float>;
-
 class VXKD_API CQbase {
  public:
   CQbase();
