@@ -202,14 +202,17 @@ bool hasLineBreak(std::wstring_view text) {
   return text.find_first_of(L"\r\n") != std::wstring_view::npos;
 }
 
-bool equalNoCase(std::wstring_view a, std::wstring_view b) {
-  return a.size() == b.size() &&
-         cuSz::equalNoCase(std::wstring(a).c_str(), std::wstring(b).c_str());
+// The key under which a name is looked up: names that differ only in letter case are one.
+std::wstring folded(std::wstring_view text) {
+  std::wstring out;
+  out.reserve(text.size());
+  for (wchar_t c : text) out += static_cast<wchar_t>(cuSz::foldCase(static_cast<char32_t>(c)));
+  return out;
 }
 
-// True when `path` is `top` or lies below it.
+// True when the folded `path` is the folded `top` or lies below it.
 bool isAtOrBelow(std::wstring_view path, std::wstring_view top) {
-  if (path.size() < top.size() || !equalNoCase(path.substr(0, top.size()), top)) return false;
+  if (path.size() < top.size() || path.substr(0, top.size()) != top) return false;
   return path.size() == top.size() || path[top.size()] == L'\\';
 }
 
@@ -232,6 +235,7 @@ std::wstring CRegFile::normalizePath(std::wstring_view path) {
 
 void CRegFile::parse(std::string_view data) {
   keys_.clear();
+  keyIndex_.clear();
   const std::wstring all = decode(data);
   const std::vector<std::wstring_view> lines = splitLines(all);
   Key* current = nullptr;  // valid until the next key is added
@@ -271,8 +275,7 @@ void CRegFile::parse(std::string_view data) {
     }
     if (!current) continue;
     if (data == L"-") {
-      std::erase_if(current->values,
-                    [&](const Value& v) { return equalNoCase(v.name, value.name); });
+      eraseValue(*current, value.name);
       continue;
     }
     if (parseData(data, value)) putValue(*current, std::move(value));
@@ -294,39 +297,47 @@ std::string CRegFile::text() const {
   return cuSz::toUtf8(out);
 }
 
-CRegFile::Key* CRegFile::findKey(std::wstring_view normalizedPath) {
-  for (Key& key : keys_)
-    if (equalNoCase(key.path, normalizedPath)) return &key;
-  return nullptr;
-}
-
 const CRegFile::Key* CRegFile::findKey(std::wstring_view normalizedPath) const {
-  return const_cast<CRegFile*>(this)->findKey(normalizedPath);
+  auto it = keyIndex_.find(folded(normalizedPath));
+  return it == keyIndex_.end() ? nullptr : &keys_[it->second];
 }
 
 CRegFile::Key& CRegFile::keyFor(const std::wstring& normalizedPath) {
-  if (Key* key = findKey(normalizedPath)) return *key;
-  keys_.push_back({normalizedPath, {}});
-  return keys_.back();
+  auto [it, added] = keyIndex_.try_emplace(folded(normalizedPath), keys_.size());
+  if (added) keys_.push_back({normalizedPath, {}, {}});
+  return keys_[it->second];
+}
+
+void CRegFile::reindexKeys() {
+  keyIndex_.clear();
+  for (size_t i = 0; i < keys_.size(); ++i) keyIndex_.emplace(folded(keys_[i].path), i);
 }
 
 void CRegFile::putValue(Key& key, Value value) {
-  for (Value& v : key.values) {
-    if (equalNoCase(v.name, value.name)) {
-      value.name = std::move(v.name);  // the stored spelling stays
-      v = std::move(value);
-      return;
-    }
+  auto [it, added] = key.valueIndex.try_emplace(folded(value.name), key.values.size());
+  if (added) {
+    key.values.push_back(std::move(value));
+  } else {
+    Value& stored = key.values[it->second];
+    value.name = std::move(stored.name);  // the stored spelling stays
+    stored = std::move(value);
   }
-  key.values.push_back(std::move(value));
+}
+
+void CRegFile::eraseValue(Key& key, std::wstring_view name) {
+  auto it = key.valueIndex.find(folded(name));
+  if (it == key.valueIndex.end()) return;
+  key.values.erase(key.values.begin() + static_cast<std::ptrdiff_t>(it->second));
+  key.valueIndex.clear();
+  for (size_t i = 0; i < key.values.size(); ++i)
+    key.valueIndex.emplace(folded(key.values[i].name), i);
 }
 
 const CRegFile::Value* CRegFile::findValue(std::wstring_view path, std::wstring_view name) const {
   const Key* key = findKey(normalizePath(path));
   if (!key) return nullptr;
-  for (const Value& v : key->values)
-    if (equalNoCase(v.name, name)) return &v;
-  return nullptr;
+  auto it = key->valueIndex.find(folded(name));
+  return it == key->valueIndex.end() ? nullptr : &key->values[it->second];
 }
 
 bool CRegFile::createKey(std::wstring_view path) {
@@ -339,20 +350,15 @@ bool CRegFile::createKey(std::wstring_view path) {
 
 bool CRegFile::setValue(std::wstring_view path, Value value) {
   if (hasLineBreak(value.name) || !createKey(path)) return false;
-  putValue(*findKey(normalizePath(path)), std::move(value));
+  putValue(keyFor(normalizePath(path)), std::move(value));
   return true;
 }
 
-bool CRegFile::hasKey(std::wstring_view path) const {
-  std::wstring normalized = normalizePath(path);
-  if (normalized.empty()) return false;
-  return std::any_of(keys_.begin(), keys_.end(),
-                     [&](const Key& key) { return isAtOrBelow(key.path, normalized); });
-}
-
 bool CRegFile::deleteTree(std::wstring_view path) {
-  std::wstring normalized = normalizePath(path);
-  if (normalized.empty()) return false;
-  return std::erase_if(keys_, [&](const Key& key) { return isAtOrBelow(key.path, normalized); }) >
-         0;
+  std::wstring top = folded(normalizePath(path));
+  if (top.empty()) return false;
+  size_t removed =
+      std::erase_if(keys_, [&](const Key& key) { return isAtOrBelow(folded(key.path), top); });
+  reindexKeys();
+  return removed > 0;
 }

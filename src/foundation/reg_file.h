@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 class CRegFile {
@@ -33,6 +34,8 @@ class CRegFile {
   struct Key {
     std::wstring path;  // backslash-separated, without empty components
     std::vector<Value> values;
+    // The case-folded name of each value and its position in `values`.
+    std::unordered_map<std::wstring, size_t> valueIndex;
   };
 
   // Replaces the contents by what `data` holds (UTF-8, or UTF-16LE with its byte order
@@ -49,7 +52,6 @@ class CRegFile {
   bool setValue(std::wstring_view path, Value value);
   // Creates key `path` unless it exists. False when the path cannot be written.
   bool createKey(std::wstring_view path);
-  bool hasKey(std::wstring_view path) const;
   // Removes key `path` with every key below it; false when there was none.
   bool deleteTree(std::wstring_view path);
 
@@ -57,10 +59,13 @@ class CRegFile {
   static std::wstring normalizePath(std::wstring_view path);
 
  private:
-  Key* findKey(std::wstring_view normalizedPath);
   const Key* findKey(std::wstring_view normalizedPath) const;
   Key& keyFor(const std::wstring& normalizedPath);
   static void putValue(Key& key, Value value);
+  static void eraseValue(Key& key, std::wstring_view name);
+  void reindexKeys();
 
   std::vector<Key> keys_;
+  // The case-folded path of each key and its position in `keys_`.
+  std::unordered_map<std::wstring, size_t> keyIndex_;
 };
