@@ -1,5 +1,6 @@
 #include "ui/message_box.h"
 
+#include "foundation/preferences.h"
 #include "platform/ui_backend.h"
 
 namespace VxKd {
@@ -62,6 +63,12 @@ int msgBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const wc
 
 int commonSaveErrorMsgBox(HWND hwnd) {
   return msgBox(hwnd, 10132, L"#Cannot save data", 10134, L"#Save Failed", MB_OK, MB_ICONSTOP);
+}
+
+void warnIfWantedMsgBox(HWND hwnd, int condition, long textId, const wchar_t* text) {
+  if (condition != 1 || !displayCreatedWithMsg()) return;
+  if (!CUiBackend::current().showAgainBox(hwnd, lngDbText(textId, text), appTitle()))
+    setDisplayCreatedWithMsg(false);
 }
 
 }  // namespace VxKd

@@ -33,4 +33,9 @@ VXKD_API int msgBox(HWND hwnd, long textId, const wchar_t* text, long captionId,
 // "Cannot save data" under "Save Failed", with the stop icon.
 VXKD_API int commonSaveErrorMsgBox(HWND hwnd);
 
+// Shows the looked-up text with a "show again" check box when `condition` is 1 and the
+// user has not switched such messages off. Unticking the box switches off every message of
+// this kind, not just this one: they share one switch.
+VXKD_API void warnIfWantedMsgBox(HWND hwnd, int condition, long textId, const wchar_t* text);
+
 }  // namespace VxKd

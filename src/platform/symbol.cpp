@@ -1,0 +1,277 @@
+#include "platform/symbol.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "platform/paths.h"
+#include "platform/sz.h"
+
+namespace {
+
+constexpr char kFormatName[] = "vxkd-symbol-series";
+constexpr int kFormatVersion = 1;
+constexpr wchar_t kSeriesExtension[] = L".vxs";
+
+// The lines of a UTF-8 text file without line ends and byte order mark; false when it cannot
+// be read.
+bool readLines(const wchar_t* path, std::vector<std::string>& lines) {
+  lines.clear();
+  std::ifstream in(cuFile::nativePath(path), std::ios::binary);
+  if (!in) return false;
+  std::string line;
+  while (std::getline(in, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(std::move(line));
+  }
+  if (!lines.empty() && lines[0].rfind("\xEF\xBB\xBF", 0) == 0) lines[0].erase(0, 3);
+  return !in.bad();
+}
+
+bool isCommentOrBlank(const std::string& line) {
+  size_t first = line.find_first_not_of(" \t");
+  return first == std::string::npos || line[first] == '#';
+}
+
+// True when `line` is the format line "vxkd-symbol-series 1" (after `keyword`, if any).
+bool isFormatLine(std::istringstream& words) {
+  std::string name;
+  int version = 0;
+  words >> name >> version;
+  return name == kFormatName && version == kFormatVersion;
+}
+
+void putLe16(uint8_t* out, uint16_t v) {
+  out[0] = static_cast<uint8_t>(v);
+  out[1] = static_cast<uint8_t>(v >> 8);
+}
+
+void putLe32(uint8_t* out, uint32_t v) {
+  for (int i = 0; i < 4; ++i) out[i] = static_cast<uint8_t>(v >> (8 * i));
+}
+
+uint16_t getLe16(const uint8_t* in) { return static_cast<uint16_t>(in[0] | in[1] << 8); }
+
+uint32_t getLe32(const uint8_t* in) {
+  return static_cast<uint32_t>(in[0]) | static_cast<uint32_t>(in[1]) << 8 |
+         static_cast<uint32_t>(in[2]) << 16 | static_cast<uint32_t>(in[3]) << 24;
+}
+
+// "type flags v0 v1 v2 v3 v4 v5": two integers and six numbers, nothing else.
+bool parseNode(std::string_view text, CGmNode& node) {
+  const char* p = text.data();
+  const char* end = p + text.size();
+  auto skipBlanks = [&] {
+    while (p < end && (*p == ' ' || *p == '\t')) ++p;
+  };
+  long type = 0, flags = 0;
+  skipBlanks();
+  auto r = std::from_chars(p, end, type);
+  if (r.ec != std::errc() || type < INT16_MIN || type > INT16_MAX) return false;
+  p = r.ptr;
+  skipBlanks();
+  r = std::from_chars(p, end, flags);
+  if (r.ec != std::errc() || flags < 0 || flags > UINT16_MAX) return false;
+  p = r.ptr;
+  node.type = static_cast<int16_t>(type);
+  node.flags = static_cast<uint16_t>(flags);
+  for (float& v : node.v) {
+    skipBlanks();
+    auto f = std::from_chars(p, end, v);
+    if (f.ec != std::errc()) return false;
+    p = f.ptr;
+  }
+  skipBlanks();
+  return p == end;
+}
+
+// The series files of `folder`, by id.
+std::vector<std::pair<CWsz, CWsz>> seriesFilesIn(const CWsz& folder) {
+  std::vector<std::pair<CWsz, CWsz>> found;
+  if (folder.isEmpty()) return found;
+  DIR* dir = ::opendir(cuFile::nativePath(folder).c_str());
+  if (!dir) return found;
+  const int extLength = static_cast<int>(std::wcslen(kSeriesExtension));
+  while (const dirent* entry = ::readdir(dir)) {
+    if (entry->d_name[0] == '.') continue;
+    CWsz name = CWsz::fromUtf8(entry->d_name);
+    if (name.length() <= extLength ||
+        !cuSz::equalNoCase(name.mid(name.length() - extLength), kSeriesExtension))
+      continue;
+    CWsz path = cuFile::joinPath(folder, name);
+    struct stat st {};
+    if (::stat(cuFile::nativePath(path).c_str(), &st) != 0 || !S_ISREG(st.st_mode)) continue;
+    found.emplace_back(name.left(name.length() - extLength), path);
+  }
+  ::closedir(dir);
+  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
+    return cuSz::compareLogical(a.first, b.first) < 0;
+  });
+  return found;
+}
+
+}  // namespace
+
+CVxSymbolModel::CVxSymbolModel(long projectId, const char* symbolId, const wchar_t* desc,
+                               std::vector<CGmNode> nodes)
+    : projectId_(projectId), desc_(desc), nodes_(std::move(nodes)) {
+  setSymbolId(symbolId);
+}
+
+const CGmNode* CVxSymbolModel::nodeAt(int index) const {
+  return index >= 0 && index < nodeCount() ? &nodes_[index] : nullptr;
+}
+
+CByteBuffer CVxSymbolModel::nodeBytes() const {
+  CByteBuffer out;
+  out.resize(nodeCount() * nodeSize);
+  uint8_t* p = out.data();
+  for (const CGmNode& node : nodes_) {
+    putLe16(p, static_cast<uint16_t>(node.type));
+    putLe16(p + 2, node.flags);
+    for (int i = 0; i < 6; ++i) {
+      uint32_t bits;
+      std::memcpy(&bits, &node.v[i], sizeof bits);
+      putLe32(p + 4 + 4 * i, bits);
+    }
+    p += nodeSize;
+  }
+  return out;
+}
+
+int CVxSymbolModel::setNodeBytes(const void* data, int size) {
+  nodes_.clear();
+  if (!data || size < nodeSize) return 0;
+  const auto* p = static_cast<const uint8_t*>(data);
+  nodes_.resize(size / nodeSize);
+  for (CGmNode& node : nodes_) {
+    node.type = static_cast<int16_t>(getLe16(p));
+    node.flags = getLe16(p + 2);
+    for (int i = 0; i < 6; ++i) {
+      uint32_t bits = getLe32(p + 4 + 4 * i);
+      std::memcpy(&node.v[i], &bits, sizeof bits);
+    }
+    p += nodeSize;
+  }
+  return nodeCount();
+}
+
+bool CVxSymbolDb::open(const wchar_t* dictionaryPath, const char* appCode, long languageId,
+                       const wchar_t* commonFolder, const wchar_t* userFolder) {
+  close();
+  std::vector<std::string> lines;
+  if (!dictionaryPath || !appCode || !*appCode || !readLines(dictionaryPath, lines)) return false;
+  bool formatSeen = false, appDeclared = false;
+  for (const std::string& line : lines) {
+    if (isCommentOrBlank(line)) continue;
+    std::istringstream words(line);
+    std::string keyword, code;
+    words >> keyword;
+    if (keyword == "format") {
+      formatSeen = isFormatLine(words);
+    } else if (keyword == "application") {
+      words >> code;
+      appDeclared = appDeclared || code == appCode;
+    }
+  }
+  if (!formatSeen || !appDeclared) return false;
+  open_ = true;
+  appCode_.set(appCode);
+  languageId_ = languageId;
+  commonFolder_.set(commonFolder);
+  userFolder_.set(userFolder);
+  return true;
+}
+
+void CVxSymbolDb::close() {
+  open_ = false;
+  appCode_.empty();
+  languageId_ = 0;
+  commonFolder_.empty();
+  userFolder_.empty();
+  series_.clear();
+}
+
+int CVxSymbolDb::refreshSeries() {
+  series_.clear();
+  if (!open_) return 0;
+  for (const CWsz* folder : {&commonFolder_, &userFolder_}) {
+    for (auto& [id, path] : seriesFilesIn(*folder)) {
+      int index = findSeries(id);
+      if (index >= 0)
+        series_[index].path = path;
+      else
+        series_.push_back({id, path});
+    }
+  }
+  return seriesCount();
+}
+
+CWsz CVxSymbolDb::seriesIdAt(int index) const {
+  return index >= 0 && index < seriesCount() ? series_[index].id : CWsz();
+}
+
+int CVxSymbolDb::findSeries(const wchar_t* id) const {
+  for (int i = 0; i < seriesCount(); ++i)
+    if (series_[i].id == id) return i;
+  return -1;
+}
+
+void CVxSymbolDb::defaultSeries(CWszArray& ids) const {
+  ids.empty();
+  for (const Series& s : series_) ids.append(s.id);
+}
+
+bool CVxSymbolDb::readSeries(const wchar_t* id, std::vector<CVxSymbolModel>& symbols) const {
+  symbols.clear();
+  int index = findSeries(id);
+  std::vector<std::string> lines;
+  if (index < 0 || !readLines(series_[index].path, lines)) return false;
+
+  const std::string ownDescription = cuSz::format("description.%ld", languageId_);
+  bool formatSeen = false;
+  bool ownLanguage = false;  // the current symbol's description is in the library's language
+  CVxSymbolModel* current = nullptr;
+  for (const std::string& line : lines) {
+    if (isCommentOrBlank(line)) continue;
+    if (!formatSeen) {
+      std::istringstream words(line);
+      if (!isFormatLine(words)) return false;
+      formatSeen = true;
+      continue;
+    }
+    if (line[0] == '[') {
+      current = nullptr;
+      size_t close = line.rfind(']');
+      if (close == std::string::npos || close < 2) continue;
+      CVxSymbolModel symbol;
+      symbol.setSymbolId(line.substr(1, close - 1).c_str());
+      bool repeated = std::any_of(symbols.begin(), symbols.end(), [&](const CVxSymbolModel& s) {
+        return std::strcmp(s.symbolId(), symbol.symbolId()) == 0;
+      });
+      if (repeated) continue;
+      symbols.push_back(std::move(symbol));
+      current = &symbols.back();
+      ownLanguage = false;
+      continue;
+    }
+    size_t eq = line.find('=');
+    if (!current || eq == std::string::npos) continue;
+    std::string key = line.substr(0, eq);
+    std::string value = line.substr(eq + 1);
+    CGmNode node;
+    if (key == "node" && parseNode(value, node)) {
+      current->appendNode(node);
+    } else if (key == ownDescription || (key == "description" && !ownLanguage)) {
+      current->setDesc(CWsz::fromUtf8(value.c_str()));
+      ownLanguage = ownLanguage || key == ownDescription;
+    }
+  }
+  std::erase_if(symbols, [](const CVxSymbolModel& s) { return s.nodeCount() == 0; });
+  return formatSeen;
+}

@@ -1,0 +1,454 @@
+#include "foundation/registry.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <random>
+#include <string>
+
+#include "platform/env.h"
+#include "platform/sz.h"
+#include "support/temp_registry.h"
+
+namespace {
+
+constexpr char kKey[] = "HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix";
+
+CSystemRegistry userKey(const wchar_t* product = L"Vantrix") {
+  CSystemRegistry key;
+  key.initCurrentUserSoftware(L"Tessund", product);
+  return key;
+}
+
+CSystemRegistry machineKey() {
+  CSystemRegistry key;
+  key.initLocalMachineSoftware(L"Tessund", L"Vantrix");
+  return key;
+}
+
+// The DWORD, or -1 when readDw fails (after checking that a failure gives 0).
+long long dwordOf(const CSystemRegistry& key, const wchar_t* sub, const wchar_t* name) {
+  unsigned long value = 12345;
+  if (key.readDw(sub, name, value)) return static_cast<long long>(value);
+  EXPECT_EQ(value, 0ul) << "a failed read gives 0";
+  return -1;
+}
+
+// The string, or "<none>" when readWsz fails (after checking that a failure gives "").
+std::wstring stringOf(const CSystemRegistry& key, const wchar_t* sub, const wchar_t* name) {
+  wchar_t buffer[400] = L"stale";
+  if (key.readWsz(sub, name, buffer, 400)) return buffer;
+  EXPECT_STREQ(buffer, L"") << "a failed read gives \"\"";
+  return L"<none>";
+}
+
+std::string section(const std::string& sub = "") {
+  return std::string("[") + kKey + (sub.empty() ? "" : "\\" + sub) + "]\n";
+}
+
+// ---------------------------------------------------------------------------------------
+// Reading files written by hand
+
+const char kHandWritten[] =
+    "Windows Registry Editor Version 5.00\r\n"
+    "\r\n"
+    "; comment lines and blank lines mean nothing\r\n"
+    "[hkey_current_user\\software\\TESSUND\\Vantrix]\r\n"
+    "\"InterfaceLng\"=dword:000005dd\r\n"
+    "@=\"the default value\"\r\n"
+    "\"Path\"=\"C:\\\\Data\\\\\\\"quoted\\\"\"\r\n"
+    "\"Multi\"=hex(1):41,00,0a,00,42,00,00,00\r\n"
+    "\"Four\"=hex(4):0a,01,00,00\r\n"
+    "\"Blob\"=hex:01,02,03,\\\r\n"
+    "  04,05\r\n"
+    "\"After\" = dword:00000001\r\n"
+    "\"Gone\"=dword:00000001\r\n"
+    "\r\n"
+    "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix\\Sub\\\\Deeper\\]\r\n"
+    "\"Name\"=\"Gr\xC3\xB6\xC3\x9F"
+    "e\"\r\n"
+    "\r\n"
+    "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix\\Removed]\r\n"
+    "\"Old\"=dword:00000001\r\n"
+    "\r\n"
+    "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix]\r\n"
+    "\"Gone\"=-\r\n"
+    "\"After\"=dword:00000002\r\n"
+    "[-HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix\\Removed]\r\n";
+
+enum class Encoding { utf8, utf8WithMark, utf16le };
+
+std::string encode(const std::string& utf8, Encoding encoding) {
+  if (encoding == Encoding::utf8) return utf8;
+  if (encoding == Encoding::utf8WithMark) return "\xEF\xBB\xBF" + utf8;
+  std::string out = "\xFF\xFE";
+  for (char16_t unit : cuSz::toUtf16(cuSz::fromUtf8(utf8))) {
+    out += static_cast<char>(unit & 0xFF);
+    out += static_cast<char>(unit >> 8);
+  }
+  return out;
+}
+
+class RegistryHandWritten : public RegistryTest, public ::testing::WithParamInterface<Encoding> {};
+
+TEST_P(RegistryHandWritten, FileInExportSyntaxIsRead) {
+  registry_.writeCurrentUser(encode(kHandWritten, GetParam()));
+  CSystemRegistry key = userKey();
+  EXPECT_EQ(dwordOf(key, L"", L"InterfaceLng"), 1501);
+  EXPECT_EQ(stringOf(key, L"", L""), L"the default value");
+  EXPECT_EQ(stringOf(key, nullptr, nullptr), L"the default value");
+  EXPECT_EQ(stringOf(key, L"", L"Path"), L"C:\\Data\\\"quoted\"");
+  EXPECT_EQ(stringOf(key, L"", L"Multi"), L"A\nB");
+  EXPECT_EQ(dwordOf(key, L"", L"Four"), 0x010a);
+  EXPECT_EQ(dwordOf(key, L"", L"Blob"), -1) << "binary is neither DWORD nor string";
+  EXPECT_EQ(dwordOf(key, L"", L"After"), 2) << "the later line wins";
+  EXPECT_EQ(dwordOf(key, L"", L"Gone"), -1) << "deleted by =-";
+  EXPECT_EQ(stringOf(key, L"sub\\deeper", L"name"), L"Gr\u00f6\u00dfe");
+  EXPECT_EQ(dwordOf(key, L"Removed", L"Old"), -1) << "deleted by [-key]";
+}
+
+INSTANTIATE_TEST_SUITE_P(Encodings, RegistryHandWritten,
+                         ::testing::Values(Encoding::utf8, Encoding::utf8WithMark,
+                                           Encoding::utf16le));
+
+TEST_F(RegistryTest, WriteKeepsWhatItDoesNotUnderstandAndWritesExportSyntax) {
+  registry_.writeCurrentUser(kHandWritten);
+  CSystemRegistry key = userKey();
+  ASSERT_TRUE(key.writeDw(L"", L"New", 0x1f));
+
+  std::string text = registry_.currentUserText();
+  EXPECT_EQ(text.rfind("Windows Registry Editor Version 5.00\n", 0), 0u) << text;
+  EXPECT_NE(text.find("\"Blob\"=hex:01,02,03,04,05\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("\"New\"=dword:0000001f\n"), std::string::npos) << text;
+  EXPECT_EQ(text.find("Removed"), std::string::npos) << text;
+  EXPECT_EQ(stringOf(key, L"", L"Path"), L"C:\\Data\\\"quoted\"");
+  EXPECT_EQ(stringOf(key, L"", L"Multi"), L"A\nB");
+  EXPECT_EQ(stringOf(key, L"Sub\\Deeper", L"Name"), L"Gr\u00f6\u00dfe");
+  EXPECT_EQ(dwordOf(key, L"", L"After"), 2);
+}
+
+// ---------------------------------------------------------------------------------------
+// Damaged files
+
+struct DamageCase {
+  const char* name;
+  std::string damaged;  // what stands in place of a good "X" value
+};
+
+void PrintTo(const DamageCase& c, std::ostream* os) { *os << c.name; }
+
+class RegistryDamaged : public RegistryTest, public ::testing::WithParamInterface<DamageCase> {};
+
+TEST_P(RegistryDamaged, DamagedValueReadsAsAbsentAndTheRestSurvives) {
+  registry_.writeCurrentUser("Windows Registry Editor Version 5.00\n\n" + section() +
+                             GetParam().damaged + "\n" + section() + "\"Good\"=dword:00000007\n");
+  CSystemRegistry key = userKey();
+  EXPECT_EQ(dwordOf(key, L"", L"X"), -1);
+  EXPECT_EQ(stringOf(key, L"", L"X"), L"<none>");
+  EXPECT_EQ(dwordOf(key, L"", L"Good"), 7);
+  ASSERT_TRUE(key.writeDw(L"", L"X", 3)) << "a damaged file can be written again";
+  EXPECT_EQ(dwordOf(key, L"", L"X"), 3);
+  EXPECT_EQ(dwordOf(key, L"", L"Good"), 7);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, RegistryDamaged,
+    ::testing::Values(
+        DamageCase{"DwordNotHex", "\"X\"=dword:zz"}, DamageCase{"DwordCut", "\"X\"=dword:0000000"},
+        DamageCase{"DwordTooLong", "\"X\"=dword:000000001"},
+
+        DamageCase{"TypeCut", "\"X\"=dwo"}, DamageCase{"StringUnterminated", "\"X\"=\"abc"},
+        DamageCase{"StringTrailingText", "\"X\"=\"abc\" extra"},
+        DamageCase{"NameUnterminated", "\"X=dword:00000001"}, DamageCase{"NoData", "\"X\"="},
+        DamageCase{"HexDwordTooShort", "\"X\"=hex(4):01,02"},
+        DamageCase{"HexByteCut", "\"X\"=hex(4):01,02,03,0"},
+        DamageCase{"HexStringWithoutTerminator", "\"X\"=hex(1):41,00"},
+        DamageCase{"HexStringOddLength", "\"X\"=hex(1):41,00,00"},
+
+        DamageCase{"ContinuationAtEnd", "\"X\"=hex(4):01,02,\\"},
+        DamageCase{"SectionCut", "[HKEY_CURRENT_USER\\SOFTWARE\\Tess\n\"X\"=dword:1"},
+
+        DamageCase{"NulBytes", "\"X\"=dword:0000" + std::string(2, '\0') + "01"}),
+    [](const auto& info) { return info.param.name; });
+
+TEST_F(RegistryTest, RandomBytesReadAsEmptyWithoutACrash) {
+  std::mt19937 random(20240601);
+  CSystemRegistry key = userKey();
+  for (int round = 0; round < 50; ++round) {
+    std::string bytes(1 + random() % 8192, '\0');
+    for (char& c : bytes) c = static_cast<char>(random());
+    // Some rounds are mostly registry syntax, so that the parser gets deep into them.
+    if (round % 2) {
+      const char* pieces[] = {"[", "]", "\"", "=", "dword:", "hex(1):", "\\", "\n", ",", "@"};
+      for (char& c : bytes)
+        if (random() % 3) c = pieces[random() % 10][0];
+    }
+    registry_.writeCurrentUser(bytes);
+    EXPECT_EQ(dwordOf(key, L"", L"X"), -1);
+    EXPECT_EQ(stringOf(key, L"", L"X"), L"<none>");
+    ASSERT_TRUE(key.writeDw(L"", L"X", 5));
+    EXPECT_EQ(dwordOf(key, L"", L"X"), 5);
+  }
+}
+
+TEST_F(RegistryTest, FileCutAnywhereGivesWholeValuesOrNone) {
+  CSystemRegistry key = userKey();
+  const std::wstring quoted = L"text with \"quotes\" and a \\ backslash";
+  const std::wstring lines = L"first line\r\nsecond line with a long tail to wrap the hex form";
+  ASSERT_TRUE(key.writeDw(L"Sub", L"Number", 0x12345678));
+  ASSERT_TRUE(key.writeWsz(L"Sub", L"Quoted", quoted.c_str()));
+  ASSERT_TRUE(key.writeWsz(L"Sub", L"Lines", lines.c_str()));
+  const std::string whole = registry_.currentUserText();
+  ASSERT_NE(whole.find("hex(1):"), std::string::npos) << "line breaks go out as hex";
+
+  for (size_t cut = 0; cut <= whole.size(); ++cut) {
+    registry_.writeCurrentUser(whole.substr(0, cut));
+    long long number = dwordOf(key, L"Sub", L"Number");
+    std::wstring q = stringOf(key, L"Sub", L"Quoted");
+    std::wstring l = stringOf(key, L"Sub", L"Lines");
+    ASSERT_TRUE(number == -1 || number == 0x12345678) << "cut at " << cut;
+    ASSERT_TRUE(q == L"<none>" || q == quoted) << "cut at " << cut;
+    ASSERT_TRUE(l == L"<none>" || l == lines) << "cut at " << cut;
+  }
+  EXPECT_EQ(stringOf(key, L"Sub", L"Lines"), lines);
+}
+
+// ---------------------------------------------------------------------------------------
+// Values and types
+
+TEST_F(RegistryTest, ReadOfTheOtherTypeIsFalseAndEmpty) {
+  CSystemRegistry key = userKey();
+  ASSERT_TRUE(key.writeWsz(L"", L"Text", L"7"));
+  ASSERT_TRUE(key.writeDw(L"", L"Number", 7));
+  EXPECT_EQ(dwordOf(key, L"", L"Text"), -1);
+  EXPECT_EQ(stringOf(key, L"", L"Number"), L"<none>");
+  char narrow[10] = "stale";
+  EXPECT_FALSE(key.readSz(L"", L"Number", narrow, sizeof narrow));
+  EXPECT_STREQ(narrow, "");
+  EXPECT_EQ(dwordOf(key, L"", L"Missing"), -1);
+  EXPECT_EQ(dwordOf(key, L"NoSuchKey", L"Number"), -1);
+
+  ASSERT_TRUE(key.writeDw(L"", L"Text", 9));  // a write replaces the other type
+  EXPECT_EQ(dwordOf(key, L"", L"Text"), 9);
+  EXPECT_EQ(stringOf(key, L"", L"Text"), L"<none>");
+}
+
+TEST_F(RegistryTest, StringMustFitTheBufferWithItsTerminator) {
+  CSystemRegistry key = userKey();
+  ASSERT_TRUE(key.writeWsz(L"", L"Name", L"Gr\u00f6\u00dfe"));  // 7 bytes of UTF-8
+  wchar_t wide[8] = L"stale";
+  EXPECT_TRUE(key.readWsz(L"", L"Name", wide, 6));
+  EXPECT_STREQ(wide, L"Gr\u00f6\u00dfe");
+  std::wcscpy(wide, L"stale");
+  EXPECT_FALSE(key.readWsz(L"", L"Name", wide, 5));
+  EXPECT_STREQ(wide, L"");
+  EXPECT_FALSE(key.readWsz(L"", L"Name", wide, 0));
+
+  char narrow[10] = "stale";
+  EXPECT_TRUE(key.readSz(L"", L"Name", narrow, 8));
+  EXPECT_STREQ(narrow,
+               "Gr\xC3\xB6\xC3\x9F"
+               "e");
+  EXPECT_FALSE(key.readSz(L"", L"Name", narrow, 7));
+  EXPECT_STREQ(narrow, "");
+
+  CWsz whole;
+  EXPECT_TRUE(key.readWsz(L"", L"Name", whole));
+  EXPECT_EQ(whole.str(), L"Gr\u00f6\u00dfe");
+}
+
+TEST_F(RegistryTest, DwordTakesAll32BitsAndNoMore) {
+  CSystemRegistry key = userKey();
+  ASSERT_TRUE(key.writeDw(L"", L"Max", 0xFFFFFFFFul));
+  EXPECT_EQ(dwordOf(key, L"", L"Max"), 0xFFFFFFFFll);
+  EXPECT_FALSE(key.writeDw(L"", L"Big", 0x100000000ul));
+  EXPECT_EQ(dwordOf(key, L"", L"Big"), -1);
+}
+
+TEST_F(RegistryTest, KeyPathsAndValueNamesIgnoreCase) {
+  CSystemRegistry key = userKey(L"Vantrix KD 18");
+  ASSERT_TRUE(key.writeDw(L"CurVer\\UserPreferences", L"SearchCircleSize", 7));
+  EXPECT_EQ(dwordOf(userKey(L"VANTRIX kd 18"), L"curver\\USERPREFERENCES", L"searchcirclesize"), 7);
+  ASSERT_TRUE(key.writeDw(L"CURVER\\userpreferences", L"SEARCHCIRCLESIZE", 8));
+  EXPECT_EQ(dwordOf(key, L"CurVer\\UserPreferences", L"SearchCircleSize"), 8);
+  std::string text = registry_.currentUserText();
+  EXPECT_EQ(text.find("SEARCHCIRCLESIZE"), std::string::npos) << "one value, its first name";
+  EXPECT_EQ(text.find("userpreferences"), std::string::npos) << "one key, its first path";
+}
+
+TEST_F(RegistryTest, RootsAreSeparateFiles) {
+  ASSERT_TRUE(userKey().writeDw(L"", L"Value", 1));
+  ASSERT_TRUE(machineKey().writeDw(L"", L"Value", 2));
+  EXPECT_EQ(dwordOf(userKey(), L"", L"Value"), 1);
+  EXPECT_EQ(dwordOf(machineKey(), L"", L"Value"), 2);
+  EXPECT_EQ(userKey().filePath(), registry_.currentUserFile());
+  EXPECT_EQ(machineKey().filePath(), registry_.localMachineFile());
+  EXPECT_NE(registry_.folder().read("hklm/registry.reg").find("[HKEY_LOCAL_MACHINE\\SOFTWARE\\"),
+            std::string::npos);
+}
+
+TEST(SystemRegistry, UninitialisedRegistryDoesNothing) {
+  CTempRegistry registry;
+  CSystemRegistry key;
+  EXPECT_EQ(dwordOf(key, L"", L"Value"), -1);
+  EXPECT_FALSE(key.writeDw(L"", L"Value", 1));
+  EXPECT_FALSE(key.writeWsz(L"", L"Value", L"x"));
+  EXPECT_FALSE(key.deleteNode(L"Sub"));
+  EXPECT_EQ(key.filePath(), "");
+  EXPECT_EQ(registry.currentUserText(), "");
+}
+
+TEST(SystemRegistry, RootFilesComeFromTheEnvironment) {
+  CScratchFolder folder;
+  CScopedEnv noHkcu("VXKD_HKCU", "");
+  CScopedEnv noHklm("VXKD_HKLM", "");
+  CScopedEnv config("XDG_CONFIG_HOME", folder.file("config"));
+  EXPECT_EQ(CSystemRegistry::currentUserFile(), folder.file("config/tessund/registry.reg"));
+  EXPECT_EQ(CSystemRegistry::localMachineFile(), "/etc/tessund/registry.reg");
+  CScopedEnv relative("XDG_CONFIG_HOME", "relative/config");
+  CScopedEnv home("HOME", folder.path());
+  EXPECT_EQ(CSystemRegistry::currentUserFile(), folder.file(".config/tessund/registry.reg"));
+}
+
+// ---------------------------------------------------------------------------------------
+// Deleting keys
+
+TEST_F(RegistryTest, DeleteNodeRemovesTheWholeSubtreeOnly) {
+  CSystemRegistry key = userKey();
+  for (const wchar_t* sub : {L"A", L"A\\B", L"A\\B\\C", L"A\\BC", L"AB"})
+    ASSERT_TRUE(key.writeDw(sub, L"Value", 1));
+  EXPECT_TRUE(key.deleteNode(L"a\\b"));
+  EXPECT_EQ(dwordOf(key, L"A\\B", L"Value"), -1);
+  EXPECT_EQ(dwordOf(key, L"A\\B\\C", L"Value"), -1);
+  EXPECT_EQ(dwordOf(key, L"A", L"Value"), 1);
+  EXPECT_EQ(dwordOf(key, L"A\\BC", L"Value"), 1) << "a name that merely begins alike stays";
+  EXPECT_EQ(dwordOf(key, L"AB", L"Value"), 1);
+  EXPECT_FALSE(key.deleteNode(L"A\\B")) << "already gone";
+
+  EXPECT_TRUE(key.deleteNode(L"A"));
+  EXPECT_EQ(dwordOf(key, L"A\\BC", L"Value"), -1);
+  EXPECT_EQ(dwordOf(key, L"AB", L"Value"), 1);
+  EXPECT_NE(registry_.currentUserText().find(std::string("\n[") + kKey + "]\n"), std::string::npos)
+      << "the parent stays as a key";
+}
+
+TEST_F(RegistryTest, DeleteNodeOfNothingFailsAndWritesNothing) {
+  CSystemRegistry key = userKey();
+  EXPECT_FALSE(key.deleteNode(L"Missing"));
+  EXPECT_FALSE(key.deleteNode(L""));
+  EXPECT_FALSE(key.deleteNode(nullptr));
+  EXPECT_FALSE(key.deleteNode(L"\\\\"));
+  EXPECT_EQ(registry_.currentUserText(), "");
+}
+
+// ---------------------------------------------------------------------------------------
+// Faults and concurrency
+
+// Fails what a test asks for on the registry file: its rename, or reading it.
+class CFaultyEnv : public CEnv {
+ public:
+  explicit CFaultyEnv(std::string path) : path_(std::move(path)) {}
+  int openFile(const std::string& path, int flags, mode_t mode) override {
+    int fd = CEnv::openFile(path, flags, mode);
+    if (path == path_) registryFd_ = fd;
+    return fd;
+  }
+  ssize_t readFile(int fd, void* buffer, size_t size) override {
+    if (failRead && fd == registryFd_) {
+      errno = EIO;
+      return -1;
+    }
+    return CEnv::readFile(fd, buffer, size);
+  }
+  int renamePath(const std::string& from, const std::string& to) override {
+    if (failRename) {
+      errno = EXDEV;
+      return -1;
+    }
+    return CEnv::renamePath(from, to);
+  }
+
+  bool failRead = false;
+  bool failRename = false;
+
+ private:
+  std::string path_;
+  int registryFd_ = -1;
+};
+
+class RegistryFault : public RegistryTest {
+ protected:
+  void SetUp() override {
+    registry_.writeCurrentUser(section() + "\"X\"=dword:00000001\n");
+    previous_ = CEnv::install(&env_);
+  }
+  void TearDown() override { CEnv::install(previous_); }
+
+  CFaultyEnv env_{registry_.currentUserFile()};
+  CEnv* previous_ = nullptr;
+};
+
+TEST_F(RegistryFault, FailedReplaceLeavesTheFileAsItWas) {
+  const std::string before = registry_.currentUserText();
+  env_.failRename = true;
+  EXPECT_FALSE(userKey().writeDw(L"", L"X", 2));
+  EXPECT_EQ(registry_.currentUserText(), before);
+  EXPECT_EQ(registry_.folder().read("hkcu/registry.reg.tmp"), "") << "no temporary file left";
+  env_.failRename = false;
+  EXPECT_EQ(dwordOf(userKey(), L"", L"X"), 1);
+}
+
+TEST_F(RegistryFault, FileThatCannotBeReadIsNeverReplaced) {
+  const std::string before = registry_.currentUserText();
+  env_.failRead = true;
+  EXPECT_EQ(dwordOf(userKey(), L"", L"X"), -1) << "reads as empty";
+  EXPECT_FALSE(userKey().writeDw(L"", L"Y", 2));
+  EXPECT_EQ(registry_.currentUserText(), before);
+}
+
+TEST_F(RegistryTest, TwoProcessesWritingAtOnceKeepEachOthersValues) {
+  constexpr int kWrites = 40;
+  int start[2];
+  ASSERT_EQ(pipe(start), 0);
+  pid_t children[2];
+  for (int p = 0; p < 2; ++p) {
+    children[p] = fork();
+    ASSERT_GE(children[p], 0);
+    if (children[p] == 0) {
+      close(start[1]);
+      char go;
+      (void)!read(start[0], &go, 1);  // all start together when the parent closes the pipe
+      CSystemRegistry key = userKey();
+      int failures = 0;
+      const wchar_t* own = p == 0 ? L"First" : L"Second";
+      for (int i = 0; i < kWrites; ++i) {
+        std::wstring name = cuSz::wformat(L"%ls%d", own, i);
+        failures += !key.writeDw(L"Shared", name.c_str(), static_cast<unsigned long>(i));
+        failures += !key.writeWsz(L"Shared", own, name.c_str());
+        failures += !key.writeDw(own, L"Count", static_cast<unsigned long>(i));
+      }
+      _exit(failures > 0 ? 1 : 0);
+    }
+  }
+  close(start[0]);
+  close(start[1]);
+  for (pid_t child : children) {
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a write failed";
+  }
+
+  CSystemRegistry key = userKey();
+  for (const wchar_t* own : {L"First", L"Second"}) {
+    for (int i = 0; i < kWrites; ++i) {
+      std::wstring name = cuSz::wformat(L"%ls%d", own, i);
+      ASSERT_EQ(dwordOf(key, L"Shared", name.c_str()), i) << "lost " << cuSz::toUtf8(name);
+    }
+    EXPECT_EQ(stringOf(key, L"Shared", own), cuSz::wformat(L"%ls%d", own, kWrites - 1));
+    EXPECT_EQ(dwordOf(key, own, L"Count"), kWrites - 1);
+  }
+}
+
+}  // namespace

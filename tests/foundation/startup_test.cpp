@@ -1,0 +1,138 @@
+#include "foundation/startup.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "foundation/preferences.h"
+#include "platform/paths.h"
+#include "support/scoped_recording_ui.h"
+#include "support/temp_registry.h"
+#include "ui/language.h"
+
+namespace {
+
+constexpr char kUserVantrix[] = "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix]\n";
+constexpr char kMachineVantrix[] = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tessund\\Vantrix]\n";
+constexpr char kPreferences[] =
+    "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix KD 18\\CurVer\\UserPreferences]\n";
+
+std::wstring wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()).str(); }
+
+// Each test starts the library afresh in its own registry, with a program folder of its own
+// that holds copies of the installed data files.
+class Startup : public RegistryTest {
+ protected:
+  Startup() : programDir_("VXKD_PROGRAM_DIR", program_.path()) {}
+
+  void SetUp() override {
+    VxKd::exitVxKd();
+    for (const char* name : {"VantQLG.ddq", "VxKd.qlg", "VantVxs.ddq"})
+      std::filesystem::copy_file(cuFile::nativePath(cuFile::libraryFolder()) + "/" + name,
+                                 program_.file(name));
+  }
+  void TearDown() override { VxKd::exitVxKd(); }
+
+  CScratchFolder program_;
+  CScopedEnv programDir_;
+  CScopedRecordingUi ui_;
+};
+
+TEST_F(Startup, FindsFoldersLanguageAndSymbolSeries) {
+  CScratchFolder data;
+  data.write("KdCommonSymbols/Pumps.vxs", "vxkd-symbol-series 1\n");
+  data.write("KdUserSymbols/Mine.vxs", "vxkd-symbol-series 1\n");
+  registry_.writeLocalMachine(kMachineVantrix + ("\"LocalDataFolder\"=\"" + data.path() + "\"\n"));
+
+  EXPECT_TRUE(VxKd::initVxKd());
+  EXPECT_EQ(ui_.boxCount(), 0);
+  EXPECT_EQ(VxKd::programFolder().str(), wide(program_.path()));
+  EXPECT_EQ(VxKd::localDataFolder().str(), wide(data.path()));
+  EXPECT_EQ(VxKd::commonSymbolFolder().str(), wide(data.file("KdCommonSymbols")));
+  EXPECT_EQ(VxKd::userSymbolFolder().str(), wide(data.file("KdUserSymbols")));
+  EXPECT_TRUE(VxKd::lngDb().isOpen());
+  EXPECT_EQ(VxKd::lngDb().activeLanguage(), 1500);
+  EXPECT_TRUE(VxKd::symbolDb().isOpen());
+  EXPECT_STREQ(VxKd::symbolDb().applicationCode(), "S");
+  EXPECT_EQ(VxKd::symbolDb().seriesCount(), 2);
+  EXPECT_EQ(VxKd::activeSymbolSeries().join(L",").str(), L"Pumps,Mine");
+}
+
+TEST_F(Startup, LocalDataFolderDefaultsToTheProgramFolder) {
+  VxKd::initVxKd();
+  EXPECT_EQ(VxKd::localDataFolder().str(), wide(program_.path()));
+  EXPECT_EQ(VxKd::commonSymbolFolder().str(), wide(program_.file("KdCommonSymbols")));
+  EXPECT_EQ(VxKd::symbolDb().seriesCount(), 0);
+  EXPECT_TRUE(VxKd::activeSymbolSeries().isEmpty());
+}
+
+TEST_F(Startup, MissingLanguageDatabaseIsReportedAndStartupGoesOn) {
+  std::filesystem::remove(program_.file("VxKd.qlg"));
+  registry_.writeCurrentUser(kUserVantrix + std::string("\"InterfaceLng\"=dword:000005dd\n"));
+  registry_.writeLocalMachine(kMachineVantrix + std::string("\"LocalDataFolder\"=\"/srv/vx\"\n"));
+
+  EXPECT_FALSE(VxKd::initVxKd());
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Cannot initialize language database");
+  EXPECT_EQ(ui_.lastBox().caption, L"Vantrix");
+  EXPECT_EQ(ui_.lastBox().style, MB_OK | MB_ICONSTOP | MB_TASKMODAL);
+  EXPECT_EQ(VxKd::lngDbText(10250, L"#Duct").str(), L"Duct") << "built-in texts";
+  EXPECT_EQ(VxKd::localDataFolder().str(), L"/srv/vx") << "start-up went on";
+  EXPECT_TRUE(VxKd::symbolDb().isOpen());
+}
+
+TEST_F(Startup, UserLanguageBelow1500GivesWayToTheMachines) {
+  registry_.writeCurrentUser(kUserVantrix + std::string("\"InterfaceLng\"=dword:00000409\n"));
+  registry_.writeLocalMachine(kMachineVantrix + std::string("\"InterfaceLng\"=dword:000005dd\n"));
+  VxKd::initVxKd();
+  EXPECT_EQ(VxKd::lngDb().activeLanguage(), 1501);
+  EXPECT_EQ(VxKd::lngDbText(10250, L"#Duct").str(), L"Kanal");
+  EXPECT_EQ(VxKd::symbolDb().languageId(), 1501) << "the library speaks the same language";
+}
+
+TEST_F(Startup, UndeclaredLanguageLeavesTheDefault) {
+  registry_.writeCurrentUser(kUserVantrix + std::string("\"InterfaceLng\"=dword:00000640\n"));
+  VxKd::initVxKd();
+  EXPECT_EQ(VxKd::lngDb().activeLanguage(), 1500);
+}
+
+TEST_F(Startup, SecondInitialisationDoesNothing) {
+  std::filesystem::remove(program_.file("VantQLG.ddq"));
+  EXPECT_FALSE(VxKd::initVxKd());
+  registry_.writeLocalMachine(kMachineVantrix + std::string("\"LocalDataFolder\"=\"/srv/vx\"\n"));
+  EXPECT_FALSE(VxKd::initVxKd()) << "the first result";
+  EXPECT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(VxKd::localDataFolder().str(), wide(program_.path()));
+  EXPECT_TRUE(VxKd::isVxKdInitialized());
+
+  VxKd::exitVxKd();
+  EXPECT_FALSE(VxKd::isVxKdInitialized());
+  EXPECT_TRUE(VxKd::localDataFolder().isEmpty());
+  EXPECT_FALSE(VxKd::initVxKd());
+  EXPECT_EQ(VxKd::localDataFolder().str(), L"/srv/vx") << "afresh after exitVxKd";
+}
+
+TEST_F(Startup, ProgramFolderIsKnownBeforeInitialisation) {
+  EXPECT_EQ(VxKd::programFolder().str(), wide(program_.path()));
+  CScopedEnv unset("VXKD_PROGRAM_DIR", "");
+  EXPECT_EQ(VxKd::programFolder().str(), cuFile::libraryFolder().str());
+}
+
+TEST_F(Startup, ActiveSeriesAreReadAndStored) {
+  CScratchFolder data;
+  data.write("KdCommonSymbols/Pumps.vxs", "vxkd-symbol-series 1\n");
+  registry_.writeLocalMachine(kMachineVantrix + ("\"LocalDataFolder\"=\"" + data.path() + "\"\n"));
+  registry_.writeCurrentUser(kPreferences + std::string("\"SymbolSeries\"=\"Valves,Pumps\"\n"));
+  VxKd::initVxKd();
+  EXPECT_EQ(VxKd::activeSymbolSeries().join(L",").str(), L"Valves,Pumps");
+
+  CWszArray ids;
+  ids.append(L"Pumps");
+  EXPECT_TRUE(VxKd::setActiveSymbolSeries(ids));
+  EXPECT_EQ(VxKd::activeSymbolSeries().join(L",").str(), L"Pumps");
+  VxKd::readActiveSymbolSeries();
+  EXPECT_EQ(VxKd::activeSymbolSeries().join(L",").str(), L"Pumps") << "stored";
+}
+
+}  // namespace
