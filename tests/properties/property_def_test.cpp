@@ -164,15 +164,6 @@ TEST(PropertyDefArray, ListItemsCarryIdNameAndDescription) {
   EXPECT_EQ(items.objAt(2)->desc(), L"Pipe size");
 }
 
-TEST(PropertyDef, SampleTextFollowsTypeAndDecimals) {
-  CWsz text;
-  sampleDefs().objAt(1)->getSampleText(text);
-  EXPECT_EQ(text, L"######");
-  CKdPropertyDef real(1, L"R", L"", V::typeDoubleReal, {}, 2);
-  real.getSampleText(text);
-  EXPECT_EQ(text, L"#.##");
-}
-
 // ---- Name validation and deletion: message boxes ----
 
 constexpr unsigned kErrorBox = MB_OK | MB_ICONSTOP | MB_TASKMODAL;

@@ -109,15 +109,6 @@ TEST(Property, PrintValueWithUnitAppendsTheUnitIdToNumbersOnly) {
   EXPECT_EQ(property(1, L"W", V::typeInt32).getValueAsText(true), L"");
 }
 
-TEST(Property, ValuesEqualOnlyWithTheSameType) {
-  CKdProperty int16Five = property(1, L"A", V::typeInt16, 0, L"5");
-  EXPECT_TRUE(int16Five.isValueEqualTo(property(2, L"B", V::typeInt16, 3, L"5")));
-  EXPECT_FALSE(int16Five.isValueEqualTo(property(1, L"A", V::typeInt32, 0, L"5")));
-  EXPECT_FALSE(int16Five.isValueEqualTo(property(1, L"A", V::typeInt16)));
-  EXPECT_TRUE(property(1, L"T", V::typeText, 0, L"Abc")
-                  .isValueEqualTo(property(1, L"T", V::typeText, 0, L"aBC")));
-}
-
 // ---- Stored form ----
 
 TEST(PropertyArray, WritesOneLinePerPropertyJoinedByCrLf) {
