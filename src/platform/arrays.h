@@ -54,6 +54,7 @@ class CValueArray {
 
 using CInt16Array = CValueArray<int16_t>;
 using CInt32Array = CValueArray<int32_t>;
+using CFloatArray = CValueArray<float>;
 
 // An owned block of bytes.
 class VXKD_API CByteBuffer {

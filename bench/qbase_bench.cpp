@@ -1,0 +1,304 @@
+// The record database against SQLite's C API doing the same work: 100,000 records of eight
+// fields of mixed types written in one open and close, and read back by enumerating the
+// set in key order. Each iteration times both, one after the other (alternating which goes
+// first), and reports both times and their ratio (CQbase / SQLite).
+
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/qbase.h"
+#include "platform/sz.h"
+
+namespace {
+
+constexpr int kRecords = 100000;
+
+constexpr const char* kDictionary = R"(format vxkd-dataset 1
+record BM 8 bench_records
+  field 1201 number long
+  field 1101 count short
+  field 1301 size float
+  field 1501 name wsz
+  field 1504 code sz
+  field 1001 kind byte
+  field 1308 dims float_array
+  field 1603 blob binary_array 16
+end
+)";
+
+// The table as CQbase makes it from the dictionary above.
+constexpr const char* kCreateTable =
+    "CREATE TABLE \"BM_bench_records\" (\"record_key\" TEXT PRIMARY KEY NOT NULL, "
+    "\"f1201_number\" INTEGER, \"f1101_count\" INTEGER, \"f1301_size\" REAL, \"f1501_name\" "
+    "TEXT, \"f1504_code\" TEXT, \"f1001_kind\" INTEGER, \"f1308_dims\" BLOB, \"f1603_blob\" "
+    "BLOB) WITHOUT ROWID";
+constexpr const char* kColumns =
+    "\"record_key\",\"f1201_number\",\"f1101_count\",\"f1301_size\",\"f1501_name\","
+    "\"f1504_code\",\"f1001_kind\",\"f1308_dims\",\"f1603_blob\"";
+
+struct Record {
+  std::string key;
+  long number;
+  short count;
+  float size;
+  std::wstring name;
+  std::string code;
+  uint8_t kind;
+  CFloatArray dims;
+  char blob[16];
+};
+
+const std::vector<Record>& records() {
+  static const std::vector<Record> all = [] {
+    std::vector<Record> out(kRecords);
+    for (int i = 0; i < kRecords; ++i) {
+      Record& r = out[i];
+      char key[16];
+      snprintf(key, sizeof key, "%8.8d", i + 1);
+      r.key = key;
+      r.number = i * 7;
+      r.count = static_cast<short>(i % 30000);
+      r.size = i * 0.25f;
+      r.name = L"Product definition \u00D8 " + std::to_wstring(i);
+      r.code = "CODE-" + std::to_string(i);
+      r.kind = static_cast<uint8_t>(i % 200);
+      r.dims = {1.0f * i, 2.0f, 3.5f, -1.0f};
+      for (int b = 0; b < 16; ++b) r.blob[b] = static_cast<char>(i + b);
+    }
+    return out;
+  }();
+  return all;
+}
+
+struct Folder {
+  Folder() {
+    const char* tmp = std::getenv("TMPDIR");
+    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vxkd-bench-XXXXXX";
+    if (mkdtemp(pattern.data())) path = pattern;
+    std::ofstream(path + "/bench.ddq") << kDictionary;
+  }
+  ~Folder() { std::filesystem::remove_all(path); }
+  std::string file(const char* name) const { return path + "/" + name; }
+  CWsz wfile(const char* name) const { return CWsz::fromUtf8(file(name).c_str()); }
+  std::string path;
+};
+
+const Folder& folder() {
+  static Folder f;
+  return f;
+}
+
+// --- CQbase ---
+
+bool writeQbase(const char* name) {
+  std::filesystem::remove(folder().file(name));
+  CQbase db;
+  if (!db.openDatabase(folder().wfile("bench.ddq"), folder().wfile(name), true)) return false;
+  bool ok = true;
+  for (const Record& r : records()) {
+    ok = db.createRec("BM", r.key.c_str()) && db.setLong(1201, r.number) &&
+         db.setShort(1101, r.count) && db.setFloat(1301, r.size) &&
+         db.setWsz(1501, r.name.c_str()) && db.setSz(1504, r.code.c_str()) &&
+         db.setByte(1001, r.kind) && db.setFloatArray(1308, r.dims) &&
+         db.setBinaryArray(1603, r.blob, 1) && db.saveRec() && ok;
+  }
+  return db.closeDatabase() && ok;
+}
+
+int64_t readQbase(const char* name) {
+  CQbase db;
+  if (!db.openDatabase(folder().wfile("bench.ddq"), folder().wfile(name), false)) return -1;
+  int64_t sum = 0;
+  CChBuffer key, code;
+  CWsz text;
+  CFloatArray dims;
+  CByteBuffer blob;
+  for (bool ok = db.fetchFirstMember("BM"); ok; ok = db.fetchNextMember()) {
+    long number = 0;
+    short count = 0;
+    float size = 0;
+    uint8_t kind = 0;
+    int items = 0;
+    db.getObjId(key);
+    db.getLong(1201, number);
+    db.getShort(1101, count);
+    db.getFloat(1301, size);
+    db.getWsz(1501, text);
+    db.getSz(1504, code);
+    db.getByte(1001, kind);
+    db.getFloatArray(1308, dims);
+    db.getBinaryArray(1603, blob, items);
+    sum += key.length() + number + count + static_cast<int64_t>(size) + text.length() +
+           code.length() + kind + dims.length() + blob.size() + items;
+  }
+  db.closeDatabase();
+  return sum;
+}
+
+// --- SQLite's C API: the same schema, settings (one thread, no connection mutex) and
+// transaction ---
+
+bool exec(sqlite3* db, const char* sql) {
+  return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+sqlite3* openRaw(const std::string& path) {
+  sqlite3* db = nullptr;
+  if (sqlite3_open_v2(path.c_str(), &db,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                      nullptr) != SQLITE_OK ||
+      !exec(db, "PRAGMA journal_mode=DELETE") || !exec(db, "PRAGMA synchronous=FULL") ||
+      !exec(db, "BEGIN IMMEDIATE")) {
+    sqlite3_close(db);
+    return nullptr;
+  }
+  return db;
+}
+
+bool writeRaw(const char* name) {
+  std::filesystem::remove(folder().file(name));
+  sqlite3* db = openRaw(folder().file(name));
+  if (!db || !exec(db, kCreateTable)) return false;
+  sqlite3_stmt* insert = nullptr;
+  std::string sql = std::string("INSERT OR REPLACE INTO \"BM_bench_records\" (") + kColumns +
+                    ") VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9)";
+  sqlite3_prepare_v2(db, sql.c_str(), -1, &insert, nullptr);
+  bool ok = insert != nullptr;
+  for (const Record& r : records()) {
+    if (!ok) break;
+    std::string name = cuSz::toUtf8(r.name);
+    sqlite3_bind_text(insert, 1, r.key.data(), static_cast<int>(r.key.size()), SQLITE_STATIC);
+    sqlite3_bind_int64(insert, 2, r.number);
+    sqlite3_bind_int64(insert, 3, r.count);
+    sqlite3_bind_double(insert, 4, r.size);
+    sqlite3_bind_text(insert, 5, name.data(), static_cast<int>(name.size()), SQLITE_STATIC);
+    sqlite3_bind_text(insert, 6, r.code.data(), static_cast<int>(r.code.size()), SQLITE_STATIC);
+    sqlite3_bind_int64(insert, 7, r.kind);
+    sqlite3_bind_blob(insert, 8, r.dims.data(), r.dims.length() * 4, SQLITE_STATIC);  // LE host
+    sqlite3_bind_blob(insert, 9, r.blob, 16, SQLITE_STATIC);
+    ok = sqlite3_step(insert) == SQLITE_DONE;
+    sqlite3_reset(insert);
+  }
+  sqlite3_finalize(insert);
+  ok = exec(db, "COMMIT") && ok;
+  sqlite3_close(db);
+  return ok;
+}
+
+int64_t readRaw(const char* name) {
+  sqlite3* db = openRaw(folder().file(name));
+  if (!db) return -1;
+  sqlite3_stmt* scan = nullptr;
+  std::string sql =
+      std::string("SELECT ") + kColumns + " FROM \"BM_bench_records\" ORDER BY \"record_key\"";
+  sqlite3_prepare_v2(db, sql.c_str(), -1, &scan, nullptr);
+  int64_t sum = 0;
+  CChBuffer key, code;
+  CWsz text;
+  CFloatArray dims;
+  CByteBuffer blob;
+  while (scan && sqlite3_step(scan) == SQLITE_ROW) {
+    key.set(reinterpret_cast<const char*>(sqlite3_column_text(scan, 0)));
+    long number = static_cast<long>(sqlite3_column_int64(scan, 1));
+    short count = static_cast<short>(sqlite3_column_int64(scan, 2));
+    float size = static_cast<float>(sqlite3_column_double(scan, 3));
+    const auto* utf8 = reinterpret_cast<const char*>(sqlite3_column_text(scan, 4));
+    text = CWsz(cuSz::fromUtf8(std::string_view(utf8, sqlite3_column_bytes(scan, 4))));
+    code.set(reinterpret_cast<const char*>(sqlite3_column_text(scan, 5)));
+    auto kind = static_cast<uint8_t>(sqlite3_column_int64(scan, 6));
+    const void* d = sqlite3_column_blob(scan, 7);
+    dims.resize(sqlite3_column_bytes(scan, 7) / 4);
+    std::memcpy(dims.data(), d, dims.length() * 4);  // LE host
+    const void* b = sqlite3_column_blob(scan, 8);
+    blob.set(b, sqlite3_column_bytes(scan, 8));
+    int items = (blob.size() + 15) / 16;
+    sum += key.length() + number + count + static_cast<int64_t>(size) + text.length() +
+           code.length() + kind + dims.length() + blob.size() + items;
+  }
+  sqlite3_finalize(scan);
+  exec(db, "COMMIT");
+  sqlite3_close(db);
+  return sum;
+}
+
+double seconds(const std::function<void()>& work) {
+  auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+void report(benchmark::State& state, double qbase, double raw) {
+  state.counters["qbase_ms"] = benchmark::Counter(qbase * 1000 / state.iterations());
+  state.counters["sqlite_ms"] = benchmark::Counter(raw * 1000 / state.iterations());
+  state.counters["ratio"] = benchmark::Counter(qbase / raw);
+}
+
+void BM_Write100kRecords(benchmark::State& state) {
+  records();
+  double qbase = 0, raw = 0;
+  bool first = true;
+  bool ok = true;
+  for (auto _ : state) {
+    double q = 0, r = 0;
+    auto runQ = [&] { q = seconds([&] { ok = writeQbase("q.vkd") && ok; }); };
+    auto runR = [&] { r = seconds([&] { ok = writeRaw("r.vkd") && ok; }); };
+    if (first) {
+      runQ();
+      runR();
+    } else {
+      runR();
+      runQ();
+    }
+    first = !first;
+    qbase += q;
+    raw += r;
+    state.SetIterationTime(q);
+  }
+  if (!ok) state.SkipWithError("a write failed");
+  report(state, qbase, raw);
+}
+
+void BM_Read100kRecords(benchmark::State& state) {
+  records();
+  if (!writeQbase("read.vkd")) {
+    state.SkipWithError("could not write the dataset");
+    return;
+  }
+  double qbase = 0, raw = 0;
+  bool first = true;
+  int64_t a = 0, b = 0;
+  for (auto _ : state) {
+    double q = 0, r = 0;
+    auto runQ = [&] { q = seconds([&] { a = readQbase("read.vkd"); }); };
+    auto runR = [&] { r = seconds([&] { b = readRaw("read.vkd"); }); };
+    if (first) {
+      runQ();
+      runR();
+    } else {
+      runR();
+      runQ();
+    }
+    first = !first;
+    qbase += q;
+    raw += r;
+    state.SetIterationTime(q);
+  }
+  if (a != b || a <= 0) state.SkipWithError("the two reads differ");
+  report(state, qbase, raw);
+}
+
+BENCHMARK(BM_Write100kRecords)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(6);
+BENCHMARK(BM_Read100kRecords)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+
+}  // namespace
