@@ -7,9 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/qbase.h"
 #include "platform/sz.h"
 
 namespace {
+
+// The field of the owner's record that holds its property set.
+constexpr short kPropertySetField = 1521;
 
 // The longest text that setValue reads as a number.
 constexpr int kMaxNumberLength = 30;
@@ -230,6 +234,21 @@ void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyD
     property.setValue(line.mid(equals + 1));
     append(&property);
   }
+}
+
+bool CKdPropertyArray::writeToAttributeOf(CQbase& db) const {
+  // An empty set writes nothing, on purpose: a field already there keeps its lines.
+  if (length() == 0) return true;
+  CWsz text;
+  writeAttributeText(text);
+  return db.setWsz(kPropertySetField, text);
+}
+
+bool CKdPropertyArray::readFromAttributeOf(CQbase& db, const CKdPropertyDefArray& defs) {
+  CWsz text;
+  db.getWsz(kPropertySetField, text);
+  readAttributeText(text, defs);
+  return true;
 }
 
 void CKdPropertyArray::addPropertiesFrom(const CKdPropertyArray& other) {

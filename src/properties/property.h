@@ -91,7 +91,7 @@ class VXKD_API CKdPropertyArray : public CKdObjArray {
   void readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs);
 
   // Writes the stored form as field 1521 of the current record; an empty set writes nothing
-  // and leaves the field as it was. True.
+  // and leaves the field as it was (true). False when the database refuses the field.
   bool writeToAttributeOf(CQbase& db) const;
   // Reads field 1521 of the current record as readAttributeText does; an absent or empty
   // field gives an empty set. True.

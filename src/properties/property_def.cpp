@@ -3,13 +3,32 @@
 #include <cstdlib>
 #include <cwchar>
 #include <iterator>
+#include <string>
 #include <utility>
 
+#include "platform/qbase.h"
 #include "platform/sz.h"
 #include "properties/common_list_item.h"
 #include "properties/special_property.h"
 #include "ui/language.h"
 #include "ui/message_box.h"
+
+namespace {
+
+// The record of a definition and its fields.
+constexpr const char* kRecordCode = "RD";
+enum recordField : short {
+  fieldName = 1501,         // wide, only when not empty
+  fieldDescription = 1502,  // wide, only when not empty
+  fieldValueType = 1002,    // byte
+  fieldDecimals = 1001,     // byte
+  fieldUnit = 1101,         // short
+};
+
+// The record key of a definition: its id in six zero-filled digits.
+std::string recordKey(long id) { return cuSz::format("%6.6ld", id); }
+
+}  // namespace
 
 // ---- CKdPropertyDef ----
 
@@ -33,6 +52,36 @@ void CKdPropertyDef::reset() { init(0, nullptr, nullptr, CKdPropertyValue::typeN
 
 void CKdPropertyDef::getSampleText(CWsz& text) const {
   text = CKdPropertyValue::sampleText(valueType(), decimals_);
+}
+
+bool CKdPropertyDef::readFrom(CQbase& db) {
+  reset();
+  CChBuffer key;
+  long id = 0;
+  if (!db.getObjId(key) || !cuSz::scanLong(key, id) || id <= 0) return false;
+  setDbId(id);
+  db.getWsz(fieldName, name_);
+  db.getWsz(fieldDescription, desc_);
+  db.getByte(fieldValueType, valueType_);
+  db.getByte(fieldDecimals, decimals_);
+  short unit = 0;
+  if (db.getShort(fieldUnit, unit)) unit_.setUnitId(static_cast<CKdUnit::unitId>(unit));
+  return true;
+}
+
+bool CKdPropertyDef::saveTo(CQbase& db) const {
+  if (!db.createRec(kRecordCode, recordKey(id_).c_str())) return false;
+  bool ok = true;
+  if (!name_.isEmpty()) ok = db.setWsz(fieldName, name_) && ok;
+  if (!desc_.isEmpty()) ok = db.setWsz(fieldDescription, desc_) && ok;
+  ok = db.setByte(fieldValueType, valueType_) && ok;
+  ok = db.setByte(fieldDecimals, decimals_) && ok;
+  ok = db.setShort(fieldUnit, unit_.id()) && ok;
+  return db.saveRec() && ok;
+}
+
+bool CKdPropertyDef::deleteFrom(CQbase& db) const {
+  return db.deleteRec(kRecordCode, recordKey(id_).c_str());
 }
 
 // ---- CKdPropertyDefArray ----
@@ -184,6 +233,22 @@ void CKdPropertyDefArray::asCommonListItems(CKdCommonListItemArray& out) const {
     const CKdPropertyDef* def = objAt(i);
     out.append(def->dbId(), def->name(), def->desc());
   }
+}
+
+bool CKdPropertyDefArray::readFrom(CQbase& db) {
+  reset();
+  CKdPropertyDef def;
+  for (bool more = db.fetchFirstMember(kRecordCode); more; more = db.fetchNextMember()) {
+    def.readFrom(db);  // a bad key leaves the definition reset: it is appended all the same
+    append(&def);
+  }
+  return true;
+}
+
+bool CKdPropertyDefArray::saveTo(CQbase& db) const {
+  bool ok = true;
+  for (int i = 0; i < length(); ++i) ok = objAt(i)->saveTo(db) && ok;
+  return ok;
 }
 
 bool CKdPropertyDefArray::validateName(HWND hwnd, const CKdPropertyDefArray& all,

@@ -55,9 +55,9 @@ class VXKD_API CKdPropertyDef {
   // The text that stands for a value of this type and decimals in format previews ("#.##").
   void getSampleText(CWsz& text) const;
 
-  // Resets, then reads the current record "RD": the id from the record key, which must be
-  // one positive number (false otherwise, the fields read all the same), and the fields
-  // that the record has.
+  // Resets, then reads the current record "RD": the id from the record key and the fields
+  // that the record has. False, leaving the definition reset, when the key is not one
+  // positive number.
   bool readFrom(CQbase& db);
   // Stores the definition as record "RD" keyed by its id in six digits; the name and the
   // description only when not empty. Returns the database's result.
@@ -152,7 +152,7 @@ class VXKD_API CKdPropertyDefArray : public CKdObjArray {
   void asCommonListItems(CKdCommonListItemArray& out) const;
 
   // Replaces the array by the records "RD" of `db`, in key order; true, also when there are
-  // none. A record with a bad key is kept as its read left it.
+  // none. A record with a bad key is appended as its failed read left it: reset.
   bool readFrom(CQbase& db);
   // Saves every definition; one failed record does not stop the others. True when all were
   // saved.

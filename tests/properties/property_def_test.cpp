@@ -9,12 +9,13 @@
 #include "language_texts.h"
 #include "properties/common_list_item.h"
 #include "support/ui_fixture.h"
+#include "temp_dataset.h"
 
 namespace {
 
 using V = CKdPropertyValue;
 
-// Width 1, Height 2, Diameter 3, Text 4: names, descriptions, units and types that order
+// Width 1, Height 2, Diameter 3, Material 4: names, descriptions, units and types that order
 // differently by each sort key.
 CKdPropertyDefArray sampleDefs() {
   CKdPropertyDefArray defs;
@@ -38,6 +39,18 @@ std::wstring describe(const CKdPropertyDefArray& entries) {
       out += L"'" + e->desc().str() + L"'";
     else
       out += e->name().str() + L"#" + std::to_wstring(e->dbId());
+  }
+  return out;
+}
+
+// Every field of every definition, one line each.
+std::wstring fields(const CKdPropertyDefArray& defs) {
+  std::wstring out;
+  for (int i = 0; i < defs.length(); ++i) {
+    const CKdPropertyDef* d = defs.objAt(i);
+    out += std::to_wstring(d->dbId()) + L"|" + d->name().str() + L"|" + d->desc().str() + L"|" +
+           std::to_wstring(d->valueType()) + L"|" + std::to_wstring(d->decimals()) + L"|" +
+           std::to_wstring(d->unit().id()) + L"\n";
   }
   return out;
 }
@@ -287,6 +300,59 @@ TEST_F(PropertyDefDelete, ListsEveryKindInItsOrderInTheActiveLanguage) {
             L"Einige der gewählten Eigenschaftsdefinitionen konnten nicht gelöscht werden. Sie "
             L"werden in folgenden Elementen verwendet:\r\nProduktdefinitionen\r\n"
             L"Teilenummernformate\r\nLayerdefinitionen\r\nTextformate\r\nBerichtsdefinitionen");
+}
+
+// ---- Records "RD" ----
+
+using PropertyDefRecord = vxkd_test::TempDatasetTest;
+
+TEST_F(PropertyDefRecord, StoresUnderASixDigitKeyAndOmitsEmptyTexts) {
+  CKdPropertyDef def(42, L"", L"", V::typeDoubleReal, CKdUnit::unitM, 2);
+  ASSERT_TRUE(def.saveTo(db_));
+  ASSERT_TRUE(db_.fetchRec("RD", "000042"));
+  CWsz text;
+  EXPECT_FALSE(db_.getWsz(1501, text));
+  EXPECT_FALSE(db_.getWsz(1502, text));
+  uint8_t type = 0, decimals = 0;
+  short unit = 0;
+  EXPECT_TRUE(db_.getByte(1002, type) && db_.getByte(1001, decimals) && db_.getShort(1101, unit));
+  EXPECT_EQ(type, V::typeDoubleReal);
+  EXPECT_EQ(decimals, 2);
+  EXPECT_EQ(unit, CKdUnit::unitM);
+
+  EXPECT_TRUE(def.deleteFrom(db_));
+  EXPECT_FALSE(db_.fetchRec("RD", "000042"));
+}
+
+TEST_F(PropertyDefRecord, ArrayReadsBackWhatItSavedInKeyOrder) {
+  CKdPropertyDefArray expected = sampleDefs();
+  expected.objAt(3)->setDesc(L"Länge, ß");
+  expected.objAt(3)->setUnit(static_cast<CKdUnit::unitId>(999));  // kept though unknown
+  CKdPropertyDefArray defs = expected;
+  defs.sort(CKdPropertyDefArray::sortByName);
+  ASSERT_TRUE(defs.saveTo(db_));
+
+  CQbase fresh;
+  ASSERT_TRUE(reopen(fresh));
+  CKdPropertyDefArray read;
+  read.add(L"Stale", L"", V::typeText, {}, 0);
+  ASSERT_TRUE(read.readFrom(fresh));
+  EXPECT_EQ(fields(read), fields(expected));
+}
+
+TEST_F(PropertyDefRecord, BadKeysReadAsResetDefinitionsAndBadIdsDoNotStop) {
+  ASSERT_TRUE(db_.createRec("RD", "000000") && db_.setWsz(1501, L"Zero") && db_.saveRec());
+  ASSERT_TRUE(db_.createRec("RD", "x1") && db_.setWsz(1501, L"Letters") && db_.saveRec());
+  CKdPropertyDefArray defs;
+  CKdPropertyDef rows[] = {{-1, L"*PARTID*", L"", V::typeText, {}, 0},
+                           {7, L"Seven", L"", V::typeInt32, {}, 0}};
+  for (const CKdPropertyDef& def : rows) defs.append(&def);
+  EXPECT_FALSE(defs.saveTo(db_));  // a special id has no key
+
+  CKdPropertyDefArray read;
+  ASSERT_TRUE(read.readFrom(db_));
+  EXPECT_EQ(names(read), L" Seven ");
+  EXPECT_EQ(read.objAt(0)->dbId(), 0);
 }
 
 }  // namespace
