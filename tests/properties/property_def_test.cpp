@@ -1,0 +1,358 @@
+#include "properties/property_def.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "language_texts.h"
+#include "properties/common_list_item.h"
+#include "support/ui_fixture.h"
+#include "temp_dataset.h"
+
+namespace {
+
+using V = CKdPropertyValue;
+
+// Width 1, Height 2, Diameter 3, Material 4: names, descriptions, units and types that order
+// differently by each sort key.
+CKdPropertyDefArray sampleDefs() {
+  CKdPropertyDefArray defs;
+  CKdPropertyDef rows[] = {
+      {1, L"Width", L"Duct width", V::typeDoubleReal, CKdUnit::unitMm, 0},
+      {2, L"Height", L"duct height", V::typeInt32, CKdUnit::unitM, 1},
+      {3, L"Diameter", L"Pipe size", V::typeInt16, CKdUnit::unitIn, 0},
+      {4, L"Material", L"", V::typeText, CKdUnit::unitNone, 0},
+  };
+  for (const CKdPropertyDef& def : rows) defs.append(&def);
+  return defs;
+}
+
+// The entries of a format as "'literal'" or "name#id", joined by blanks.
+std::wstring describe(const CKdPropertyDefArray& entries) {
+  std::wstring out;
+  for (int i = 0; i < entries.length(); ++i) {
+    const CKdPropertyDef* e = entries.objAt(i);
+    if (i > 0) out += L' ';
+    if (e->name().isEmpty())
+      out += L"'" + e->desc().str() + L"'";
+    else
+      out += e->name().str() + L"#" + std::to_wstring(e->dbId());
+  }
+  return out;
+}
+
+// Every field of every definition, one line each.
+std::wstring fields(const CKdPropertyDefArray& defs) {
+  std::wstring out;
+  for (int i = 0; i < defs.length(); ++i) {
+    const CKdPropertyDef* d = defs.objAt(i);
+    out += std::to_wstring(d->dbId()) + L"|" + d->name().str() + L"|" + d->desc().str() + L"|" +
+           std::to_wstring(d->valueType()) + L"|" + std::to_wstring(d->decimals()) + L"|" +
+           std::to_wstring(d->unit().id()) + L"\n";
+  }
+  return out;
+}
+
+std::wstring names(const CKdObjArray& defs) {
+  std::wstring out;
+  for (int i = 0; i < defs.length(); ++i) out += (i ? L" " : L"") + std::wstring(defs.nameAt(i));
+  return out;
+}
+
+TEST(PropertyDefArray, AddTakesSpecialIdOrNextFreeUserId) {
+  CKdPropertyDefArray defs = sampleDefs();
+  ASSERT_TRUE(defs.add(L"Depth", L"", V::typeInt32, CKdUnit::unitMm, 0));
+  ASSERT_TRUE(defs.add(L"*partid*", L"", V::typeText, CKdUnit::unitNone, 0));
+  EXPECT_EQ(defs.objAt(4)->dbId(), 5);
+  EXPECT_EQ(defs.objAt(5)->dbId(), -1);
+
+  CKdPropertyDef top(CKdPropertyDefArray::kMaxId, L"Top", L"", V::typeText, {}, 0);
+  CKdPropertyDefArray gap;
+  gap.append(&top);
+  ASSERT_TRUE(gap.add(L"Next", L"", V::typeText, {}, 0));
+  EXPECT_EQ(gap.objAt(1)->dbId(), 1);
+}
+
+TEST(PropertyDefArray, AddStdPropertyTakesTheSpecialRowOrRefuses) {
+  vxkd_test::openLanguageTexts();
+  CKdPropertyDefArray defs;
+  ASSERT_TRUE(defs.addStdProperty(L"*SysTempSup*"));
+  const CKdPropertyDef* def = defs.objAt(0);
+  EXPECT_EQ(def->dbId(), -24);
+  EXPECT_EQ(def->valueType(), V::typeSingleReal);
+  EXPECT_EQ(def->unit().id(), CKdUnit::unitC);
+  EXPECT_EQ(def->decimals(), 0);
+  EXPECT_EQ(def->desc(), L"V&P System supply pipe temperature [C]");
+  EXPECT_TRUE(def->isStdProperty());
+
+  for (const wchar_t* name : {L"SYSTEMPSUP", L"*NOPE*", L"", static_cast<const wchar_t*>(nullptr)})
+    EXPECT_FALSE(defs.addStdProperty(name));
+  EXPECT_EQ(defs.length(), 1);
+}
+
+struct FilterCase {
+  const wchar_t* text;
+  const wchar_t* kept;
+  bool result;
+};
+
+class PropertyDefFilter : public testing::TestWithParam<FilterCase> {};
+
+TEST_P(PropertyDefFilter, KeepsDefinitionsHoldingEveryWordInNameOrDescription) {
+  CKdPropertyDefArray defs = sampleDefs();
+  CKdPropertyDefArray out;
+  out.append(defs.objAt(0));  // whatever `out` held is replaced
+  EXPECT_EQ(defs.filter(GetParam().text, out), GetParam().result);
+  EXPECT_EQ(names(out), GetParam().kept);
+}
+
+INSTANTIATE_TEST_SUITE_P(Words, PropertyDefFilter,
+                         testing::Values(FilterCase{L"Dia Pipe", L"Diameter", true},
+                                         FilterCase{L"dia  PIPE ", L"Diameter", true},
+                                         FilterCase{L"duct", L"Width Height", true},
+                                         FilterCase{L"height DUCT", L"Height", true},
+                                         FilterCase{L"pipe width", L"", true},
+                                         FilterCase{L" ", L"Width Height Diameter Material", true},
+                                         FilterCase{L"", L"Width Height Diameter Material", false},
+                                         FilterCase{nullptr, L"Width Height Diameter Material",
+                                                    false}));
+
+struct FormatCase {
+  const wchar_t* format;
+  const wchar_t* entries;
+  const wchar_t* written;
+};
+
+class PropertyDefFormat : public testing::TestWithParam<FormatCase> {};
+
+TEST_P(PropertyDefFormat, ReadsLiteralsAndDefinitionsAndWritesThemBack) {
+  vxkd_test::openLanguageTexts();
+  CKdPropertyDefArray entries;
+  entries.readFormat(L"{Width}", sampleDefs());  // replaced by the next read
+  entries.readFormat(GetParam().format, sampleDefs());
+  EXPECT_EQ(describe(entries), GetParam().entries);
+  CWsz written(L"old");
+  entries.writeFormat(written);
+  EXPECT_EQ(written, GetParam().written);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Formats, PropertyDefFormat,
+    testing::Values(FormatCase{L"Size {Width}x{Height}", L"'Size ' Width#1 'x' Height#2",
+                               L"Size {Width}x{Height}"},
+                    FormatCase{L"{*PARTID*}-{Unknown}", L"*PARTID*#-1 '-'", L"{*PARTID*}-"},
+                    FormatCase{L"abc{def", L"'abc'", L"abc"},
+                    FormatCase{L"{width}{*crnl*}", L"Width#1 *crnl*#-2", L"{Width}{*crnl*}"},
+                    FormatCase{L"a}b{x{Height}}", L"'a}b' '}'", L"a}b}"}, FormatCase{L"", L"", L""},
+                    FormatCase{nullptr, L"", L""}));
+
+TEST(PropertyDefArray, SortOrdersByEachKeyBothWays) {
+  struct {
+    int sortId;
+    const wchar_t* order;
+  } cases[] = {
+      {CKdPropertyDefArray::sortByName, L"Diameter Height Material Width"},
+      {-CKdPropertyDefArray::sortByName, L"Width Material Height Diameter"},
+      {-CKdPropertyDefArray::sortByDescription, L"Diameter Width Height Material"},
+      {CKdPropertyDefArray::sortByUnit, L"Material Width Height Diameter"},
+      {CKdPropertyDefArray::sortByValueType, L"Material Diameter Height Width"},
+      {9, L"Width Height Diameter Material"},
+  };
+  for (const auto& c : cases) {
+    CKdPropertyDefArray defs = sampleDefs();
+    defs.sort(c.sortId);
+    EXPECT_EQ(names(defs), c.order) << c.sortId;
+  }
+}
+
+TEST(PropertyDefArray, ListItemsCarryIdNameAndDescription) {
+  CKdCommonListItemArray items;
+  items.append(7, L"stale");
+  sampleDefs().asCommonListItems(items);
+  ASSERT_EQ(items.length(), 4);
+  EXPECT_EQ(items.objAt(2)->id(), 3);
+  EXPECT_EQ(items.objAt(2)->text(), L"Diameter");
+  EXPECT_EQ(items.objAt(2)->desc(), L"Pipe size");
+}
+
+// ---- Name validation and deletion: message boxes ----
+
+constexpr unsigned kErrorBox = MB_OK | MB_ICONSTOP | MB_TASKMODAL;
+const wchar_t* const kReservedText =
+    L"Property name cannot contain any of the following characters:\r* ; : , | & = < > ";
+
+struct NameCase {
+  const wchar_t* name;
+  int editedIndex;  // -1: a new definition
+  bool accepted;
+  const wchar_t* message;  // null: no box
+};
+
+class PropertyDefName : public vxkd_test::RecordingUiTest,
+                        public testing::WithParamInterface<NameCase> {};
+
+TEST_P(PropertyDefName, IsAcceptedOrRefusedWithItsMessage) {
+  const NameCase& c = GetParam();
+  CKdPropertyDefArray defs = sampleDefs();
+  const CKdPropertyDef* edited = c.editedIndex >= 0 ? defs.objAt(c.editedIndex) : nullptr;
+  EXPECT_EQ(CKdPropertyDefArray::validateName(nullptr, defs, c.name, edited), c.accepted);
+  if (!c.message) {
+    EXPECT_EQ(ui_.boxCount(), 0);
+    return;
+  }
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().caption, L"Invalid Property Name");
+  EXPECT_EQ(ui_.lastBox().text, c.message);
+  EXPECT_EQ(ui_.lastBox().style, kErrorBox);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Names, PropertyDefName,
+    testing::Values(NameCase{L"", -1, false, nullptr}, NameCase{nullptr, 0, false, nullptr},
+                    NameCase{L"width", -1, false, L"Property name must be unique"},
+                    NameCase{L"WIDTH", 0, false, L"Property name must be unique"},
+                    NameCase{L"Height", 0, false, L"Property name must be unique"},
+                    NameCase{L"Width", 0, true, nullptr}, NameCase{L"Depth", 0, true, nullptr},
+                    NameCase{L"A;B", -1, false, kReservedText},
+                    NameCase{L"*X*", -1, false, kReservedText},
+                    NameCase{L"a>b", 1, false, kReservedText},
+                    NameCase{L"A\tB", -1, false,
+                             L"Property name contains illegal special character"},
+                    NameCase{L"Länge ß", -1, true, nullptr}));
+
+using PropertyDefNameLanguage = vxkd_test::RecordingUiTest;
+
+// The German texts prove that each refusal looks up its own text.
+TEST_F(PropertyDefNameLanguage, RefusalsShowTheTextsOfTheActiveLanguage) {
+  vxkd_test::ScopedLanguage german(vxkd_test::kGerman);
+  ASSERT_TRUE(german.active());
+  CKdPropertyDefArray defs = sampleDefs();
+  for (const wchar_t* name : {L"WIDTH", L"a|b", L"a\nb"})
+    EXPECT_FALSE(CKdPropertyDefArray::validateName(nullptr, defs, name, nullptr));
+  ASSERT_EQ(ui_.boxCount(), 3);
+  const auto& boxes = ui_.interactions();
+  EXPECT_EQ(boxes[0].caption, L"Ungültiger Eigenschaftsname");
+  EXPECT_EQ(boxes[0].text, L"Der Eigenschaftsname muss eindeutig sein");
+  EXPECT_EQ(
+      boxes[1].text,
+      L"Der Eigenschaftsname darf keines der folgenden Zeichen enthalten:\r* ; : , | & = < > ");
+  EXPECT_EQ(boxes[2].text, L"Der Eigenschaftsname enthält ein unzulässiges Sonderzeichen");
+}
+
+// A user of the definitions for the deletion check: one kind, a fixed list of ids.
+class FakeUser : public iKdPropertyDefUser {
+ public:
+  FakeUser(usageKind kind, std::vector<long> ids) : kind_(kind), ids_(std::move(ids)) {}
+  usageKind propertyDefUsageKind() const override { return kind_; }
+  bool usesPropertyDef(long id) const override {
+    return std::find(ids_.begin(), ids_.end(), id) != ids_.end();
+  }
+
+ private:
+  usageKind kind_;
+  std::vector<long> ids_;
+};
+
+using PropertyDefDelete = vxkd_test::RecordingUiTest;
+
+TEST_F(PropertyDefDelete, KeepsUsedDefinitionsAndNamesTheirUsersOnce) {
+  FakeUser report(iKdPropertyDefUser::reportDefinitions, {3});
+  FakeUser products(iKdPropertyDefUser::productDefinitions, {2, 3});
+  FakeUser moreProducts(iKdPropertyDefUser::productDefinitions, {2});
+  FakeUser layers(iKdPropertyDefUser::layerDefinitions, {4});  // 4 is not selected
+  CKdPropertyDefArray defs = sampleDefs();
+  EXPECT_FALSE(
+      defs.deleteUnused(nullptr, {2, 0, 1, 0, 17}, {&report, &products, &moreProducts, &layers}));
+  EXPECT_EQ(names(defs), L"Height Diameter Material");
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Delete");
+  EXPECT_EQ(ui_.lastBox().text,
+            L"Some of the selected property definitions could not be deleted. They are used in "
+            L"following items:\r\nProduct definitions\r\nReport definitions");
+  EXPECT_EQ(ui_.lastBox().style, MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL);
+}
+
+TEST_F(PropertyDefDelete, DeletesUnusedDefinitionsWithoutABox) {
+  FakeUser layers(iKdPropertyDefUser::layerDefinitions, {1});
+  CKdPropertyDefArray defs = sampleDefs();
+  EXPECT_TRUE(defs.deleteUnused(nullptr, {3, 1}, {&layers}));
+  EXPECT_EQ(names(defs), L"Width Diameter");
+  EXPECT_EQ(ui_.boxCount(), 0);
+}
+
+TEST_F(PropertyDefDelete, ListsEveryKindInItsOrderInTheActiveLanguage) {
+  vxkd_test::ScopedLanguage german(vxkd_test::kGerman);
+  ASSERT_TRUE(german.active());
+  using K = iKdPropertyDefUser;
+  FakeUser users[] = {{K::reportDefinitions, {1}},
+                      {K::textFormats, {1}},
+                      {K::layerDefinitions, {1}},
+                      {K::partIdFormats, {1}},
+                      {K::productDefinitions, {1}}};
+  CKdPropertyDefArray defs = sampleDefs();
+  EXPECT_FALSE(
+      defs.deleteUnused(nullptr, {0}, {&users[0], &users[1], &users[2], &users[3], &users[4]}));
+  EXPECT_EQ(defs.length(), 4);
+  EXPECT_EQ(ui_.lastBox().caption, L"Löschen nicht möglich");
+  EXPECT_EQ(ui_.lastBox().text,
+            L"Einige der gewählten Eigenschaftsdefinitionen konnten nicht gelöscht werden. Sie "
+            L"werden in folgenden Elementen verwendet:\r\nProduktdefinitionen\r\n"
+            L"Teilenummernformate\r\nLayerdefinitionen\r\nTextformate\r\nBerichtsdefinitionen");
+}
+
+// ---- Records "RD" ----
+
+using PropertyDefRecord = vxkd_test::TempDatasetTest;
+
+TEST_F(PropertyDefRecord, StoresUnderASixDigitKeyAndOmitsEmptyTexts) {
+  CKdPropertyDef def(42, L"", L"", V::typeDoubleReal, CKdUnit::unitM, 2);
+  ASSERT_TRUE(def.saveTo(db_));
+  ASSERT_TRUE(db_.fetchRec("RD", "000042"));
+  CWsz text;
+  EXPECT_FALSE(db_.getWsz(1501, text));
+  EXPECT_FALSE(db_.getWsz(1502, text));
+  uint8_t type = 0, decimals = 0;
+  short unit = 0;
+  EXPECT_TRUE(db_.getByte(1002, type) && db_.getByte(1001, decimals) && db_.getShort(1101, unit));
+  EXPECT_EQ(type, V::typeDoubleReal);
+  EXPECT_EQ(decimals, 2);
+  EXPECT_EQ(unit, CKdUnit::unitM);
+
+  EXPECT_TRUE(def.deleteFrom(db_));
+  EXPECT_FALSE(db_.fetchRec("RD", "000042"));
+}
+
+TEST_F(PropertyDefRecord, ArrayReadsBackWhatItSavedInKeyOrder) {
+  CKdPropertyDefArray expected = sampleDefs();
+  expected.objAt(3)->setDesc(L"Länge, ß");
+  expected.objAt(3)->setUnit(static_cast<CKdUnit::unitId>(999));  // kept though unknown
+  CKdPropertyDefArray defs = expected;
+  defs.sort(CKdPropertyDefArray::sortByName);
+  ASSERT_TRUE(defs.saveTo(db_));
+
+  CQbase fresh;
+  ASSERT_TRUE(reopen(fresh));
+  CKdPropertyDefArray read;
+  read.add(L"Stale", L"", V::typeText, {}, 0);
+  ASSERT_TRUE(read.readFrom(fresh));
+  EXPECT_EQ(fields(read), fields(expected));
+}
+
+TEST_F(PropertyDefRecord, BadKeysReadAsResetDefinitionsAndBadIdsDoNotStop) {
+  ASSERT_TRUE(db_.createRec("RD", "000000") && db_.setWsz(1501, L"Zero") && db_.saveRec());
+  ASSERT_TRUE(db_.createRec("RD", "x1") && db_.setWsz(1501, L"Letters") && db_.saveRec());
+  CKdPropertyDefArray defs;
+  CKdPropertyDef rows[] = {{-1, L"*PARTID*", L"", V::typeText, {}, 0},
+                           {7, L"Seven", L"", V::typeInt32, {}, 0}};
+  for (const CKdPropertyDef& def : rows) defs.append(&def);
+  EXPECT_FALSE(defs.saveTo(db_));  // a special id has no key
+
+  CKdPropertyDefArray read;
+  ASSERT_TRUE(read.readFrom(db_));
+  EXPECT_EQ(names(read), L" Seven ");
+  EXPECT_EQ(read.objAt(0)->dbId(), 0);
+}
+
+}  // namespace

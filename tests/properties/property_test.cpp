@@ -1,0 +1,314 @@
+#include "properties/property.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <string>
+
+#include "temp_dataset.h"
+
+namespace {
+
+using V = CKdPropertyValue;
+
+CKdProperty property(long id, const wchar_t* name, V::valueTypeId type, int decimals = 0,
+                     const wchar_t* value = nullptr) {
+  CKdProperty p(CKdPropertyDef(id, name, L"", type, CKdUnit::unitMm, decimals));
+  p.setValue(value);
+  return p;
+}
+
+CKdPropertyArray setOf(std::initializer_list<CKdProperty> properties) {
+  CKdPropertyArray set;
+  for (const CKdProperty& p : properties) set.append(&p);
+  return set;
+}
+
+// "name=value" of each property, joined by blanks; "name" alone without a value.
+std::wstring describe(const CKdPropertyArray& set) {
+  std::wstring out;
+  for (int i = 0; i < set.length(); ++i) {
+    const CKdProperty* p = set.objAt(i);
+    out += (i ? L" " : L"") + p->name().str();
+    if (p->hasValue()) out += L"=" + p->getValueAsText(false).str();
+  }
+  return out;
+}
+
+struct SetValueCase {
+  V::valueTypeId type;
+  int decimals;
+  const wchar_t* text;
+  bool result;
+  bool hasValue;
+  const wchar_t* printed;
+};
+
+class PropertySetValue : public testing::TestWithParam<SetValueCase> {};
+
+TEST_P(PropertySetValue, ReadsTheTextAsTheValueType) {
+  const SetValueCase& c = GetParam();
+  CKdProperty p = property(1, L"P", c.type, c.decimals, L"99");  // replaced or cleared
+  EXPECT_EQ(p.setValue(c.text), c.result);
+  EXPECT_EQ(p.hasValue(), c.hasValue);
+  EXPECT_EQ(p.value().typeId(), c.type == 7 ? V::typeNone : c.type);
+  EXPECT_EQ(p.getValueAsText(false), c.printed);
+}
+
+const std::wstring k30Digits(30, L'1');
+const std::wstring k31Digits(31, L'1');
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, PropertySetValue,
+    testing::Values(SetValueCase{V::typeDoubleReal, 2, L"3,14159", true, true, L"3.14"},
+                    SetValueCase{V::typeDoubleReal, 1, L" \t-1.5e2 mm", true, true, L"-150.0"},
+                    SetValueCase{V::typeDoubleReal, 1, L"+.5", true, true, L"0.5"},
+                    SetValueCase{V::typeDoubleReal, 0, k30Digits.c_str(), true, true,
+                                 L"111111111111111105501764517888"},
+                    SetValueCase{V::typeDoubleReal, 0, k31Digits.c_str(), false, false, L""},
+                    SetValueCase{V::typeDoubleReal, 2, L"x1", false, true, L"0.00"},
+                    SetValueCase{V::typeDoubleReal, 2, L"+-1", false, true, L"0.00"},
+                    SetValueCase{V::typeDoubleReal, 2, L"inf", false, true, L"0.00"},
+                    SetValueCase{V::typeDoubleReal, 2, L"1e999", false, true, L"0.00"},
+                    SetValueCase{V::typeDoubleReal, 2, L"", true, false, L""},
+                    SetValueCase{V::typeSingleReal, 9, L"0,1", true, true, L"0.100000001"},
+                    SetValueCase{V::typeSingleReal, 0, L"1e39", false, true, L"0"},
+                    SetValueCase{V::typeInt32, 0, L"12.9", true, true, L"12"},
+                    SetValueCase{V::typeInt32, 0, L"x12", false, true, L"0"},
+                    SetValueCase{V::typeInt32, 0, L".5", false, true, L"0"},
+                    SetValueCase{V::typeInt32, 0, L"2147483648", false, true, L"0"},
+                    SetValueCase{V::typeInt16, 0, L" -32768", true, true, L"-32768"},
+                    SetValueCase{V::typeInt16, 0, L"32768", false, true, L"0"},
+                    SetValueCase{V::typeText, 0, L" Steel, 1.4301 ", true, true,
+                                 L" Steel, 1.4301 "},
+                    SetValueCase{V::typeText, 0, k31Digits.c_str(), true, true, k31Digits.c_str()},
+                    SetValueCase{V::typeText, 0, L"", true, false, L""},
+                    SetValueCase{V::typeNone, 0, L"5", false, false, L""},
+                    SetValueCase{static_cast<V::valueTypeId>(7), 0, L"5", false, false, L""}));
+
+// A host may run under a locale with a decimal comma; reading must not follow it.
+TEST(Property, SetValueIgnoresTheDecimalCommaOfTheProcessLocale) {
+  const char* found = nullptr;
+  for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"})
+    if (std::setlocale(LC_ALL, name)) {
+      found = name;
+      break;
+    }
+  if (!found) GTEST_SKIP() << "no locale with a decimal comma installed";
+  CKdProperty p = property(1, L"P", V::typeDoubleReal, 2);
+  bool ok = p.setValue(L"2.5");
+  std::setlocale(LC_ALL, "C");
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(p.getValueAsText(false), L"2.50");
+}
+
+TEST(Property, PrintValueWithUnitAppendsTheUnitIdToNumbersOnly) {
+  EXPECT_EQ(property(1, L"W", V::typeDoubleReal, 1, L"350").getValueAsText(true), L"350.0 11");
+  EXPECT_EQ(property(1, L"M", V::typeText, 0, L"Steel").getValueAsText(true), L"Steel");
+  EXPECT_EQ(property(1, L"W", V::typeInt32).getValueAsText(true), L"");
+}
+
+// ---- Stored form ----
+
+TEST(PropertyArray, WritesOneLinePerPropertyJoinedByCrLf) {
+  CWsz text(L"old");
+  setOf({property(12, L"A", V::typeInt16, 0, L"5"), property(15, L"B", V::typeText),
+         property(3, L"C", V::typeDoubleReal, 1, L"350")})
+      .writeAttributeText(text);
+  EXPECT_EQ(text, L"12=5\r\n15=\r\n3=350.0");
+  CKdPropertyArray().writeAttributeText(text);
+  EXPECT_EQ(text, L"");
+}
+
+CKdPropertyDefArray definitions() {
+  CKdPropertyDefArray defs;
+  CKdPropertyDef rows[] = {{12, L"A", L"", V::typeInt16, {}, 0},
+                           {15, L"B", L"", V::typeText, {}, 0},
+                           {20, L"C", L"", V::typeDoubleReal, {}, 2}};
+  for (const CKdPropertyDef& def : rows) defs.append(&def);
+  return defs;
+}
+
+TEST(PropertyArray, ReadSkipsLinesWithoutAUsableDefinedId) {
+  CKdPropertyArray set = setOf({property(99, L"Stale", V::typeText)});
+  set.readAttributeText(
+      L"0=3\r\nabc=3\r\nno equals sign\r\n77=1\r\n-12=4\r\n=5\r\n"
+      L"  15=a=b  \r\n12x=7\n20=2,5\r\n15=\r\n\r\n",
+      definitions());
+  EXPECT_EQ(describe(set), L"B=a=b A=7 C=2.50 B");
+  EXPECT_EQ(set.objAt(1)->valueType(), V::typeInt16);
+  set.readAttributeText(nullptr, definitions());
+  EXPECT_EQ(set.length(), 0);
+}
+
+TEST(PropertyArray, StoredRealKeepsOnlyItsPrintedDecimals) {
+  CKdPropertyArray set = setOf({property(20, L"C", V::typeDoubleReal, 2, L"3,14159")});
+  double value = 0;
+  set.objAt(0)->value().getDoubleReal(value);
+  EXPECT_EQ(value, 3.14159);
+  EXPECT_EQ(set.objAt(0)->getValueAsText(false), L"3.14");
+  CWsz text;
+  set.writeAttributeText(text);
+  CKdPropertyArray read;
+  read.readAttributeText(text, definitions());
+  read.objAt(0)->value().getDoubleReal(value);
+  EXPECT_EQ(value, 3.14);
+}
+
+// ---- Copy and merge ----
+
+TEST(PropertyArray, CopyValuesFromTakesNamesakesOfTheSameTypeOnly) {
+  CKdProperty width = property(1, L"Width", V::typeInt32, 0, L"7");
+  width.setDesc(L"mine");
+  CKdPropertyArray set = setOf({width, property(2, L"Height", V::typeInt32, 0, L"1"),
+                                property(3, L"Depth", V::typeInt32, 0, L"2")});
+  set.copyValuesFrom(
+      setOf({property(9, L"WIDTH", V::typeDoubleReal, 1, L"9.5"),
+             property(8, L"height", V::typeInt32, 0, L"40"),
+             property(7, L"Height", V::typeInt32, 0, L"50"), property(6, L"Depth", V::typeInt32)}));
+  EXPECT_EQ(describe(set), L"Width=7 Height=40 Depth");
+  EXPECT_EQ(set.objAt(1)->dbId(), 2);
+  EXPECT_EQ(set.objAt(1)->name(), L"Height");
+  EXPECT_EQ(set.objAt(0)->desc(), L"mine");
+}
+
+TEST(PropertyArray, CopyValuesAndSettingsFromTakesTheWholeNamesake) {
+  CKdPropertyArray set = setOf({property(1, L"Width", V::typeInt32, 0, L"7"),
+                                property(2, L"Height", V::typeInt32, 0, L"1")});
+  set.copyValuesAndSettingsFrom(setOf({property(9, L"WIDTH", V::typeDoubleReal, 1, L"9.5")}));
+  const CKdProperty* width = set.objAt(0);
+  EXPECT_EQ(width->dbId(), 9);
+  EXPECT_EQ(width->valueType(), V::typeDoubleReal);
+  EXPECT_EQ(width->decimals(), 1);
+  EXPECT_EQ(describe(set), L"WIDTH=9.5 Height=1");
+}
+
+TEST(PropertyArray, AddPropertiesFromAppendsOnlyMissingNames) {
+  CKdPropertyArray set = setOf({property(1, L"Width", V::typeInt32, 0, L"7")});
+  set.addPropertiesFrom(setOf({property(2, L"width", V::typeInt32, 0, L"8"),
+                               property(3, L"Height", V::typeInt32, 0, L"9")}));
+  EXPECT_EQ(describe(set), L"Width=7 Height=9");
+}
+
+TEST(PropertyArray, StandardPropertiesMoveOutInOrderOrAreDeleted) {
+  CKdPropertyArray set =
+      setOf({property(-1, L"*PARTID*", V::typeText, 0, L"P1"), property(1, L"Width", V::typeInt32),
+             property(-3, L"*NOTE*", V::typeText, 0, L"n"), property(2, L"Height", V::typeInt32)});
+  CKdPropertyArray copy = set;
+  CKdPropertyArray out = setOf({property(5, L"Old", V::typeText)});
+  EXPECT_TRUE(set.moveStdPropertiesTo(out));
+  EXPECT_EQ(describe(set), L"Width Height");
+  EXPECT_EQ(describe(out), L"*PARTID*=P1 *NOTE*=n");
+  copy.deleteStdProperties();
+  EXPECT_EQ(describe(copy), L"Width Height");
+
+  int index = 0;
+  EXPECT_EQ(out.findProperty(L"*note*", index), out.objAt(1));
+  EXPECT_EQ(index, 1);
+  EXPECT_EQ(out.findProperty(L"Width", index), nullptr);
+  EXPECT_EQ(index, -1);
+}
+
+// ---- Equality of sets ----
+
+TEST(PropertyArray, SetsAreEqualByNamesInAnyOrderAndOptionallyByValues) {
+  CKdPropertyArray set = setOf(
+      {property(1, L"Width", V::typeInt16, 0, L"5"), property(2, L"Height", V::typeText, 0, L"x")});
+  struct {
+    CKdPropertyArray other;
+    bool byName, byValue;
+  } cases[] = {
+      {setOf({property(7, L"height", V::typeText, 0, L"X"),
+              property(8, L"WIDTH", V::typeInt16, 0, L"5")}),
+       true, true},
+      {setOf({property(2, L"Height", V::typeText, 0, L"x"),
+              property(1, L"Width", V::typeInt32, 0, L"5")}),
+       true, false},
+      {setOf({property(1, L"Width", V::typeInt16, 0, L"6"), property(2, L"Height", V::typeText)}),
+       true, false},
+      {setOf({property(1, L"Width", V::typeInt16, 0, L"5")}), false, false},
+      {setOf({property(1, L"Width", V::typeInt16, 0, L"5"),
+              property(1, L"Width", V::typeInt16, 0, L"5")}),
+       false, false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(set.isEqualTo(c.other, false), c.byName) << describe(c.other);
+    EXPECT_EQ(set.isEqualTo(c.other, true), c.byValue) << describe(c.other);
+    EXPECT_EQ(c.other.isEqualTo(set, false), c.byName) << describe(c.other);
+  }
+  EXPECT_TRUE(set.isEqualToOr(cases[1].other, cases[0].other));
+  EXPECT_TRUE(set.isEqualToOr(cases[0].other, cases[1].other));
+  EXPECT_FALSE(set.isEqualToOr(cases[1].other, cases[2].other));
+  EXPECT_TRUE(set.isEqualToOr(cases[1].other, cases[2].other, false));
+}
+
+// ---- Field 1521 ----
+
+using PropertySetRecord = vxkd_test::TempDatasetTest;
+
+// A set of every value type, with and without values, saved with its definitions and read
+// into fresh arrays from the reopened file.
+TEST_F(PropertySetRecord, EveryValueTypeSurvivesSaveAndRead) {
+  struct {
+    V::valueTypeId type;
+    int decimals;
+    const wchar_t* value;
+  } rows[] = {{V::typeText, 0, L"Stahl; ä = ß"},  {V::typeText, 0, nullptr},
+              {V::typeInt16, 0, L"-32768"},       {V::typeInt16, 0, nullptr},
+              {V::typeInt32, 0, L"2147483647"},   {V::typeInt32, 0, nullptr},
+              {V::typeSingleReal, 1, L"0,15"},    {V::typeSingleReal, 3, nullptr},
+              {V::typeDoubleReal, 2, L"3,14159"}, {V::typeDoubleReal, 0, nullptr}};
+  CKdPropertyDefArray defs;
+  CKdPropertyArray set;
+  for (const auto& row : rows) {
+    std::wstring name = L"P" + std::to_wstring(defs.length());
+    ASSERT_TRUE(defs.add(name.c_str(), L"d", row.type, CKdUnit::unitKPa, row.decimals));
+    CKdProperty p(*defs.objAt(defs.length() - 1));
+    p.setValue(row.value);
+    set.append(&p);
+  }
+  ASSERT_TRUE(defs.saveTo(db_));
+  ASSERT_TRUE(db_.createRec("PD", "0000010001") && set.writeToAttributeOf(db_) && db_.saveRec());
+
+  CQbase fresh;
+  ASSERT_TRUE(reopen(fresh));
+  CKdPropertyDefArray readDefs;
+  ASSERT_TRUE(readDefs.readFrom(fresh));
+  CKdPropertyArray read;
+  ASSERT_TRUE(fresh.fetchRec("PD", "0000010001"));
+  ASSERT_TRUE(read.readFromAttributeOf(fresh, readDefs));
+  fresh.closeDatabase();
+
+  EXPECT_EQ(describe(read),
+            L"P0=Stahl; ä = ß P1 P2=-32768 P3 P4=2147483647 P5 P6=0.2 P7 "
+            L"P8=3.14 P9");
+  ASSERT_EQ(read.length(), set.length());
+  for (int i = 0; i < read.length(); ++i) {
+    const CKdProperty& a = *read.objAt(i);
+    const CKdProperty& b = *set.objAt(i);
+    EXPECT_TRUE(a.dbId() == b.dbId() && a.value().typeId() == b.value().typeId() &&
+                a.decimals() == b.decimals() && a.unit().id() == CKdUnit::unitKPa)
+        << i;
+    EXPECT_EQ(a.getValueAsText(true), b.getValueAsText(true)) << i;
+  }
+  double pi = 0;
+  read.objAt(8)->value().getDoubleReal(pi);
+  EXPECT_EQ(pi, 3.14);
+}
+
+TEST_F(PropertySetRecord, EmptySetOrFieldLeavesTheOtherAsItWas) {
+  CKdPropertyArray set = setOf({property(12, L"A", V::typeInt16, 0, L"5")});
+  ASSERT_TRUE(db_.createRec("PD", "0000010001") && set.writeToAttributeOf(db_));
+  EXPECT_TRUE(CKdPropertyArray().writeToAttributeOf(db_));
+  CWsz text;
+  EXPECT_TRUE(db_.getWsz(1521, text));
+  EXPECT_EQ(text, L"12=5");
+
+  ASSERT_TRUE(db_.createRec("PD", "0000010002"));
+  EXPECT_TRUE(set.readFromAttributeOf(db_, definitions()));
+  EXPECT_EQ(set.length(), 0);
+  ASSERT_TRUE(db_.createRec("RD", "000001"));  // no property set field
+  EXPECT_FALSE(setOf({property(12, L"A", V::typeInt16)}).writeToAttributeOf(db_));
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include "properties/special_property.h"
+
+#include <gtest/gtest.h>
+
+#include <cwctype>
+#include <string>
+
+#include "language_texts.h"
+
+namespace {
+
+using V = CKdPropertyValue;
+
+TEST(SpecialProperty, NamesAndIdsMapBothWaysIgnoringCase) {
+  ASSERT_EQ(VxKd::getSpecialPropertyCount(), 29);
+  for (long id = -1; id >= -29; --id) {
+    const wchar_t* name = VxKd::getSpecialPropertyName(id);
+    ASSERT_NE(name, nullptr) << id;
+    std::wstring lower(name);
+    for (wchar_t& c : lower) c = towlower(c);
+    EXPECT_EQ(VxKd::getSpecialPropertyDbId(lower.c_str()), id) << name;
+  }
+  EXPECT_STREQ(VxKd::getSpecialPropertyName(-1), L"*PARTID*");
+  EXPECT_STREQ(VxKd::getSpecialPropertyName(-29), L"*HPVSYSTYPENAME*");
+  for (long id : {0L, -30L, 1L}) EXPECT_EQ(VxKd::getSpecialPropertyName(id), nullptr);
+}
+
+struct LookupCase {
+  const wchar_t* name;
+  long id;
+  V::valueTypeId type;
+  CKdUnit::unitId unit;
+  int decimals;
+  const wchar_t* description;
+};
+
+class SpecialPropertyLookup : public testing::TestWithParam<LookupCase> {};
+
+TEST_P(SpecialPropertyLookup, GivesTheRowOrTheNeutralResult) {
+  vxkd_test::openLanguageTexts();
+  const LookupCase& c = GetParam();
+  EXPECT_EQ(VxKd::getSpecialPropertyDbId(c.name), c.id);
+  EXPECT_EQ(VxKd::getSpecialPropertyValueType(c.name), c.type);
+  EXPECT_EQ(VxKd::getSpecialPropertyUnit(c.name).id(), c.unit);
+  EXPECT_EQ(VxKd::getSpecialPropertyDecimals(c.name), c.decimals);
+  EXPECT_EQ(VxKd::getSpecialPropertyDescription(c.name), c.description);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Names, SpecialPropertyLookup,
+    testing::Values(
+        LookupCase{L"*sysname*", -17, V::typeText, CKdUnit::unitNone, 0, L"V&P System name"},
+        LookupCase{L"*DESC*", -4, V::typeText, CKdUnit::unitNone, 0, L"Description"},
+        LookupCase{L"*LineWidth*", -5, V::typeSingleReal, CKdUnit::unitNone, 1, L"Linewidth"},
+        LookupCase{L"*COUNT*", -14, V::typeInt16, CKdUnit::unitNone, 0, L"Count of similar"},
+        LookupCase{L"*SYSTEMPCIRC*", -28, V::typeSingleReal, CKdUnit::unitC, 0,
+                   L"V&P System circulation pipe temperature [C]"},
+        LookupCase{L"SYSNAME", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
+        LookupCase{L"*SYSNAME", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
+        LookupCase{L"", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
+        LookupCase{nullptr, 0, V::typeNone, CKdUnit::unitNone, 0, L""}));
+
+// Each row looks up its own text: in German every description is that row's text.
+TEST(SpecialProperty, DescriptionsAreTheRowsTextsInTheActiveLanguage) {
+  vxkd_test::openLanguageTexts();
+  // The unit table translates once, at its first use: let that be in English.
+  (void)VxKd::getSpecialPropertyDescription(L"*SYSTEMPSUP*");
+  vxkd_test::ScopedLanguage german(vxkd_test::kGerman);
+  ASSERT_TRUE(german.active());
+  constexpr long kTextIds[] = {3566,  3567,  3568,  10200, 10201, 10202, 10203, 10204, 10205, 10209,
+                               10206, 10207, 10208, 10210, 10211, 13286, 13287, 13288, 13289, 13290,
+                               13291, 13292, 13293, 13294, 13295, 13296, 13297, 13298, 13305};
+  for (long row = 0; row < 29; ++row) {
+    const wchar_t* name = VxKd::getSpecialPropertyName(-1 - row);
+    CWsz expected = VxKd::lngDbText(kTextIds[row], L"?");
+    if (VxKd::getSpecialPropertyUnit(name).id() == CKdUnit::unitC) expected.cat(L" [C]");
+    EXPECT_EQ(VxKd::getSpecialPropertyDescription(name), expected) << name;
+  }
+  EXPECT_EQ(VxKd::getSpecialPropertyDescription(L"*GROUPDESC*"), L"Gruppenbeschreibung");
+}
+
+}  // namespace
