@@ -1,5 +1,9 @@
 #!/usr/bin/env bash
-# The main job of `make run`, given the folder of the built programs.
+# The main job of `make run`, given the folder of the built programs: a demo dataset under
+# out/ and what it holds.
 set -euo pipefail
 bin="$1"
-"$bin/vxkd_demo"
+mkdir -p out
+"$bin/vkd" new --sample out/demo.vkd
+"$bin/vkd" info out/demo.vkd
+"$bin/vkd" lock-status out/demo.vkd

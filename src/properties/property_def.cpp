@@ -6,9 +6,10 @@
 #include <string>
 #include <utility>
 
+#include "foundation/record_key.h"
 #include "platform/qbase.h"
 #include "platform/sz.h"
-#include "properties/common_list_item.h"
+#include "foundation/common_list_item.h"
 #include "properties/special_property.h"
 #include "ui/language.h"
 #include "ui/message_box.h"
@@ -24,9 +25,6 @@ enum recordField : short {
   fieldDecimals = 1001,     // byte
   fieldUnit = 1101,         // short
 };
-
-// The record key of a definition: its id in six zero-filled digits.
-std::string recordKey(long id) { return cuSz::format("%6.6ld", id); }
 
 }  // namespace
 
@@ -56,9 +54,8 @@ void CKdPropertyDef::getSampleText(CWsz& text) const {
 
 bool CKdPropertyDef::readFrom(CQbase& db) {
   reset();
-  CChBuffer key;
   long id = 0;
-  if (!db.getObjId(key) || !cuSz::scanLong(key, id) || id <= 0) return false;
+  if (!VxKd::readObjId(db, id) || id <= 0) return false;
   setDbId(id);
   db.getWsz(fieldName, name_);
   db.getWsz(fieldDescription, desc_);
@@ -70,7 +67,7 @@ bool CKdPropertyDef::readFrom(CQbase& db) {
 }
 
 bool CKdPropertyDef::saveTo(CQbase& db) const {
-  if (!db.createRec(kRecordCode, recordKey(id_).c_str())) return false;
+  if (!db.createRec(kRecordCode, VxKd::buildDbId(id_).c_str())) return false;
   bool ok = true;
   if (!name_.isEmpty()) ok = db.setWsz(fieldName, name_) && ok;
   if (!desc_.isEmpty()) ok = db.setWsz(fieldDescription, desc_) && ok;
@@ -81,7 +78,7 @@ bool CKdPropertyDef::saveTo(CQbase& db) const {
 }
 
 bool CKdPropertyDef::deleteFrom(CQbase& db) const {
-  return db.deleteRec(kRecordCode, recordKey(id_).c_str());
+  return db.deleteRec(kRecordCode, VxKd::buildDbId(id_).c_str());
 }
 
 // ---- CKdPropertyDefArray ----

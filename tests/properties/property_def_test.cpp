@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "language_texts.h"
-#include "properties/common_list_item.h"
+#include "foundation/common_list_item.h"
 #include "support/ui_fixture.h"
 #include "temp_dataset.h"
 

@@ -1,4 +1,4 @@
-#include "properties/common_list_item.h"
+#include "foundation/common_list_item.h"
 
 CKdCommonListItemArray::CKdCommonListItemArray(const CKdCommonListItemArray& other)
     : CKdObjArray() {

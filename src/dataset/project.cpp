@@ -1,0 +1,278 @@
+#include "dataset/project.h"
+
+#include <algorithm>
+
+#include "foundation/record_key.h"
+#include "foundation/startup.h"
+#include "platform/env.h"
+#include "platform/paths.h"
+#include "platform/qbase.h"
+#include "platform/ui_backend.h"
+#include "ui/message_box.h"
+
+namespace {
+
+// Record "S2": one 2D symbol.
+constexpr const char* kSymbolRecord = "S2";
+constexpr short kFieldSymbolId = 1504;
+constexpr short kFieldDescription = 1502;
+constexpr short kFieldNodes = 1601;
+// Drawings of fewer nodes go into the node field, larger ones into the attachment.
+constexpr int kMaxFieldNodes = 125;
+// What is read back at most.
+constexpr int kMaxNodes = 5002;
+constexpr long kMaxSymbolId = 99999999;
+
+constexpr const wchar_t* kDatasetFilter = L"*.vkd|*.vkd|";
+
+// The error boxes of creating and opening a file: stop icon, one OK button.
+void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const wchar_t* caption) {
+  VxKd::msgBox(hwnd, textId, text, captionId, caption, MB_OK, MB_ICONSTOP);
+}
+
+}  // namespace
+
+CKdProject::CKdProject() = default;
+
+CKdProject::~CKdProject() = default;
+
+CWsz CKdProject::dictionaryPath() {
+  return cuFile::joinPath(VxKd::programFolder(), L"VantVkd.ddq");
+}
+
+bool CKdProject::createDb(HWND hwnd, CQbase& db, const wchar_t* path) {
+  CWsz dictionary = dictionaryPath();
+  if (!cuFile::exists(dictionary)) {
+    errorBox(hwnd, 12518, L"#Vkd data dictionary not found", 12520, L"#Cannot Create Dataset");
+    return false;
+  }
+  // The dialogs have asked before: at this level an existing file is simply replaced.
+  if (cuFile::exists(path)) CEnv::current().unlinkPath(cuFile::nativePath(path));
+  db.setWarnings(false);
+  if (!db.openDatabase(dictionary, path, true)) {
+    errorBox(hwnd, 12522, L"#Dataset creation failed", 12524, L"#Cannot Create Dataset");
+    return false;
+  }
+  return true;
+}
+
+bool CKdProject::openDb(HWND hwnd, CQbase& db, const wchar_t* path, bool) {
+  if (!path || !*path) return false;
+  CWsz dictionary = dictionaryPath();
+  if (!cuFile::exists(dictionary)) {
+    // The creation text is reused here on purpose.
+    errorBox(hwnd, 12526, L"#Dataset creation failed", 12528, L"#Cannot Open Dataset");
+    return false;
+  }
+  if (!cuFile::exists(path)) {
+    errorBox(hwnd, 12530, L"#Selected file cannot be found", 12532, L"#File Not Found");
+    return false;
+  }
+  db.setWarnings(false);
+  if (!db.openDatabase(dictionary, path, false)) {
+    errorBox(hwnd, 12534, L"#Dataset cannot be opened", 12536, L"#Cannot Open Dataset");
+    return false;
+  }
+  return true;
+}
+
+bool CKdProject::openDb(HWND hwnd, CQbase& db, bool forUpdate) {
+  return openDb(hwnd, db, CWsz(fileName_), forUpdate);
+}
+
+bool CKdProject::newDb(HWND hwnd, const wchar_t* path) {
+  CWsz target(path);
+  fileName_.empty();
+  CQbase db;
+  if (!createDb(hwnd, db, target)) return false;
+  fileName_ = target;
+  bool committed = db.closeDatabase();
+  timeStamp_.initFor(fileName_);
+  return committed;
+}
+
+bool CKdProject::readDb(HWND hwnd, const wchar_t* path) {
+  CWsz source(path);  // `path` may be our own file name, which reading replaces
+  CQbase db;
+  if (!openDb(hwnd, db, source, false)) return false;
+  fileName_ = source;
+  readFromDb(hwnd, db);
+  // The time is taken while the file is still open: nobody can save in between, so the
+  // stamp belongs to the content just read.
+  timeStamp_.initFor(fileName_);
+  db.abandon();
+  return true;
+}
+
+bool CKdProject::readFromDb(HWND, CQbase& db) {
+  resetData();
+  propertyDefs_.readFrom(db);
+  read2dSymbols(db);
+  return false;
+}
+
+bool CKdProject::writeDb(HWND, CQbase& db) {
+  // Each array brings its records up to date; a failed record does not stop the others.
+  propertyDefs_.saveTo(db);
+  write2dSymbols(db);
+  bool committed = db.closeDatabase();
+  timeStamp_.initFor(fileName_);
+  return committed;
+}
+
+bool CKdProject::updateDb(HWND hwnd) {
+  CQbase db;
+  return openDb(hwnd, db, true) && writeDb(hwnd, db);
+}
+
+bool CKdProject::saveDbAs(HWND hwnd, const wchar_t* path) {
+  CWsz target(path);
+  CQbase db;
+  if (!createDb(hwnd, db, target)) return false;
+  fileName_ = target;
+  return writeDb(hwnd, db);
+}
+
+bool CKdProject::askOpenFileName(HWND hwnd, CWsz& path) {
+  path.empty();
+  CWsz chosen;
+  if (!CUiBackend::current().openFileDialog(hwnd, VxKd::lngDbText(12514, L"#Select Dataset"),
+                                            kDatasetFilter, chosen))
+    return false;
+  path = chosen.left(300);
+  return true;
+}
+
+bool CKdProject::askSaveFileName(HWND hwnd, CWsz& path) {
+  path.empty();
+  CWsz chosen;
+  if (!CUiBackend::current().saveFileDialog(hwnd, VxKd::lngDbText(12516, L"#Save Dataset As"),
+                                            kDatasetFilter, L"vkd", chosen))
+    return false;
+  path = chosen.left(300);
+  return true;
+}
+
+void CKdProject::resetData() {
+  propertyDefs_.reset();
+  symbols_.reset();
+  lastInstalledDimtextId_ = 0;
+}
+
+void CKdProject::buildDefaultProject() { propertyDefs_.reset(); }
+
+int CKdProject::reload(HWND hwnd, bool notify) {
+  if (notify)
+    VxKd::msgBox(hwnd, 12510, L"#Someone else has just updated file\r\nDataset will be reloaded",
+                 12512, L"#Dataset Changed", MB_OK, MB_ICONINFORMATION);
+  CQbase db;
+  if (!openDb(hwnd, db, false)) return -1;
+  readFromDb(hwnd, db);
+  timeStamp_.update();  // still open, as in readDb
+  db.abandon();
+  return 1;
+}
+
+int CKdProject::checkUpdated(HWND hwnd, bool notify) {
+  int r = timeStamp_.isModified(false);
+  if (r < 0) return -1;
+  if (r == 0) return 0;
+  return reload(hwnd, notify);
+}
+
+bool CKdProject::setLockFile(HWND hwnd, CLockFile& lock) {
+  int r = lock.set(CLockFile::lockFileNameFor(fileName_), L"", nullptr);
+  if (r == 0) return true;
+  if (r == -2)
+    errorBox(hwnd, 12502, L"#Somebody other is currently updating file\r\nOperation cancelled",
+             12504, L"#Update Failed");
+  else
+    errorBox(hwnd, 12506, L"#Cannot update file", 12508, L"#Update Failed");
+  return false;
+}
+
+int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
+  int r = checkUpdated(hwnd, true);
+  if (r != 0) return r;
+  if (!setLockFile(hwnd, lock)) return -1;
+  // Another user may have saved between the check and the lock; only under the lock is
+  // the answer final. Storing an edit made against older content would lose theirs.
+  r = timeStamp_.isModified(false);
+  if (r == 0) return 0;
+  lock.release();
+  return r < 0 ? -1 : reload(hwnd, true);
+}
+
+long CKdProject::nextSymbolDbId() const { return symbols_.nextId(1, kMaxSymbolId); }
+
+bool CKdProject::save2dSymbol(CQbase& db, const CVxSymbolModel& symbol) {
+  if (!db.createRec(kSymbolRecord, VxKd::buildSymbolDbId(symbol.projectId()).c_str())) return false;
+  db.setSz(kFieldSymbolId, symbol.symbolId());
+  db.setWsz(kFieldDescription, symbol.desc());
+  CByteBuffer nodes = symbol.nodeBytes();
+  if (symbol.nodeCount() <= kMaxFieldNodes)
+    db.setBinaryArray(kFieldNodes, nodes.data(), symbol.nodeCount());
+  else
+    db.setAttachment(nodes);
+  return db.saveRec();
+}
+
+bool CKdProject::read2dSymbols(CQbase& db) {
+  symbols_.reset();
+  for (bool more = db.fetchFirstMember(kSymbolRecord); more; more = db.fetchNextMember()) {
+    long id = 0;
+    if (!VxKd::readObjId(db, id) || id < 1) continue;
+    CVxSymbolModel symbol;
+    symbol.setProjectId(id);
+    CChBuffer symbolId;
+    db.getSz(kFieldSymbolId, symbolId);
+    symbol.setSymbolId(symbolId);
+    CWsz desc;
+    db.getWsz(kFieldDescription, desc);
+    symbol.setDesc(desc);
+    CByteBuffer bytes;
+    int count = 0;
+    int size = 0;
+    if (db.getBinaryArray(kFieldNodes, bytes, count) && count > 0)
+      size = std::min(bytes.size(), std::min(count, kMaxNodes) * CVxSymbolModel::nodeSize);
+    // No nodes in the field: the drawing is in the attachment, if anywhere.
+    if (size < CVxSymbolModel::nodeSize && db.getAttachment(bytes))
+      size = std::min(bytes.size(), kMaxNodes * CVxSymbolModel::nodeSize);
+    if (symbol.setNodeBytes(bytes.data(), size) < 1) continue;
+    symbols_.append(&symbol);
+  }
+  return true;
+}
+
+bool CKdProject::write2dSymbols(CQbase& db) {
+  for (int i = 0; i < symbols_.length(); ++i) {
+    CVxSymbolModel* symbol = symbols_.objAt(i);
+    if (symbol->projectId() < 1) symbol->setProjectId(nextSymbolDbId());
+    if (symbol->projectId() > 0) save2dSymbol(db, *symbol);
+  }
+  return true;
+}
+
+bool CKdProject::find2dSymbol(const char* symbolId, CVxSymbolModel& out) const {
+  out = CVxSymbolModel();
+  const CVxSymbolModel* found = symbols_.objAt(symbols_.find(symbolId));
+  if (!found) return false;
+  out = *found;
+  return true;
+}
+
+bool CKdProject::delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId) {
+  if (!symbolId || !*symbolId) return false;
+  int index = symbols_.find(symbolId);
+  if (index < 0) return false;
+  if (!db.deleteRec(kSymbolRecord,
+                    VxKd::buildSymbolDbId(symbols_.objAt(index)->projectId()).c_str()))
+    return false;
+  return symbols_.deleteAt(index);
+}
+
+bool CKdProject::delete2dSymbolIfNotUsed(CQbase& db, const wchar_t* symbolId) {
+  CChBuffer narrow;
+  narrow.set(CWsz(symbolId).toUtf8().c_str(), 41);
+  return delete2dSymbolIfNotUsed(db, narrow.sz());
+}

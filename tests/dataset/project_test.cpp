@@ -1,0 +1,335 @@
+#include "dataset/project.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "foundation/record_key.h"
+#include "platform/paths.h"
+#include "platform/qbase.h"
+#include "support/temp_folder.h"
+#include "support/ui_fixture.h"
+#include "ui/language.h"
+
+namespace {
+
+// Opens the protected operations to the tests.
+class TestProject : public CKdProject {
+ public:
+  using CKdProject::openDb;
+  using CKdProject::read2dSymbols;
+  using CKdProject::write2dSymbols;
+};
+
+CVxSymbolModel symbolOf(const char* id, int nodes, long projectId = 0) {
+  CVxSymbolModel s;
+  s.setProjectId(projectId);
+  s.setSymbolId(id);
+  s.setDesc((L"Symbol " + CWsz::fromUtf8(id).str()).c_str());
+  for (int i = 0; i < nodes; ++i) {
+    CGmNode node{};
+    node.type = static_cast<int16_t>(i % 7);
+    node.flags = static_cast<uint16_t>(i);
+    for (int k = 0; k < 6; ++k) node.v[k] = static_cast<float>(i * 6 + k) / 3.0f;
+    s.appendNode(node);
+  }
+  return s;
+}
+
+void expectSameDefs(const CKdPropertyDefArray& a, const CKdPropertyDefArray& b) {
+  ASSERT_EQ(a.length(), b.length());
+  for (int i = 0; i < a.length(); ++i) {
+    const CKdPropertyDef* x = a.objAt(i);
+    const CKdPropertyDef* y = b.objAt(i);
+    EXPECT_EQ(x->dbId(), y->dbId());
+    EXPECT_EQ(x->name(), y->name());
+    EXPECT_EQ(x->desc(), y->desc());
+    EXPECT_EQ(x->valueType(), y->valueType());
+    EXPECT_EQ(x->unit().id(), y->unit().id());
+    EXPECT_EQ(x->decimals(), y->decimals());
+  }
+}
+
+void expectSameSymbols(const CVxSymbolModelArray& a, const CVxSymbolModelArray& b) {
+  ASSERT_EQ(a.length(), b.length());
+  for (int i = 0; i < a.length(); ++i) EXPECT_TRUE(*a.objAt(i) == *b.objAt(i)) << "symbol " << i;
+}
+
+class ProjectTest : public vxkd_test::RecordingUiTest {
+ protected:
+  void SetUp() override {
+    RecordingUiTest::SetUp();
+    ASSERT_TRUE(vxkd_test::openLanguageDb());
+  }
+  void TearDown() override {
+    VxKd::lngDb().close();
+    RecordingUiTest::TearDown();
+  }
+
+  CWsz path(const wchar_t* name = L"data.vkd") const { return dir_.path(name); }
+
+  // A project with a few definitions and symbols of both storage forms.
+  static void fill(CKdProject& p) {
+    p.propertyDefs().add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
+    p.propertyDefs().add(L"Flow", L"", CKdPropertyValue::typeDoubleReal, CKdUnit::unitLps, 2);
+    p.propertyDefs().add(L"Ääkkönen", L"Text ü", CKdPropertyValue::typeText, CKdUnit(), 0);
+    CVxSymbolModel small = symbolOf("SMALL", 125);
+    CVxSymbolModel large = symbolOf("LARGE", 126);
+    p.symbols().append(&small);
+    p.symbols().append(&large);
+  }
+
+  vxkd_test::TempFolder dir_;
+};
+
+TEST_F(ProjectTest, SavedDatasetReadsBackEqualInAFreshProject) {
+  CKdProject original;
+  fill(original);
+  ASSERT_TRUE(original.saveDbAs(nullptr, path()));
+  EXPECT_EQ(original.fileName(), path());
+  EXPECT_NE(original.timeStamp().time(), 0u);
+
+  CKdProject copy;
+  ASSERT_TRUE(copy.readDb(nullptr, path()));
+  expectSameDefs(original.propertyDefs(), copy.propertyDefs());
+  expectSameSymbols(original.symbols(), copy.symbols());
+  EXPECT_EQ(copy.symbols().objAt(0)->nodeCount(), 125);
+  EXPECT_EQ(copy.symbols().objAt(1)->nodeCount(), 126);
+  EXPECT_EQ(ui_.boxCount(), 0);
+}
+
+TEST_F(ProjectTest, SmallDrawingsGoToTheNodeFieldLargeOnesToTheAttachment) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  CQbase db;
+  ASSERT_TRUE(db.openDatabase(CKdProject::dictionaryPath(), path(), false));
+  CByteBuffer bytes;
+  int count = 0;
+  ASSERT_TRUE(db.fetchRec("S2", VxKd::buildSymbolDbId(p.symbols().objAt(0)->projectId()).c_str()));
+  EXPECT_TRUE(db.getBinaryArray(1601, bytes, count));
+  EXPECT_EQ(count, 125);
+  EXPECT_FALSE(db.getAttachment(bytes));
+  ASSERT_TRUE(db.fetchRec("S2", VxKd::buildSymbolDbId(p.symbols().objAt(1)->projectId()).c_str()));
+  EXPECT_FALSE(db.getBinaryArray(1601, bytes, count));
+  ASSERT_TRUE(db.getAttachment(bytes));
+  EXPECT_EQ(bytes.size(), 126 * 28);
+  db.abandon();
+}
+
+TEST_F(ProjectTest, SymbolRecordsWithoutIdOrGeometryAreSkipped) {
+  ASSERT_TRUE(CKdProject().newDb(nullptr, path()));
+  CQbase db;
+  ASSERT_TRUE(db.openDatabase(CKdProject::dictionaryPath(), path(), false));
+  CVxSymbolModel good = symbolOf("GOOD", 3);
+  CByteBuffer nodes = good.nodeBytes();
+  for (const char* key : {"00000000", "00000007", "00000009", "abc"}) {
+    ASSERT_TRUE(db.createRec("S2", key));
+    db.setSz(1504, key);
+    if (std::string(key) != "00000009") db.setBinaryArray(1601, nodes.data(), 3);
+    ASSERT_TRUE(db.saveRec());
+  }
+  ASSERT_TRUE(db.closeDatabase());
+
+  TestProject p;
+  ASSERT_TRUE(p.readDb(nullptr, path()));
+  ASSERT_EQ(p.symbols().length(), 1);
+  EXPECT_EQ(p.symbols().objAt(0)->projectId(), 7);
+  EXPECT_STREQ(p.symbols().objAt(0)->symbolId(), "00000007");
+}
+
+TEST_F(ProjectTest, NextSymbolIdTakesTheFirstGapAfterTheHighestPossible) {
+  CKdProject p;
+  EXPECT_EQ(p.nextSymbolDbId(), 1);
+  CVxSymbolModel a = symbolOf("A", 1, 5);
+  CVxSymbolModel b = symbolOf("B", 1, 99999999);
+  p.symbols().append(&a);
+  EXPECT_EQ(p.nextSymbolDbId(), 6);
+  p.symbols().append(&b);
+  EXPECT_EQ(p.nextSymbolDbId(), 1);
+}
+
+TEST_F(ProjectTest, SymbolsWithoutIdGetFreshIdsWhenWritten) {
+  CKdProject p;
+  CVxSymbolModel a = symbolOf("A", 2, 0);
+  CVxSymbolModel b = symbolOf("B", 2, 4);
+  CVxSymbolModel c = symbolOf("C", 2, 0);
+  p.symbols().append(&a);
+  p.symbols().append(&b);
+  p.symbols().append(&c);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  EXPECT_EQ(p.symbols().objAt(0)->projectId(), 5);
+  EXPECT_EQ(p.symbols().objAt(2)->projectId(), 6);
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  ASSERT_EQ(back.symbols().length(), 3);
+  EXPECT_STREQ(back.symbols().objAt(0)->symbolId(), "B") << "read in key order";
+  EXPECT_TRUE(*back.symbols().objAt(1) == *p.symbols().objAt(0));
+}
+
+TEST_F(ProjectTest, FindAndDeleteASymbol) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  CVxSymbolModel found;
+  EXPECT_TRUE(p.find2dSymbol("LARGE", found));
+  EXPECT_EQ(found.nodeCount(), 126);
+  EXPECT_FALSE(p.find2dSymbol("large", found)) << "symbol ids keep their case";
+  EXPECT_EQ(found.nodeCount(), 0);
+
+  CQbase db;
+  ASSERT_TRUE(db.openDatabase(CKdProject::dictionaryPath(), path(), false));
+  EXPECT_FALSE(p.delete2dSymbolIfNotUsed(db, ""));
+  EXPECT_FALSE(p.delete2dSymbolIfNotUsed(db, "MISSING"));
+  EXPECT_TRUE(p.delete2dSymbolIfNotUsed(db, L"SMALL"));
+  ASSERT_TRUE(db.closeDatabase());
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  ASSERT_EQ(back.symbols().length(), 1);
+  EXPECT_STREQ(back.symbols().objAt(0)->symbolId(), "LARGE");
+}
+
+TEST_F(ProjectTest, CreatingOverAnExistingFileReplacesIt) {
+  CKdProject first;
+  fill(first);
+  ASSERT_TRUE(first.saveDbAs(nullptr, path()));
+  CKdProject empty;
+  ASSERT_TRUE(empty.saveDbAs(nullptr, path()));
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  EXPECT_EQ(back.propertyDefs().length(), 0);
+  EXPECT_EQ(back.symbols().length(), 0);
+  EXPECT_EQ(ui_.boxCount(), 0);
+}
+
+TEST_F(ProjectTest, NewDbMakesAnEmptyFileAndKeepsTheMemory) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.newDb(nullptr, path()));
+  EXPECT_EQ(p.fileName(), path());
+  EXPECT_EQ(p.propertyDefs().length(), 3);
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  EXPECT_EQ(back.propertyDefs().length(), 0);
+}
+
+TEST_F(ProjectTest, UpdateDbWritesBackToTheSameFile) {
+  CKdProject p;
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  fill(p);
+  ASSERT_TRUE(p.updateDb(nullptr));
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  expectSameDefs(p.propertyDefs(), back.propertyDefs());
+  CKdProject unbound;
+  EXPECT_FALSE(unbound.updateDb(nullptr));
+  EXPECT_EQ(ui_.boxCount(), 0) << "no file name: no message";
+}
+
+TEST_F(ProjectTest, OpeningWithAnEmptyPathFailsSilently) {
+  CKdProject p;
+  EXPECT_FALSE(p.readDb(nullptr, L""));
+  EXPECT_FALSE(p.readDb(nullptr, nullptr));
+  EXPECT_EQ(ui_.boxCount(), 0);
+}
+
+TEST_F(ProjectTest, MissingFileShowsFileNotFound) {
+  CKdProject p;
+  EXPECT_FALSE(p.readDb(nullptr, path(L"missing.vkd")));
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Selected file cannot be found");
+  EXPECT_EQ(ui_.lastBox().caption, L"File Not Found");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+}
+
+TEST_F(ProjectTest, FileThatIsNoDatasetLeavesTheProjectUntouched) {
+  ASSERT_TRUE(vxkd_test::writeBytes(dir_.native("notes.vkd"), "just some text\n"));
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  uint64_t stamp = p.timeStamp().time();
+  EXPECT_FALSE(p.readDb(nullptr, path(L"notes.vkd")));
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Dataset cannot be opened");
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Open Dataset");
+  EXPECT_EQ(p.fileName(), path());
+  EXPECT_EQ(p.propertyDefs().length(), 3);
+  EXPECT_EQ(p.symbols().length(), 2);
+  EXPECT_EQ(p.timeStamp().time(), stamp);
+  EXPECT_EQ(vxkd_test::readBytes(dir_.native("notes.vkd")), "just some text\n");
+}
+
+// The program folder moved to an empty folder: the dataset dictionary is missing.
+class MissingDictionaryTest : public ProjectTest {
+ protected:
+  void SetUp() override {
+    ProjectTest::SetUp();
+    setenv("VXKD_PROGRAM_DIR", empty_.native().c_str(), 1);
+  }
+  void TearDown() override {
+    unsetenv("VXKD_PROGRAM_DIR");
+    ProjectTest::TearDown();
+  }
+  vxkd_test::TempFolder empty_;
+};
+
+TEST_F(MissingDictionaryTest, OpeningReportsCreationFailedUnderCannotOpen) {
+  ASSERT_TRUE(vxkd_test::writeBytes(dir_.native("data.vkd"), "x"));
+  CKdProject p;
+  EXPECT_FALSE(p.readDb(nullptr, path()));
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Dataset creation failed");
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Open Dataset");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+}
+
+TEST_F(MissingDictionaryTest, CreatingReportsTheMissingDictionary) {
+  CKdProject p;
+  EXPECT_FALSE(p.saveDbAs(nullptr, path()));
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Vkd data dictionary not found");
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Create Dataset");
+  EXPECT_FALSE(cuFile::exists(path()));
+}
+
+TEST_F(ProjectTest, CreationInAMissingFolderShowsCreationFailed) {
+  CKdProject p;
+  EXPECT_FALSE(p.newDb(nullptr, path(L"no/such/folder/data.vkd")));
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Dataset creation failed");
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Create Dataset");
+  EXPECT_TRUE(p.fileName().isEmpty());
+}
+
+TEST_F(ProjectTest, ResetDataEmptiesEverythingAndTheLastDimtext) {
+  CKdProject p;
+  fill(p);
+  p.setLastInstalledDimtextId(17);
+  p.setLastTreePos(3, 44);
+  CKdProject copy(p);
+  p.resetData();
+  EXPECT_EQ(p.propertyDefs().length(), 0);
+  EXPECT_EQ(p.symbols().length(), 0);
+  EXPECT_EQ(p.lastInstalledDimtextId(), 0);
+  EXPECT_EQ(copy.propertyDefs().length(), 3) << "a copy is deep";
+  EXPECT_EQ(copy.lastTreePosId(), 44);
+}
+
+TEST_F(ProjectTest, FileDialogsAskWithTheirTitlesAndFilter) {
+  CWsz chosen(L"stale");
+  ui_.answerFileDialogWith(L"/data/a.vkd");
+  EXPECT_TRUE(CKdProject::askOpenFileName(nullptr, chosen));
+  EXPECT_EQ(chosen.str(), L"/data/a.vkd");
+  ui_.cancelFileDialog();
+  EXPECT_FALSE(CKdProject::askSaveFileName(nullptr, chosen));
+  EXPECT_TRUE(chosen.isEmpty());
+  ASSERT_EQ(ui_.interactions().size(), 2u);
+  EXPECT_EQ(ui_.interactions()[0].kind, CRecordingUiBackend::Kind::openFile);
+  EXPECT_EQ(ui_.interactions()[0].text, L"Select Dataset");
+  EXPECT_EQ(ui_.interactions()[0].caption, L"*.vkd|*.vkd|");
+  EXPECT_EQ(ui_.interactions()[1].kind, CRecordingUiBackend::Kind::saveFile);
+  EXPECT_EQ(ui_.interactions()[1].text, L"Save Dataset As");
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+// vkd: the command line of the dataset administrator.
+//
+//   vkd new [--sample] FILE.vkd   create a dataset with the default content
+//   vkd info FILE.vkd             what a dataset holds, one row per kind of definition
+//   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
+//
+// Failures print one line on standard error and exit with 1; a wrong command line exits
+// with 2.
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "dataset/project.h"
+#include "foundation/startup.h"
+#include "platform/lock_file.h"
+#include "platform/paths.h"
+#include "platform/sz.h"
+#include "platform/ui_backend.h"
+
+namespace {
+
+const char* kUsage =
+    "usage: vkd COMMAND FILE.vkd\n"
+    "\n"
+    "Look after the dataset files of Vantrix KD.\n"
+    "\n"
+    "commands:\n"
+    "  new [--sample] FILE.vkd   create a dataset with the default content (--sample adds\n"
+    "                            a few example definitions); an existing file is replaced\n"
+    "  info FILE.vkd             show what the dataset holds\n"
+    "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
+    "                            whom\n"
+    "  --help                    show this text\n";
+
+// Keeps the message boxes of the library for one line on standard error.
+class ToolUiBackend : public CRecordingUiBackend {
+ public:
+  std::string lastMessage() const {
+    auto box = lastBox();
+    if (box.text.empty()) return "";
+    std::string text = cuSz::toUtf8(box.text);
+    for (auto& c : text)
+      if (c == '\r' || c == '\n') c = ' ';
+    std::string out = cuSz::toUtf8(box.caption);
+    return out.empty() ? text : out + ": " + text;
+  }
+};
+
+int fail(const std::string& message) {
+  std::fprintf(stderr, "vkd: %s\n", message.c_str());
+  return 1;
+}
+
+std::string narrow(const wchar_t* text) { return cuSz::toUtf8(text ? text : L""); }
+
+std::string formatTime(uint64_t units) {
+  if (units == 0) return "-";
+  std::time_t seconds = static_cast<std::time_t>(units / 10000000);
+  std::tm tm{};
+  localtime_r(&seconds, &tm);
+  char buffer[64];
+  std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &tm);
+  return buffer;
+}
+
+void printTable(const std::vector<std::pair<std::string, int>>& rows) {
+  size_t width = std::strlen("Kind of definition");
+  for (const auto& row : rows) width = std::max(width, row.first.size());
+  std::printf("%-*s  %5s\n", static_cast<int>(width), "Kind of definition", "Count");
+  std::printf("%s  %s\n", std::string(width, '-').c_str(), "-----");
+  for (const auto& row : rows)
+    std::printf("%-*s  %5d\n", static_cast<int>(width), row.first.c_str(), row.second);
+}
+
+// A few property definitions, and two symbols that show both ways a drawing is stored.
+void addSampleContent(CKdProject& project) {
+  CKdPropertyDefArray& defs = project.propertyDefs();
+  defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
+  defs.add(L"Height", L"Duct height", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
+  defs.add(L"Diameter", L"Pipe size", CKdPropertyValue::typeDoubleReal, CKdUnit::unitMm, 1);
+  defs.add(L"Flow", L"Volume flow", CKdPropertyValue::typeSingleReal, CKdUnit::unitLps, 1);
+  defs.add(L"Material", L"", CKdPropertyValue::typeText, CKdUnit(), 0);
+
+  const struct {
+    const char* id;
+    const wchar_t* desc;
+    int nodes;
+  } kSymbols[] = {{"SOCKET", L"Wall socket", 12}, {"PANEL", L"Distribution panel", 400}};
+  for (const auto& s : kSymbols) {
+    CVxSymbolModel symbol;
+    symbol.setSymbolId(s.id);
+    symbol.setDesc(s.desc);
+    for (int i = 0; i < s.nodes; ++i) {
+      CGmNode node{};
+      node.type = 1;
+      node.v[0] = static_cast<float>(i);
+      node.v[3] = static_cast<float>(i + 1);
+      symbol.appendNode(node);
+    }
+    project.symbols().append(&symbol);
+  }
+}
+
+int commandNew(const CWsz& path, bool sample, ToolUiBackend& ui) {
+  CKdProject project;
+  project.buildDefaultProject();
+  if (sample) addSampleContent(project);
+  if (!project.saveDbAs(nullptr, path)) {
+    std::string why = ui.lastMessage();
+    return fail("cannot create " + narrow(path) + (why.empty() ? "" : " (" + why + ")"));
+  }
+  std::printf("Created %s\n", narrow(path).c_str());
+  return 0;
+}
+
+int commandInfo(const CWsz& path, ToolUiBackend& ui) {
+  CKdProject project;
+  if (!project.readDb(nullptr, path)) {
+    std::string why = ui.lastMessage();
+    return fail("cannot read " + narrow(path) + (why.empty() ? "" : " (" + why + ")"));
+  }
+  std::printf("Dataset     %s\n", narrow(path).c_str());
+  std::printf("Last saved  %s\n\n", formatTime(project.timeStamp().time()).c_str());
+  printTable({{"Property definitions", project.propertyDefs().length()},
+              {"2D symbols", project.symbols().length()}});
+  return 0;
+}
+
+int commandLockStatus(const CWsz& path) {
+  if (!cuFile::exists(path)) return fail("no such dataset: " + narrow(path));
+  CWsz lockPath = CLockFile::lockFileNameFor(path);
+  wchar_t owner[CLockFile::kOwnerBufferChars] = {};
+  switch (CLockFile::queryOwner(lockPath, owner)) {
+    case CLockFile::queryNoLockFile:
+      std::printf("%s: not locked\n", narrow(path).c_str());
+      return 0;
+    case CLockFile::queryStale:
+      std::printf(
+          "%s: not locked (a stale lock file %s is left by a program that ended; the "
+          "next update takes it over)\n",
+          narrow(path).c_str(), narrow(lockPath).c_str());
+      return 0;
+    case CLockFile::queryLockedByOther:
+      std::printf("%s: locked for an update by %s (%s)\n", narrow(path).c_str(),
+                  *owner ? narrow(owner).c_str() : "another user", narrow(lockPath).c_str());
+      return 0;
+    default:
+      return fail("cannot read the lock file " + narrow(lockPath));
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> args(argv + 1, argv + argc);
+  if (args.empty()) {
+    std::fprintf(stderr, "%s", kUsage);
+    return 2;
+  }
+  if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+    std::printf("%s", kUsage);
+    return 0;
+  }
+  bool sample = args.size() == 3 && args[0] == "new" && args[1] == "--sample";
+  if (sample) args.erase(args.begin() + 1);
+  if (args.size() != 2 || (args[0] != "new" && args[0] != "info" && args[0] != "lock-status")) {
+    std::fprintf(stderr, "vkd: unknown command line\n%s", kUsage);
+    return 2;
+  }
+
+  ToolUiBackend ui;
+  CUiBackend::install(&ui);
+  VxKd::initVxKd();
+  CWsz path = CWsz::fromUtf8(args[1].c_str());
+  int result = args[0] == "new"    ? commandNew(path, sample, ui)
+               : args[0] == "info" ? commandInfo(path, ui)
+                                   : commandLockStatus(path);
+  VxKd::exitVxKd();
+  CUiBackend::install(nullptr);
+  return result;
+}
