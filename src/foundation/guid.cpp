@@ -6,8 +6,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <vector>
 
 #include "platform/env.h"
+#include "platform/qbase.h"
 #include "platform/sz.h"
 
 namespace {
@@ -196,3 +198,37 @@ void* CKdGuidArray::objClone(const void* obj) const {
 }
 
 void CKdGuidArray::objDelete(void* obj) const { delete static_cast<CKdGuid*>(obj); }
+
+namespace {
+
+constexpr int kSlotSize = 36;
+
+}  // namespace
+
+bool CKdGuidArray::saveTo(CQbase& db, short fieldNo) const {
+  if (length() == 0) return true;
+  std::vector<char> slots(static_cast<size_t>(length()) * kSlotSize, '\0');
+  for (int i = 0; i < length(); ++i) {
+    char text[kSlotSize + 1];
+    objAt(i)->toSz(text, sizeof text);  // a null GUID gives "", so its slot starts with 0
+    std::memcpy(slots.data() + static_cast<size_t>(i) * kSlotSize, text, std::strlen(text));
+  }
+  return db.setBinaryArray(fieldNo, slots.data(), length());
+}
+
+bool CKdGuidArray::readFrom(CQbase& db, short fieldNo) {
+  reset();
+  CByteBuffer data;
+  int count = 0;
+  if (!db.getBinaryArray(fieldNo, data, count) || count <= 0) return true;
+  if (data.size() < count * kSlotSize) return false;
+  for (int i = 0; i < count; ++i) {
+    char text[kSlotSize + 1];
+    std::memcpy(text, data.data() + static_cast<size_t>(i) * kSlotSize, kSlotSize);
+    text[kSlotSize] = '\0';
+    CKdGuid guid;
+    if (text[0] == '\0' || !guid.fromSz(text)) continue;
+    append(&guid);
+  }
+  return true;
+}

@@ -83,6 +83,16 @@ class VXKD_API CKdGuidArray : public CKdObjArray {
   // Index of the first element equal to `guid`, or -1.
   int find(const CKdGuid& guid) const;
 
+  // The list as binary-array field `fieldNo` of the current record: one 36-byte slot per
+  // element holding its upper-case text form without terminator; a null GUID's slot begins
+  // with a zero byte. An empty list writes nothing (the field stays absent) and is true;
+  // otherwise the result of the database's write.
+  bool saveTo(CQbase& db, short fieldNo) const;
+  // Replaces the list by field `fieldNo`. An absent or empty field gives an empty list and
+  // true; data shorter than its slot count says fails (false, empty list). Slots that are
+  // empty or do not parse are skipped, so a damaged field yields a shorter list.
+  bool readFrom(CQbase& db, short fieldNo);
+
  protected:
   void* objClone(const void* obj) const override;
   void objDelete(void* obj) const override;

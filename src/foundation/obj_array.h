@@ -7,6 +7,7 @@
 
 #include "platform/arrays.h"
 #include "platform/export.h"
+#include "platform/qbase.h"
 #include "platform/wsz.h"
 
 class VXKD_API CKdObjArray {
@@ -97,10 +98,9 @@ class VXKD_API CKdObjArray {
   void** table_ = nullptr;
 };
 
-class CQbase;
-
 // CKdObjectArray<T>: an array of `T` elements, which copy themselves, have a name, and read
-// and write their own records.
+// and write their own records: `T().getClassId()` names their record code, `readFrom(db)`
+// reads the current record, `saveTo(db)` writes one.
 template <typename T>
 class CKdObjectArray : public CKdObjArray {
  public:
@@ -118,6 +118,26 @@ class CKdObjectArray : public CKdObjArray {
   T* objAt(int index) const { return static_cast<T*>(CKdObjArray::objAt(index)); }
   bool append(const T* obj) { return CKdObjArray::append(obj); }
   bool append(const CKdObjectArray& other) { return CKdObjArray::append(other); }
+
+  // Replaces the elements by one per record of T's record code, in key order. A record that
+  // does not read still gives an element, as far as it was read. True, also for no records.
+  bool readFrom(CQbase& db) {
+    reset();
+    const T prototype;
+    for (bool more = db.fetchFirstMember(prototype.getClassId()); more;
+         more = db.fetchNextMember()) {
+      T obj;
+      obj.readFrom(db);
+      append(&obj);
+    }
+    return true;
+  }
+  // Lets each element write its record, in array order. True: a failed record is the
+  // element's business.
+  bool saveTo(CQbase& db) const {
+    for (int i = 0; i < length(); ++i) objAt(i)->saveTo(db);
+    return true;
+  }
 
   const wchar_t* nameAt(int index) const override {
     const T* obj = objAt(index);

@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/paths.h"
+#include "platform/qbase.h"
+#include "support/temp_folder.h"
+
 namespace {
 
 std::string textOf(const CKdGuid& guid) {
@@ -182,6 +186,100 @@ TEST(KdGuidArray, CopiesAreIndependent) {
   CKdGuidArray copy(original);
   copy.objAt(0)->reset();
   EXPECT_TRUE(original.objAt(0)->isEqualTo(a));
+}
+
+}  // namespace
+
+namespace {
+
+// A GUID list stored in the device-group field of a report record.
+class KdGuidArrayStore : public ::testing::Test {
+ protected:
+  static constexpr short kField = 1603;
+  void SetUp() override {
+    ASSERT_TRUE(db_.openDatabase(cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq"),
+                                 dir_.path(L"g.vkd"), true));
+    ASSERT_TRUE(db_.createRec("RE", "000001"));
+  }
+  void TearDown() override { db_.abandon(); }
+  // Stores raw slots as the field and makes the record current again.
+  void storeRaw(const std::string& bytes, int count) {
+    ASSERT_TRUE(db_.setBinaryArray(kField, bytes.data(), count));
+    ASSERT_TRUE(db_.saveRec());
+    ASSERT_TRUE(db_.fetchRec("RE", "000001"));
+  }
+
+  vxkd_test::TempFolder dir_;
+  CQbase db_;
+};
+
+TEST_F(KdGuidArrayStore, NullElementsAreSkippedOnTheWayBack) {
+  CKdGuidArray list;
+  CKdGuid a = created(), none, b = created();
+  list.append(&a);
+  list.append(&none);
+  list.append(&b);
+  ASSERT_TRUE(list.saveTo(db_, kField));
+  ASSERT_TRUE(db_.saveRec());
+  ASSERT_TRUE(db_.fetchRec("RE", "000001"));
+  CKdGuidArray back;
+  ASSERT_TRUE(back.readFrom(db_, kField));
+  ASSERT_EQ(back.length(), 2);
+  EXPECT_TRUE(back.objAt(0)->isEqualTo(a));
+  EXPECT_TRUE(back.objAt(1)->isEqualTo(b));
+}
+
+TEST_F(KdGuidArrayStore, EmptyAndGarbageSlotsAreSkipped) {
+  std::string valid1 = "00000000-0000-0000-0000-0000000000AA";
+  std::string valid2 = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
+  std::string empty(36, '\0');
+  std::string garbage = "not a guid at all, but 36 bytes long";
+  ASSERT_EQ(garbage.size(), 36u);
+  storeRaw(valid1 + empty + garbage + valid2, 4);
+  CKdGuidArray back;
+  ASSERT_TRUE(back.readFrom(db_, kField));
+  ASSERT_EQ(back.length(), 2);
+  EXPECT_EQ(textOf(*back.objAt(0)), valid1);
+  EXPECT_EQ(textOf(*back.objAt(1)), valid2);
+}
+
+TEST_F(KdGuidArrayStore, DataShorterThanItsSlotsFails) {
+  // Written through a dictionary that gives the field 1-byte items, so that any length fits.
+  db_.abandon();
+  std::string dictionary = vxkd_test::readBytes(
+      cuFile::nativePath(cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq")));
+  size_t at = dictionary.find("device_groups binary_array 36");
+  ASSERT_NE(at, std::string::npos);
+  dictionary.replace(at, 29, "device_groups binary_array 1");
+  ASSERT_TRUE(vxkd_test::writeBytes(dir_.native("bytes.ddq"), dictionary));
+  CQbase raw;
+  ASSERT_TRUE(raw.openDatabase(dir_.path(L"bytes.ddq"), dir_.path(L"short.vkd"), true));
+  std::string two = "00000000-0000-0000-0000-0000000000AA00000000-0000-0000-0000-0000000000BB";
+  ASSERT_TRUE(raw.createRec("RE", "000001"));
+  ASSERT_TRUE(raw.setBinaryArray(kField, two.data(), 71));
+  ASSERT_TRUE(raw.saveRec() && raw.closeDatabase());
+
+  ASSERT_TRUE(db_.openDatabase(cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq"),
+                               dir_.path(L"short.vkd"), false));
+  ASSERT_TRUE(db_.fetchRec("RE", "000001"));
+  CKdGuidArray back;
+  CKdGuid stale = created();
+  back.append(&stale);
+  EXPECT_FALSE(back.readFrom(db_, kField));
+  EXPECT_EQ(back.length(), 0);
+}
+
+TEST_F(KdGuidArrayStore, EmptyListLeavesTheFieldAbsent) {
+  CKdGuidArray empty;
+  EXPECT_TRUE(empty.saveTo(db_, kField));
+  ASSERT_TRUE(db_.saveRec());
+  ASSERT_TRUE(db_.fetchRec("RE", "000001"));
+  CByteBuffer data;
+  int count = 0;
+  EXPECT_FALSE(db_.getBinaryArray(kField, data, count));
+  CKdGuidArray back;
+  EXPECT_TRUE(back.readFrom(db_, kField));
+  EXPECT_EQ(back.length(), 0);
 }
 
 }  // namespace

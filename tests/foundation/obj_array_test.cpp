@@ -7,7 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "foundation/record_key.h"
+#include "platform/paths.h"
+#include "platform/qbase.h"
 #include "platform/sz.h"
+#include "support/temp_folder.h"
 #include "support/ui_fixture.h"
 
 namespace {
@@ -339,9 +343,62 @@ TEST_F(ObjArrayErrorTest, CopyThroughBaseGivesEmptyArrayAndApplicationError) {
   BorrowingArray copy(a);
   EXPECT_EQ(copy.length(), 0);
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Application error: Array copy constructor not defined, but is used");
+  EXPECT_EQ(ui_.lastBox().text,
+            L"Application error: Array copy constructor not defined, but is used");
   EXPECT_EQ(ui_.lastBox().caption, L"Vantrix");
   a.reset();
+}
+
+}  // namespace
+
+namespace {
+
+// An element that stores itself as a report record: its id is the key, its name field 1502.
+class Stored {
+ public:
+  const char* getClassId() const { return "RE"; }
+  const CWsz& name() const { return name_; }
+  long id = 0;
+  CWsz name_;
+  bool readFrom(CQbase& db) {
+    db.getWsz(1502, name_);
+    return VxKd::readObjId(db, id) && id > 0;
+  }
+  bool saveTo(CQbase& db) const {
+    return db.createRec("RE", VxKd::buildDbId(id).c_str()) && db.setWsz(1502, name_) &&
+           db.saveRec();
+  }
+};
+
+TEST(ObjectArrayTest, ElementsWriteAndReadTheirOwnRecordsInKeyOrder) {
+  vxkd_test::TempFolder dir;
+  CWsz dictionary = cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq");
+  CQbase db;
+  ASSERT_TRUE(db.openDatabase(dictionary, dir.path(L"r.vkd"), true));
+  CKdObjectArray<Stored> out;
+  for (long id : {12, 3, 7}) {
+    Stored s;
+    s.id = id;
+    s.name_ = (L"Report " + std::to_wstring(id)).c_str();
+    out.append(&s);
+  }
+  EXPECT_TRUE(out.saveTo(db));
+  // A record whose key is no id still becomes an element.
+  ASSERT_TRUE(db.createRec("RE", "x") && db.setWsz(1502, L"stray") && db.saveRec());
+  ASSERT_TRUE(db.closeDatabase());
+
+  ASSERT_TRUE(db.openDatabase(dictionary, dir.path(L"r.vkd"), false));
+  CKdObjectArray<Stored> in;
+  Stored old;
+  in.append(&old);
+  EXPECT_TRUE(in.readFrom(db));
+  db.abandon();
+  ASSERT_EQ(in.length(), 4);
+  EXPECT_STREQ(in.nameAt(0), L"Report 3");
+  EXPECT_STREQ(in.nameAt(1), L"Report 7");
+  EXPECT_STREQ(in.nameAt(2), L"Report 12");
+  EXPECT_EQ(in.objAt(3)->name_, L"stray");
+  EXPECT_STREQ(in.nameAt(9), L"");
 }
 
 }  // namespace
