@@ -1,0 +1,191 @@
+// Sharing one dataset between users: the edit lock, and noticing another user's save.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "dataset/project.h"
+#include "platform/paths.h"
+#include "platform/ui_backend.h"
+#include "support/faulty_env.h"
+#include "support/temp_folder.h"
+#include "support/ui_fixture.h"
+#include "ui/language.h"
+
+namespace {
+
+class ProjectLockTest : public vxkd_test::RecordingUiTest {
+ protected:
+  void SetUp() override {
+    RecordingUiTest::SetUp();
+    ASSERT_TRUE(vxkd_test::openLanguageDb());
+    ASSERT_TRUE(mine_.saveDbAs(nullptr, path()));
+    ASSERT_TRUE(theirs_.readDb(nullptr, path()));
+  }
+  void TearDown() override {
+    VxKd::lngDb().close();
+    RecordingUiTest::TearDown();
+  }
+
+  CWsz path() const { return dir_.path(L"shared.vkd"); }
+  std::string lockPath() const { return dir_.native("shared.lck"); }
+  static void addDef(CKdProject& p, const wchar_t* name) {
+    ASSERT_TRUE(p.propertyDefs().add(name, L"", CKdPropertyValue::typeInt32, CKdUnit(), 0));
+  }
+
+  vxkd_test::TempFolder dir_;
+  CKdProject mine_;    // this user
+  CKdProject theirs_;  // a colleague on the same file
+};
+
+TEST_F(ProjectLockTest, AnotherUsersSaveIsNoticedAndReloaded) {
+  EXPECT_EQ(mine_.checkUpdated(nullptr, true), 0);
+  addDef(theirs_, L"Width");
+  ASSERT_TRUE(theirs_.updateDb(nullptr));
+
+  EXPECT_EQ(mine_.checkUpdated(nullptr, true), 1);
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Someone else has just updated file\r\nDataset will be reloaded");
+  EXPECT_EQ(ui_.lastBox().caption, L"Dataset Changed");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONINFORMATION);
+  ASSERT_EQ(mine_.propertyDefs().length(), 1);
+  EXPECT_STREQ(mine_.propertyDefs().nameAt(0), L"Width");
+  EXPECT_EQ(mine_.checkUpdated(nullptr, true), 0) << "the stamp moved with the reload";
+}
+
+TEST_F(ProjectLockTest, UnboundProjectCannotBeChecked) {
+  CKdProject unbound;
+  EXPECT_EQ(unbound.checkUpdated(nullptr, true), -1);
+  EXPECT_EQ(ui_.boxCount(), 0);
+}
+
+TEST_F(ProjectLockTest, SavesWithinOneClockTickAreStillNoticed) {
+  // Saves follow each other faster than the file system's clock ticks; each must still be
+  // seen by the other user.
+  for (int round = 0; round < 20; ++round) {
+    CKdProject& writer = round % 2 ? mine_ : theirs_;
+    CKdProject& reader = round % 2 ? theirs_ : mine_;
+    addDef(writer, (L"P" + std::to_wstring(round)).c_str());
+    ASSERT_TRUE(writer.updateDb(nullptr));
+    ASSERT_EQ(reader.checkUpdated(nullptr, false), 1) << "round " << round;
+    ASSERT_EQ(reader.propertyDefs().length(), round + 1);
+  }
+}
+
+TEST_F(ProjectLockTest, EditLockGoesAheadWhenNothingChanged) {
+  CLockFile lock;
+  ASSERT_EQ(mine_.setEditLock(nullptr, lock), 0);
+  EXPECT_TRUE(vxkd_test::readBytes(lockPath()).size() == 200);
+  addDef(mine_, L"Width");
+  EXPECT_TRUE(mine_.updateDb(nullptr));
+  lock.release();
+  EXPECT_FALSE(cuFile::exists(dir_.path(L"shared.lck")));
+  EXPECT_EQ(ui_.boxCount(), 0);
+}
+
+TEST_F(ProjectLockTest, EditLockReloadsInsteadWhenAnotherUserSaved) {
+  addDef(theirs_, L"Height");
+  ASSERT_TRUE(theirs_.updateDb(nullptr));
+  addDef(mine_, L"Stale edit");
+  CLockFile lock;
+  EXPECT_EQ(mine_.setEditLock(nullptr, lock), 1);
+  EXPECT_FALSE(lock.isHeld());
+  EXPECT_FALSE(cuFile::exists(dir_.path(L"shared.lck")));
+  ASSERT_EQ(mine_.propertyDefs().length(), 1);
+  EXPECT_STREQ(mine_.propertyDefs().nameAt(0), L"Height");
+  EXPECT_EQ(ui_.lastBox().caption, L"Dataset Changed");
+}
+
+TEST_F(ProjectLockTest, EditLockHeldByAnotherUserIsRefused) {
+  CLockFile theirLock;
+  ASSERT_EQ(theirs_.setEditLock(nullptr, theirLock), 0);
+  CLockFile lock;
+  EXPECT_EQ(mine_.setEditLock(nullptr, lock), -1);
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text,
+            L"Somebody other is currently updating file\r\nOperation cancelled");
+  EXPECT_EQ(ui_.lastBox().caption, L"Update Failed");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+  EXPECT_FALSE(lock.isHeld());
+}
+
+TEST_F(ProjectLockTest, LockFileThatCannotBeMadeIsReported) {
+  vxkd_test::FaultyEnv env;
+  env.failOpen(lockPath(), -1, EACCES);
+  CLockFile lock;
+  EXPECT_FALSE(mine_.setLockFile(nullptr, lock));
+  ASSERT_EQ(ui_.boxCount(), 1);
+  EXPECT_EQ(ui_.lastBox().text, L"Cannot update file");
+  EXPECT_EQ(ui_.lastBox().caption, L"Update Failed");
+}
+
+// Answers every box without recording it: the children of the load test show many.
+class SilentUi : public CConsoleUiBackend {
+ public:
+  int messageBox(HWND, const wchar_t*, const wchar_t*, unsigned style) override {
+    return safeAnswerFor(style);
+  }
+};
+
+// One designer: `edits` edit cycles on the shared file. Exit code 0 on success, 3 when two
+// designers held the lock at once, 4 when a save failed.
+int designer(const CWsz& path, const std::string& marker, int who, int edits) {
+  SilentUi ui;
+  CUiBackend::install(&ui);
+  CKdProject project;
+  if (!project.readDb(nullptr, path)) return 5;
+  for (int done = 0; done < edits;) {
+    CLockFile lock;
+    int r = project.setEditLock(nullptr, lock);
+    if (r == -1) {
+      usleep(100);
+      continue;
+    }
+    if (r == 1) continue;  // reloaded: make the edit again on the new content
+    int fd = open(marker.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0644);
+    if (fd < 0) return 3;
+    close(fd);
+    std::wstring name = L"D" + std::to_wstring(who) + L"-" + std::to_wstring(done);
+    project.propertyDefs().add(name.c_str(), L"", CKdPropertyValue::typeInt32, CKdUnit(), 0);
+    bool saved = project.updateDb(nullptr);
+    unlink(marker.c_str());
+    lock.release();
+    if (!saved) return 4;
+    ++done;
+  }
+  return 0;
+}
+
+TEST_F(ProjectLockTest, EightDesignersLoseNoUpdate) {
+  constexpr int kDesigners = 8;
+  constexpr int kEdits = 200;
+  std::string marker = dir_.native("holder.marker");
+  std::vector<pid_t> children;
+  for (int who = 0; who < kDesigners; ++who) {
+    pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) _exit(designer(path(), marker, who, kEdits));
+    children.push_back(pid);
+  }
+  for (pid_t pid : children) {
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "3: two holders at once; 4: a failed save";
+  }
+  CKdProject result;
+  ASSERT_TRUE(result.readDb(nullptr, path()));
+  EXPECT_EQ(result.propertyDefs().length(), kDesigners * kEdits);
+  std::set<std::wstring> names;
+  for (int i = 0; i < result.propertyDefs().length(); ++i)
+    names.insert(result.propertyDefs().nameAt(i));
+  EXPECT_EQ(names.size(), static_cast<size_t>(kDesigners * kEdits));
+}
+
+}  // namespace
