@@ -31,25 +31,13 @@ class VXKD_API CKdCommonListItem {
 };
 
 // An ordered list of rows.
-class VXKD_API CKdCommonListItemArray : public CKdObjArray {
+class VXKD_API CKdCommonListItemArray : public CKdOwningArray<CKdCommonListItem> {
  public:
-  CKdCommonListItemArray() = default;
-  CKdCommonListItemArray(const CKdCommonListItemArray& other);
-  CKdCommonListItemArray& operator=(const CKdCommonListItemArray& other);
-  ~CKdCommonListItemArray() override;
-
+  using CKdOwningArray<CKdCommonListItem>::append;
   long idAt(int index) const override;
   const wchar_t* nameAt(int index) const override;
   const wchar_t* descriptionAt(int index) const override;
 
-  CKdCommonListItem* objAt(int index) const {
-    return static_cast<CKdCommonListItem*>(CKdObjArray::objAt(index));
-  }
-  bool append(const CKdCommonListItem* item) { return CKdObjArray::append(item); }
   // Appends a row made of the three values.
   bool append(long id, const wchar_t* text, const wchar_t* description = nullptr);
-
- protected:
-  void* objClone(const void* obj) const override;
-  void objDelete(void* obj) const override;
 };

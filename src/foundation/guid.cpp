@@ -168,18 +168,6 @@ bool CKdGuid::isNull() const { return isEqualTo(CKdGuid()); }
 
 void CKdGuid::reset() { std::memset(&value_, 0, sizeof value_); }
 
-CKdGuidArray::CKdGuidArray(const CKdGuidArray& other) : CKdObjArray() {
-  hardInit();
-  copyFrom(other);
-}
-
-CKdGuidArray& CKdGuidArray::operator=(const CKdGuidArray& other) {
-  if (this != &other) copyFrom(other);
-  return *this;
-}
-
-CKdGuidArray::~CKdGuidArray() { reset(); }
-
 bool CKdGuidArray::append(const CKdGuidArray& other) {
   bool all = true;
   const int count = other.length();  // appending an array to itself copies it once
@@ -192,12 +180,6 @@ int CKdGuidArray::find(const CKdGuid& guid) const {
     if (objAt(i)->isEqualTo(guid)) return i;
   return -1;
 }
-
-void* CKdGuidArray::objClone(const void* obj) const {
-  return obj ? new (std::nothrow) CKdGuid(*static_cast<const CKdGuid*>(obj)) : nullptr;
-}
-
-void CKdGuidArray::objDelete(void* obj) const { delete static_cast<CKdGuid*>(obj); }
 
 namespace {
 

@@ -66,16 +66,10 @@ class CQbase;
 
 // An owned list of GUIDs (each element a heap copy), searched by value. Ids, names and
 // descriptions of its elements are the defaults of CKdObjArray (0 and "").
-class VXKD_API CKdGuidArray : public CKdObjArray {
+class VXKD_API CKdGuidArray : public CKdOwningArray<CKdGuid> {
  public:
-  CKdGuidArray() = default;
-  CKdGuidArray(const CKdGuidArray& other);
-  CKdGuidArray& operator=(const CKdGuidArray& other);
-  ~CKdGuidArray() override;
-
-  CKdGuid* objAt(int index) const { return static_cast<CKdGuid*>(CKdObjArray::objAt(index)); }
+  using CKdOwningArray<CKdGuid>::append;
   // Appends a copy of `guid`; false for null or when the copy cannot be made.
-  bool append(const CKdGuid* guid) { return CKdObjArray::append(guid); }
   // Appends copies of every element of `other`, trying each one; true only when every copy
   // was appended.
   bool append(const CKdGuidArray& other);
@@ -92,8 +86,4 @@ class VXKD_API CKdGuidArray : public CKdObjArray {
   // true; data shorter than its slot count says fails (false, empty list). Slots that are
   // empty or do not parse are skipped, so a damaged field yields a shorter list.
   bool readFrom(CQbase& db, short fieldNo);
-
- protected:
-  void* objClone(const void* obj) const override;
-  void objDelete(void* obj) const override;
 };

@@ -19,8 +19,8 @@ CKdObjArray::~CKdObjArray() {
 
 CKdObjArray::CKdObjArray(const CKdObjArray&) {
   hardInit();
-  VxKd::msgBox(nullptr, 0, L"Application error: Array copy constructor not defined, but is used",
-               0, VxKd::appTitle(), MB_OK, MB_ICONSTOP);
+  VxKd::msgBox(nullptr, 0, L"Application error: Array copy constructor not defined, but is used", 0,
+               VxKd::appTitle(), MB_OK, MB_ICONSTOP);
 }
 
 CKdObjArray& CKdObjArray::operator=(const CKdObjArray& other) {

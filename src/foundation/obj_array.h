@@ -98,37 +98,53 @@ class VXKD_API CKdObjArray {
   void** table_ = nullptr;
 };
 
+// CKdOwningArray<T>: the part every concrete array has in common. Its elements are heap
+// copies of `T` made with T's copy constructor; copying the array copies them; the
+// destructor resets, as a concrete array must. A concrete array derives from it and adds
+// what it knows of `T`: ids, names, descriptions and sort keys.
+template <typename T>
+class CKdOwningArray : public CKdObjArray {
+ public:
+  CKdOwningArray() = default;
+  CKdOwningArray(const CKdOwningArray& other) : CKdObjArray() { copyFrom(other); }
+  CKdOwningArray& operator=(const CKdOwningArray& other) {
+    if (this != &other) copyFrom(other);
+    return *this;
+  }
+  ~CKdOwningArray() override { reset(); }
+
+  T* objAt(int index) const { return static_cast<T*>(CKdObjArray::objAt(index)); }
+  bool append(const T* obj) { return CKdObjArray::append(obj); }
+  bool append(const CKdOwningArray& other) { return CKdObjArray::append(other); }
+  T* findId(long id) const { return static_cast<T*>(CKdObjArray::findId(id)); }
+  T* findName(const wchar_t* name) const { return static_cast<T*>(CKdObjArray::findName(name)); }
+
+ protected:
+  void* objClone(const void* obj) const override {
+    return obj ? new (std::nothrow) T(*static_cast<const T*>(obj)) : nullptr;
+  }
+  void objDelete(void* obj) const override { delete static_cast<T*>(obj); }
+};
+
 // CKdObjectArray<T>: an array of `T` elements, which copy themselves, have a name, and read
 // and write their own records: `T().getClassId()` names their record code, `readFrom(db)`
 // reads the current record, `saveTo(db)` writes one.
 template <typename T>
-class CKdObjectArray : public CKdObjArray {
+class CKdObjectArray : public CKdOwningArray<T> {
  public:
-  CKdObjectArray() = default;
-  CKdObjectArray(const CKdObjectArray& other) : CKdObjArray() {
-    hardInit();
-    copyFrom(other);
-  }
-  CKdObjectArray& operator=(const CKdObjectArray& other) {
-    if (this != &other) copyFrom(other);
-    return *this;
-  }
-  ~CKdObjectArray() override { reset(); }
-
-  T* objAt(int index) const { return static_cast<T*>(CKdObjArray::objAt(index)); }
-  bool append(const T* obj) { return CKdObjArray::append(obj); }
-  bool append(const CKdObjectArray& other) { return CKdObjArray::append(other); }
+  using CKdOwningArray<T>::objAt;
+  using CKdOwningArray<T>::length;
 
   // Replaces the elements by one per record of T's record code, in key order. A record that
   // does not read still gives an element, as far as it was read. True, also for no records.
   bool readFrom(CQbase& db) {
-    reset();
+    this->reset();
     const T prototype;
     for (bool more = db.fetchFirstMember(prototype.getClassId()); more;
          more = db.fetchNextMember()) {
       T obj;
       obj.readFrom(db);
-      append(&obj);
+      this->append(&obj);
     }
     return true;
   }
@@ -141,12 +157,6 @@ class CKdObjectArray : public CKdObjArray {
 
   const wchar_t* nameAt(int index) const override {
     const T* obj = objAt(index);
-    return obj ? static_cast<const wchar_t*>(obj->name()) : emptyWsz();
+    return obj ? static_cast<const wchar_t*>(obj->name()) : CKdObjArray::emptyWsz();
   }
-
- protected:
-  void* objClone(const void* obj) const override {
-    return obj ? new (std::nothrow) T(*static_cast<const T*>(obj)) : nullptr;
-  }
-  void objDelete(void* obj) const override { delete static_cast<T*>(obj); }
 };

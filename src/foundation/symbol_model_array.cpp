@@ -2,18 +2,6 @@
 
 #include <cstring>
 
-CVxSymbolModelArray::CVxSymbolModelArray(const CVxSymbolModelArray& other) : CKdObjArray() {
-  hardInit();
-  copyFrom(other);
-}
-
-CVxSymbolModelArray& CVxSymbolModelArray::operator=(const CVxSymbolModelArray& other) {
-  if (this != &other) copyFrom(other);
-  return *this;
-}
-
-CVxSymbolModelArray::~CVxSymbolModelArray() { reset(); }
-
 long CVxSymbolModelArray::idAt(int index) const {
   const CVxSymbolModel* model = objAt(index);
   return model ? model->projectId() : 0;
@@ -29,10 +17,3 @@ int CVxSymbolModelArray::find(const char* symbolId) const {
     if (std::strcmp(objAt(i)->symbolId(), symbolId ? symbolId : "") == 0) return i;
   return -1;
 }
-
-void* CVxSymbolModelArray::objClone(const void* obj) const {
-  return obj ? new (std::nothrow) CVxSymbolModel(*static_cast<const CVxSymbolModel*>(obj))
-             : nullptr;
-}
-
-void CVxSymbolModelArray::objDelete(void* obj) const { delete static_cast<CVxSymbolModel*>(obj); }

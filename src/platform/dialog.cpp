@@ -46,9 +46,7 @@ VXDialog::VXDialog() { liveDialogs().insert(this); }
 
 VXDialog::~VXDialog() { liveDialogs().erase(this); }
 
-HWND VXDialog::handle() const {
-  return reinterpret_cast<HWND>(const_cast<VXDialog*>(this));
-}
+HWND VXDialog::handle() const { return reinterpret_cast<HWND>(const_cast<VXDialog*>(this)); }
 
 VXDialog* VXDialog::fromHandle(HWND handle) {
   auto* dialog = reinterpret_cast<VXDialog*>(handle);

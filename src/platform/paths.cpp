@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <sys/stat.h>
 
+#include <fstream>
+
 #include "platform/sz.h"
 
 namespace cuFile {
@@ -31,5 +33,25 @@ bool exists(const wchar_t* path) {
 }
 
 std::string nativePath(const wchar_t* path) { return cuSz::toUtf8(path ? path : L""); }
+
+bool readTextLines(const wchar_t* path, std::vector<std::string>& lines) {
+  lines.clear();
+  if (!path || !*path) return false;
+  std::ifstream in(nativePath(path), std::ios::binary);
+  if (!in) return false;
+  std::string line;
+  while (std::getline(in, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(std::move(line));
+  }
+  // A byte order mark written by an editor is not part of the first line.
+  if (!lines.empty() && lines[0].rfind("\xEF\xBB\xBF", 0) == 0) lines[0].erase(0, 3);
+  return !in.bad();
+}
+
+bool isCommentOrBlank(const std::string& line) {
+  size_t first = line.find_first_not_of(" \t");
+  return first == std::string::npos || line[first] == '#';
+}
 
 }  // namespace cuFile

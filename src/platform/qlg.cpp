@@ -1,27 +1,11 @@
 #include "platform/qlg.h"
 
-#include <fstream>
 #include <sstream>
 
 #include "platform/paths.h"
 #include "platform/sz.h"
 
 namespace {
-
-bool readLines(const wchar_t* path, std::vector<std::string>& lines) {
-  lines.clear();
-  if (!path || !*path) return false;
-  std::ifstream in(cuFile::nativePath(path), std::ios::binary);
-  if (!in) return false;
-  std::string line;
-  while (std::getline(in, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(std::move(line));
-  }
-  // A UTF-8 byte order mark written by an editor is not part of the first line.
-  if (!lines.empty() && lines[0].rfind("\xEF\xBB\xBF", 0) == 0) lines[0].erase(0, 3);
-  return !in.bad();
-}
 
 std::wstring unescape(const std::string& raw) {
   std::wstring text = cuSz::fromUtf8(raw);
@@ -38,23 +22,18 @@ std::wstring unescape(const std::string& raw) {
   return out;
 }
 
-bool isCommentOrBlank(const std::string& line) {
-  size_t first = line.find_first_not_of(" \t");
-  return first == std::string::npos || line[first] == '#';
-}
-
 }  // namespace
 
 bool CQlg::open(const wchar_t* dictionaryPath, const wchar_t* textsPath) {
   close();
   std::vector<std::string> lines;
-  if (!readLines(dictionaryPath, lines)) return false;
+  if (!cuFile::readTextLines(dictionaryPath, lines)) return false;
 
   bool formatSeen = false;
   long defaultId = 0;
   std::vector<Language> languages;
   for (const auto& line : lines) {
-    if (isCommentOrBlank(line)) continue;
+    if (cuFile::isCommentOrBlank(line)) continue;
     std::istringstream words(line);
     std::string keyword;
     words >> keyword;
@@ -75,11 +54,11 @@ bool CQlg::open(const wchar_t* dictionaryPath, const wchar_t* textsPath) {
   }
   if (!formatSeen || defaultId == 0) return false;
 
-  if (!readLines(textsPath, lines)) return false;
+  if (!cuFile::readTextLines(textsPath, lines)) return false;
   std::unordered_map<long, std::unordered_map<long, std::wstring>> texts;
   std::unordered_map<long, std::wstring>* section = nullptr;
   for (const auto& line : lines) {
-    if (isCommentOrBlank(line)) continue;
+    if (cuFile::isCommentOrBlank(line)) continue;
     if (line[0] == '[') {
       long id = 0;
       if (!cuSz::scanLong(line.c_str() + 1, id)) return false;

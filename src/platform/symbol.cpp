@@ -18,26 +18,6 @@ constexpr char kFormatName[] = "vxkd-symbol-series";
 constexpr int kFormatVersion = 1;
 constexpr wchar_t kSeriesExtension[] = L".vxs";
 
-// The lines of a UTF-8 text file without line ends and byte order mark; false when it cannot
-// be read.
-bool readLines(const wchar_t* path, std::vector<std::string>& lines) {
-  lines.clear();
-  std::ifstream in(cuFile::nativePath(path), std::ios::binary);
-  if (!in) return false;
-  std::string line;
-  while (std::getline(in, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(std::move(line));
-  }
-  if (!lines.empty() && lines[0].rfind("\xEF\xBB\xBF", 0) == 0) lines[0].erase(0, 3);
-  return !in.bad();
-}
-
-bool isCommentOrBlank(const std::string& line) {
-  size_t first = line.find_first_not_of(" \t");
-  return first == std::string::npos || line[first] == '#';
-}
-
 // True when `line` is the format line "vxkd-symbol-series 1" (after `keyword`, if any).
 bool isFormatLine(std::istringstream& words) {
   std::string name;
@@ -165,10 +145,11 @@ bool CVxSymbolDb::open(const wchar_t* dictionaryPath, const char* appCode, long 
                        const wchar_t* commonFolder, const wchar_t* userFolder) {
   close();
   std::vector<std::string> lines;
-  if (!dictionaryPath || !appCode || !*appCode || !readLines(dictionaryPath, lines)) return false;
+  if (!dictionaryPath || !appCode || !*appCode || !cuFile::readTextLines(dictionaryPath, lines))
+    return false;
   bool formatSeen = false, appDeclared = false;
   for (const std::string& line : lines) {
-    if (isCommentOrBlank(line)) continue;
+    if (cuFile::isCommentOrBlank(line)) continue;
     std::istringstream words(line);
     std::string keyword, code;
     words >> keyword;
@@ -231,14 +212,14 @@ bool CVxSymbolDb::readSeries(const wchar_t* id, std::vector<CVxSymbolModel>& sym
   symbols.clear();
   int index = findSeries(id);
   std::vector<std::string> lines;
-  if (index < 0 || !readLines(series_[index].path, lines)) return false;
+  if (index < 0 || !cuFile::readTextLines(series_[index].path, lines)) return false;
 
   const std::string ownDescription = cuSz::format("description.%ld", languageId_);
   bool formatSeen = false;
   bool ownLanguage = false;  // the current symbol's description is in the library's language
   CVxSymbolModel* current = nullptr;
   for (const std::string& line : lines) {
-    if (isCommentOrBlank(line)) continue;
+    if (cuFile::isCommentOrBlank(line)) continue;
     if (!formatSeen) {
       std::istringstream words(line);
       if (!isFormatLine(words)) return false;

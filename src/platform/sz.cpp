@@ -112,7 +112,11 @@ std::wstring fromUtf8(std::string_view text) {
   size_t i = 0;
   while (i < text.size()) {
     auto b0 = static_cast<unsigned char>(text[i]);
-    int extra = b0 < 0x80 ? 0 : (b0 >> 5) == 0x6 ? 1 : (b0 >> 4) == 0xE ? 2 : (b0 >> 3) == 0x1E ? 3 : -1;
+    int extra = b0 < 0x80           ? 0
+                : (b0 >> 5) == 0x6  ? 1
+                : (b0 >> 4) == 0xE  ? 2
+                : (b0 >> 3) == 0x1E ? 3
+                                    : -1;
     if (extra < 0 || i + extra >= text.size() + (extra == 0 ? 1 : 0)) {
       out += L'\xFFFD';
       ++i;

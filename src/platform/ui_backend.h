@@ -40,10 +40,8 @@ class VXKD_API CUiBackend {
 // answers OK, or the safe answer of a question (No, Cancel), and cancels file dialogs.
 class VXKD_API CConsoleUiBackend : public CUiBackend {
  public:
-  int messageBox(HWND owner, const wchar_t* text, const wchar_t* caption,
-                 unsigned style) override;
-  bool openFileDialog(HWND owner, const wchar_t* title, const wchar_t* filter,
-                      CWsz& path) override;
+  int messageBox(HWND owner, const wchar_t* text, const wchar_t* caption, unsigned style) override;
+  bool openFileDialog(HWND owner, const wchar_t* title, const wchar_t* filter, CWsz& path) override;
   bool saveFileDialog(HWND owner, const wchar_t* title, const wchar_t* filter,
                       const wchar_t* defaultExt, CWsz& path) override;
   bool showAgainBox(HWND owner, const wchar_t* text, const wchar_t* caption) override;
@@ -62,10 +60,8 @@ class VXKD_API CRecordingUiBackend : public CUiBackend {
     unsigned style = 0;    // message style word; 0 for dialogs
   };
 
-  int messageBox(HWND owner, const wchar_t* text, const wchar_t* caption,
-                 unsigned style) override;
-  bool openFileDialog(HWND owner, const wchar_t* title, const wchar_t* filter,
-                      CWsz& path) override;
+  int messageBox(HWND owner, const wchar_t* text, const wchar_t* caption, unsigned style) override;
+  bool openFileDialog(HWND owner, const wchar_t* title, const wchar_t* filter, CWsz& path) override;
   bool saveFileDialog(HWND owner, const wchar_t* title, const wchar_t* filter,
                       const wchar_t* defaultExt, CWsz& path) override;
   bool showAgainBox(HWND owner, const wchar_t* text, const wchar_t* caption) override;

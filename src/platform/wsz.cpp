@@ -40,9 +40,7 @@ int CWsz::find(wchar_t c, int from) const {
   return pos == std::wstring::npos ? -1 : static_cast<int>(pos);
 }
 
-int CWsz::findNoCase(const wchar_t* what) const {
-  return what ? cuSz::findNoCase(str_, what) : -1;
-}
+int CWsz::findNoCase(const wchar_t* what) const { return what ? cuSz::findNoCase(str_, what) : -1; }
 
 CWsz CWsz::mid(int from, int count) const {
   if (from < 0) from = 0;

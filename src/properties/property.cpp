@@ -159,18 +159,6 @@ bool CKdProperty::setValue(const wchar_t* text) {
 
 // ---- CKdPropertyArray ----
 
-CKdPropertyArray::CKdPropertyArray(const CKdPropertyArray& other) : CKdObjArray() {
-  hardInit();
-  copyFrom(other);
-}
-
-CKdPropertyArray& CKdPropertyArray::operator=(const CKdPropertyArray& other) {
-  if (this != &other) copyFrom(other);
-  return *this;
-}
-
-CKdPropertyArray::~CKdPropertyArray() { reset(); }
-
 long CKdPropertyArray::idAt(int index) const {
   const CKdProperty* property = objAt(index);
   return property ? property->dbId() : 0;
@@ -185,12 +173,6 @@ const wchar_t* CKdPropertyArray::descriptionAt(int index) const {
   const CKdProperty* property = objAt(index);
   return property ? property->desc().wsz() : emptyWsz();
 }
-
-void* CKdPropertyArray::objClone(const void* obj) const {
-  return obj ? new (std::nothrow) CKdProperty(*static_cast<const CKdProperty*>(obj)) : nullptr;
-}
-
-void CKdPropertyArray::objDelete(void* obj) const { delete static_cast<CKdProperty*>(obj); }
 
 CKdProperty* CKdPropertyArray::findProperty(const wchar_t* name) const {
   int index;

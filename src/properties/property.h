@@ -61,22 +61,11 @@ class VXKD_API CKdProperty : public CKdPropertyDef {
 };
 
 // A property set: an ordered list of properties, matched to other sets by name.
-class VXKD_API CKdPropertyArray : public CKdObjArray {
+class VXKD_API CKdPropertyArray : public CKdOwningArray<CKdProperty> {
  public:
-  CKdPropertyArray() = default;
-  CKdPropertyArray(const CKdPropertyArray& other);
-  CKdPropertyArray& operator=(const CKdPropertyArray& other);
-  ~CKdPropertyArray() override;
-
   long idAt(int index) const override;
   const wchar_t* nameAt(int index) const override;
   const wchar_t* descriptionAt(int index) const override;
-
-  CKdProperty* objAt(int index) const {
-    return static_cast<CKdProperty*>(CKdObjArray::objAt(index));
-  }
-  bool append(const CKdProperty* property) { return CKdObjArray::append(property); }
-  bool append(const CKdPropertyArray& other) { return CKdObjArray::append(other); }
 
   // The first property of that name, ignoring case, and its index; null and -1 if none.
   CKdProperty* findProperty(const wchar_t* name) const;
@@ -118,8 +107,4 @@ class VXKD_API CKdPropertyArray : public CKdObjArray {
   // True when the set equals `a` or equals `b`, by isEqualTo.
   bool isEqualToOr(const CKdPropertyArray& a, const CKdPropertyArray& b,
                    bool compareValues = true) const;
-
- protected:
-  void* objClone(const void* obj) const override;
-  void objDelete(void* obj) const override;
 };

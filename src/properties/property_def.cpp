@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
+#include "foundation/common_list_item.h"
 #include "foundation/record_key.h"
 #include "platform/qbase.h"
 #include "platform/sz.h"
-#include "foundation/common_list_item.h"
 #include "properties/special_property.h"
 #include "ui/language.h"
 #include "ui/message_box.h"
@@ -83,18 +83,6 @@ bool CKdPropertyDef::deleteFrom(CQbase& db) const {
 
 // ---- CKdPropertyDefArray ----
 
-CKdPropertyDefArray::CKdPropertyDefArray(const CKdPropertyDefArray& other) : CKdObjArray() {
-  hardInit();
-  copyFrom(other);
-}
-
-CKdPropertyDefArray& CKdPropertyDefArray::operator=(const CKdPropertyDefArray& other) {
-  if (this != &other) copyFrom(other);
-  return *this;
-}
-
-CKdPropertyDefArray::~CKdPropertyDefArray() { reset(); }
-
 long CKdPropertyDefArray::idAt(int index) const {
   const CKdPropertyDef* def = objAt(index);
   return def ? def->dbId() : 0;
@@ -109,13 +97,6 @@ const wchar_t* CKdPropertyDefArray::descriptionAt(int index) const {
   const CKdPropertyDef* def = objAt(index);
   return def ? def->desc().wsz() : emptyWsz();
 }
-
-void* CKdPropertyDefArray::objClone(const void* obj) const {
-  return obj ? new (std::nothrow) CKdPropertyDef(*static_cast<const CKdPropertyDef*>(obj))
-             : nullptr;
-}
-
-void CKdPropertyDefArray::objDelete(void* obj) const { delete static_cast<CKdPropertyDef*>(obj); }
 
 int CKdPropertyDefArray::sortCmp(int sortId, const void* a, const void* b) const {
   if (sortId < 1) std::swap(a, b);

@@ -95,7 +95,7 @@ class VXKD_API iKdPropertyDefUser {
 };
 
 // The property definitions of a project, or a format: definitions and literal texts.
-class VXKD_API CKdPropertyDefArray : public CKdObjArray {
+class VXKD_API CKdPropertyDefArray : public CKdOwningArray<CKdPropertyDef> {
  public:
   // The sort keys of the editor list; negative for descending.
   enum sortKey { sortByName = 1, sortByDescription = 2, sortByUnit = 3, sortByValueType = 4 };
@@ -103,27 +103,11 @@ class VXKD_API CKdPropertyDefArray : public CKdObjArray {
   // The largest id of a user definition.
   static constexpr long kMaxId = 999999;
 
-  CKdPropertyDefArray() = default;
-  CKdPropertyDefArray(const CKdPropertyDefArray& other);
-  CKdPropertyDefArray& operator=(const CKdPropertyDefArray& other);
-  ~CKdPropertyDefArray() override;
-
   long idAt(int index) const override;
   const wchar_t* nameAt(int index) const override;
   const wchar_t* descriptionAt(int index) const override;
 
-  CKdPropertyDef* objAt(int index) const {
-    return static_cast<CKdPropertyDef*>(CKdObjArray::objAt(index));
-  }
-  bool append(const CKdPropertyDef* def) { return CKdObjArray::append(def); }
-  bool append(const CKdPropertyDefArray& other) { return CKdObjArray::append(other); }
-  CKdPropertyDef* findId(long id) const {
-    return static_cast<CKdPropertyDef*>(CKdObjArray::findId(id));
-  }
   // The first definition of that name, ignoring case; null if none.
-  CKdPropertyDef* findName(const wchar_t* name) const {
-    return static_cast<CKdPropertyDef*>(CKdObjArray::findName(name));
-  }
 
   // Appends a new definition. A special property name takes its fixed id; any other name
   // the next free id in 1..kMaxId. False when the append fails or no id is free.
@@ -173,8 +157,6 @@ class VXKD_API CKdPropertyDefArray : public CKdObjArray {
                     const std::vector<const iKdPropertyDefUser*>& users);
 
  protected:
-  void* objClone(const void* obj) const override;
-  void objDelete(void* obj) const override;
   // Keys: name, description (both ignoring case), unit id, value type.
   int sortCmp(int sortId, const void* a, const void* b) const override;
 };

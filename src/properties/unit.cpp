@@ -286,7 +286,8 @@ const CUnitConversionArray& CUnitConversionArray::conversions() {
 void CUnitConversionArray::fill() {
   if (!rows_.empty()) return;
   rows_.reserve(std::size(kConversionTable));
-  for (const ConversionEntry& entry : kConversionTable) append(entry.from, entry.to, entry.a, entry.b);
+  for (const ConversionEntry& entry : kConversionTable)
+    append(entry.from, entry.to, entry.a, entry.b);
 }
 
 void CUnitConversionArray::append(int32_t from, int32_t to, double a, double b) {
