@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/env.h"
+#include "platform/file_time.h"
 #include "platform/paths.h"
 #include "platform/qbase_dictionary.h"
 #include "platform/qbase_vfs.h"
@@ -23,7 +24,6 @@ constexpr const char* kKeyColumn = "record_key";
 constexpr const char* kFormatTable = "vxkd_dataset";
 // How long an open waits for another process's write transaction to end.
 constexpr int kBusyTimeoutMs = 5000;
-constexpr int64_t kTimeUnitsPerSecond = 10000000;  // 100-nanosecond units
 
 // Numbers inside BLOBs are little-endian whatever the machine.
 [[maybe_unused]] void storeLe16(char* p, uint16_t v) {
@@ -84,10 +84,6 @@ void encodeItems(const CValueArray<T>& values, std::string& bytes) {
   }
 }
 
-int64_t timeUnits(const struct timespec& t) {
-  return static_cast<int64_t>(t.tv_sec) * kTimeUnitsPerSecond + t.tv_nsec / 100;
-}
-
 // A field of the current record as it is stored: integers in `i`, reals in `d`, texts and
 // BLOBs in `bytes`.
 struct FieldValue {
@@ -130,7 +126,7 @@ struct CQbase::Impl {
   bool changed = false;
   // A write failed: the transaction is (being) rolled back and every later write fails.
   bool spoiled = false;
-  struct timespec mtimeBefore {};
+  uint64_t mtimeBefore = 0;  // the file's last-write time when it was opened
   std::vector<Table> tables;
   Table* lastTable = nullptr;
 
@@ -183,7 +179,6 @@ struct CQbase::Impl {
   bool ensureTables();
   void finalizeStatements();
   void teardown(bool removeNewFile);
-  void moveTimeForward(const std::string& file, const struct timespec& before);
 
   // --- records ---
 
@@ -364,8 +359,8 @@ bool CQbase::Impl::openFile(const std::string& file, bool create) {
   if (!rollbackJournal) return sqlFail(file + ": cannot use the rollback journal");
   if (!exec("PRAGMA synchronous=FULL") || !exec("BEGIN IMMEDIATE")) return false;
 
-  struct stat st {};
-  if (env.statPath(file, &st) == 0) mtimeBefore = st.st_mtim;
+  cuFile::CFileTime stamp;
+  if (stamp.initFor(CWsz::fromUtf8(file.c_str())) == 0) mtimeBefore = stamp.time();
   if (create ? !createFormat() : !checkFormat(true)) return false;
   tables.assign(dict.records().size(), Table{});
   for (size_t i = 0; i < tables.size(); ++i) tables[i].def = &dict.records()[i];
@@ -515,28 +510,7 @@ void CQbase::Impl::teardown(bool removeNewFile) {
   setKey.clear();
   path.clear();
   created = changed = spoiled = false;
-  mtimeBefore = {};
-}
-
-// Other users notice a change by a strictly later last-write time; the file system's
-// coarse clock can stamp two saves alike, so a commit that did not move the time on sets
-// it one unit past the time it found.
-void CQbase::Impl::moveTimeForward(const std::string& file, const struct timespec& before) {
-  CEnv& env = CEnv::current();
-  struct stat st {};
-  if (env.statPath(file, &st) != 0 || timeUnits(st.st_mtim) > timeUnits(before)) return;
-  int64_t later = timeUnits(before) + 1;
-  struct timespec times[2] = {};
-  times[0].tv_nsec = UTIME_OMIT;
-  times[1].tv_sec = static_cast<time_t>(later / kTimeUnitsPerSecond);
-  times[1].tv_nsec = static_cast<long>(later % kTimeUnitsPerSecond) * 100;
-  int fd = env.openFile(file, O_RDWR);
-  if (fd < 0) {
-    fail(file + ": cannot set the last-write time");
-    return;
-  }
-  if (env.setFdTimes(fd, times) != 0) fail(file + ": cannot set the last-write time");
-  env.closeFile(fd);
+  mtimeBefore = 0;
 }
 
 CQbase::CQbase() : impl_(std::make_unique<Impl>()) {}
@@ -565,9 +539,12 @@ bool CQbase::closeDatabase() {
   if (ok) d.error.clear();
   bool changed = d.changed;
   std::string file = d.path;
-  struct timespec before = d.mtimeBefore;
+  uint64_t before = d.mtimeBefore;
   d.teardown(!ok);
-  if (ok && changed) d.moveTimeForward(file, before);
+  // Other users notice a change by a strictly later last-write time, and the file
+  // system's coarse clock can stamp two saves alike: a commit moves the time on.
+  if (ok && changed && !cuFile::CFileTime::touchForward(CWsz::fromUtf8(file.c_str()), before))
+    d.fail(file + ": cannot set the last-write time");
   return ok;
 }
 
