@@ -11,6 +11,8 @@
 
 namespace {
 
+using vxkd_test::RegistryTest;
+
 constexpr char kPreferences[] =
     "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix KD 18\\CurVer\\UserPreferences]\n";
 constexpr char kDirectories[] =
@@ -205,7 +207,7 @@ class SymbolSeries : public RegistryTest {
     folder_.write("common/Basic.vxs", "vxkd-symbol-series 1\n");
     folder_.write("common/Extra.vxs", "vxkd-symbol-series 1\n");
     ASSERT_TRUE(library_.open(cuFile::joinPath(cuFile::libraryFolder(), L"VantVxs.ddq"), "S", 1500,
-                              CWsz::fromUtf8(folder_.file("common").c_str()), L""));
+                              CWsz::fromUtf8(folder_.native("common").c_str()), L""));
     ASSERT_EQ(library_.refreshSeries(), 2);
   }
 
@@ -216,7 +218,7 @@ class SymbolSeries : public RegistryTest {
     return ids.join(L"|").str();
   }
 
-  CScratchFolder folder_;
+  vxkd_test::TempFolder folder_;
   CVxSymbolDb library_;
 };
 

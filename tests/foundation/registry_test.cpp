@@ -10,9 +10,12 @@
 
 #include "platform/env.h"
 #include "platform/sz.h"
+#include "support/faulty_env.h"
 #include "support/temp_registry.h"
 
 namespace {
+
+using vxkd_test::RegistryTest;
 
 constexpr char kKey[] = "HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix";
 
@@ -290,7 +293,7 @@ TEST_F(RegistryTest, RootsAreSeparateFiles) {
 }
 
 TEST(SystemRegistry, UninitialisedRegistryDoesNothing) {
-  CTempRegistry registry;
+  vxkd_test::TempRegistry registry;
   CSystemRegistry key;
   EXPECT_EQ(dwordOf(key, L"", L"Value"), -1);
   EXPECT_FALSE(key.writeDw(L"", L"Value", 1));
@@ -301,15 +304,15 @@ TEST(SystemRegistry, UninitialisedRegistryDoesNothing) {
 }
 
 TEST(SystemRegistry, RootFilesComeFromTheEnvironment) {
-  CScratchFolder folder;
-  CScopedEnv noHkcu("VXKD_HKCU", "");
-  CScopedEnv noHklm("VXKD_HKLM", "");
-  CScopedEnv config("XDG_CONFIG_HOME", folder.file("config"));
-  EXPECT_EQ(CSystemRegistry::currentUserFile(), folder.file("config/tessund/registry.reg"));
+  vxkd_test::TempFolder folder;
+  vxkd_test::ScopedEnv noHkcu("VXKD_HKCU", "");
+  vxkd_test::ScopedEnv noHklm("VXKD_HKLM", "");
+  vxkd_test::ScopedEnv config("XDG_CONFIG_HOME", folder.native("config"));
+  EXPECT_EQ(CSystemRegistry::currentUserFile(), folder.native("config/tessund/registry.reg"));
   EXPECT_EQ(CSystemRegistry::localMachineFile(), "/etc/tessund/registry.reg");
-  CScopedEnv relative("XDG_CONFIG_HOME", "relative/config");
-  CScopedEnv home("HOME", folder.path());
-  EXPECT_EQ(CSystemRegistry::currentUserFile(), folder.file(".config/tessund/registry.reg"));
+  vxkd_test::ScopedEnv relative("XDG_CONFIG_HOME", "relative/config");
+  vxkd_test::ScopedEnv home("HOME", folder.native());
+  EXPECT_EQ(CSystemRegistry::currentUserFile(), folder.native(".config/tessund/registry.reg"));
 }
 
 // ---------------------------------------------------------------------------------------
@@ -346,63 +349,26 @@ TEST_F(RegistryTest, DeleteNodeOfNothingFailsAndWritesNothing) {
 // ---------------------------------------------------------------------------------------
 // Faults and concurrency
 
-// Fails what a test asks for on the registry file: its rename, or reading it.
-class CFaultyEnv : public CEnv {
- public:
-  explicit CFaultyEnv(std::string path) : path_(std::move(path)) {}
-  int openFile(const std::string& path, int flags, mode_t mode) override {
-    int fd = CEnv::openFile(path, flags, mode);
-    if (path == path_) registryFd_ = fd;
-    return fd;
-  }
-  ssize_t readFile(int fd, void* buffer, size_t size) override {
-    if (failRead && fd == registryFd_) {
-      errno = EIO;
-      return -1;
-    }
-    return CEnv::readFile(fd, buffer, size);
-  }
-  int renamePath(const std::string& from, const std::string& to) override {
-    if (failRename) {
-      errno = EXDEV;
-      return -1;
-    }
-    return CEnv::renamePath(from, to);
-  }
-
-  bool failRead = false;
-  bool failRename = false;
-
- private:
-  std::string path_;
-  int registryFd_ = -1;
-};
-
 class RegistryFault : public RegistryTest {
  protected:
-  void SetUp() override {
-    registry_.writeCurrentUser(section() + "\"X\"=dword:00000001\n");
-    previous_ = CEnv::install(&env_);
-  }
-  void TearDown() override { CEnv::install(previous_); }
+  void SetUp() override { registry_.writeCurrentUser(section() + "\"X\"=dword:00000001\n"); }
 
-  CFaultyEnv env_{registry_.currentUserFile()};
-  CEnv* previous_ = nullptr;
+  vxkd_test::FaultyEnv env_;
 };
 
 TEST_F(RegistryFault, FailedReplaceLeavesTheFileAsItWas) {
   const std::string before = registry_.currentUserText();
-  env_.failRename = true;
+  env_.failRenames(EXDEV);
   EXPECT_FALSE(userKey().writeDw(L"", L"X", 2));
   EXPECT_EQ(registry_.currentUserText(), before);
   EXPECT_EQ(registry_.folder().read("hkcu/registry.reg.tmp"), "") << "no temporary file left";
-  env_.failRename = false;
+  env_.failRenames(0);
   EXPECT_EQ(dwordOf(userKey(), L"", L"X"), 1);
 }
 
 TEST_F(RegistryFault, FileThatCannotBeReadIsNeverReplaced) {
   const std::string before = registry_.currentUserText();
-  env_.failRead = true;
+  env_.failReads(registry_.currentUserFile(), EIO);
   EXPECT_EQ(dwordOf(userKey(), L"", L"X"), -1) << "reads as empty";
   EXPECT_FALSE(userKey().writeDw(L"", L"Y", 2));
   EXPECT_EQ(registry_.currentUserText(), before);

@@ -7,11 +7,13 @@
 
 #include "foundation/preferences.h"
 #include "platform/paths.h"
-#include "support/scoped_recording_ui.h"
 #include "support/temp_registry.h"
+#include "support/ui_fixture.h"
 #include "ui/language.h"
 
 namespace {
+
+using vxkd_test::RegistryTest;
 
 constexpr char kUserVantrix[] = "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix]\n";
 constexpr char kMachineVantrix[] = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tessund\\Vantrix]\n";
@@ -24,33 +26,34 @@ std::wstring wide(const std::string& text) { return CWsz::fromUtf8(text.c_str())
 // that holds copies of the installed data files.
 class Startup : public RegistryTest {
  protected:
-  Startup() : programDir_("VXKD_PROGRAM_DIR", program_.path()) {}
+  Startup() : programDir_("VXKD_PROGRAM_DIR", program_.native()) {}
 
   void SetUp() override {
     VxKd::exitVxKd();
     for (const char* name : {"VantQLG.ddq", "VxKd.qlg", "VantVxs.ddq"})
       std::filesystem::copy_file(cuFile::nativePath(cuFile::libraryFolder()) + "/" + name,
-                                 program_.file(name));
+                                 program_.native(name));
   }
   void TearDown() override { VxKd::exitVxKd(); }
 
-  CScratchFolder program_;
-  CScopedEnv programDir_;
-  CScopedRecordingUi ui_;
+  vxkd_test::TempFolder program_;
+  vxkd_test::ScopedEnv programDir_;
+  vxkd_test::ScopedRecordingUi ui_;
 };
 
 TEST_F(Startup, FindsFoldersLanguageAndSymbolSeries) {
-  CScratchFolder data;
+  vxkd_test::TempFolder data;
   data.write("KdCommonSymbols/Pumps.vxs", "vxkd-symbol-series 1\n");
   data.write("KdUserSymbols/Mine.vxs", "vxkd-symbol-series 1\n");
-  registry_.writeLocalMachine(kMachineVantrix + ("\"LocalDataFolder\"=\"" + data.path() + "\"\n"));
+  registry_.writeLocalMachine(kMachineVantrix +
+                              ("\"LocalDataFolder\"=\"" + data.native() + "\"\n"));
 
   EXPECT_TRUE(VxKd::initVxKd());
   EXPECT_EQ(ui_.boxCount(), 0);
-  EXPECT_EQ(VxKd::programFolder().str(), wide(program_.path()));
-  EXPECT_EQ(VxKd::localDataFolder().str(), wide(data.path()));
-  EXPECT_EQ(VxKd::commonSymbolFolder().str(), wide(data.file("KdCommonSymbols")));
-  EXPECT_EQ(VxKd::userSymbolFolder().str(), wide(data.file("KdUserSymbols")));
+  EXPECT_EQ(VxKd::programFolder().str(), wide(program_.native()));
+  EXPECT_EQ(VxKd::localDataFolder().str(), wide(data.native()));
+  EXPECT_EQ(VxKd::commonSymbolFolder().str(), wide(data.native("KdCommonSymbols")));
+  EXPECT_EQ(VxKd::userSymbolFolder().str(), wide(data.native("KdUserSymbols")));
   EXPECT_TRUE(VxKd::lngDb().isOpen());
   EXPECT_EQ(VxKd::lngDb().activeLanguage(), 1500);
   EXPECT_TRUE(VxKd::symbolDb().isOpen());
@@ -61,14 +64,14 @@ TEST_F(Startup, FindsFoldersLanguageAndSymbolSeries) {
 
 TEST_F(Startup, LocalDataFolderDefaultsToTheProgramFolder) {
   VxKd::initVxKd();
-  EXPECT_EQ(VxKd::localDataFolder().str(), wide(program_.path()));
-  EXPECT_EQ(VxKd::commonSymbolFolder().str(), wide(program_.file("KdCommonSymbols")));
+  EXPECT_EQ(VxKd::localDataFolder().str(), wide(program_.native()));
+  EXPECT_EQ(VxKd::commonSymbolFolder().str(), wide(program_.native("KdCommonSymbols")));
   EXPECT_EQ(VxKd::symbolDb().seriesCount(), 0);
   EXPECT_TRUE(VxKd::activeSymbolSeries().isEmpty());
 }
 
 TEST_F(Startup, MissingLanguageDatabaseIsReportedAndStartupGoesOn) {
-  std::filesystem::remove(program_.file("VxKd.qlg"));
+  std::filesystem::remove(program_.native("VxKd.qlg"));
   registry_.writeCurrentUser(kUserVantrix + std::string("\"InterfaceLng\"=dword:000005dd\n"));
   registry_.writeLocalMachine(kMachineVantrix + std::string("\"LocalDataFolder\"=\"/srv/vx\"\n"));
 
@@ -98,12 +101,12 @@ TEST_F(Startup, UndeclaredLanguageLeavesTheDefault) {
 }
 
 TEST_F(Startup, SecondInitialisationDoesNothing) {
-  std::filesystem::remove(program_.file("VantQLG.ddq"));
+  std::filesystem::remove(program_.native("VantQLG.ddq"));
   EXPECT_FALSE(VxKd::initVxKd());
   registry_.writeLocalMachine(kMachineVantrix + std::string("\"LocalDataFolder\"=\"/srv/vx\"\n"));
   EXPECT_FALSE(VxKd::initVxKd()) << "the first result";
   EXPECT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(VxKd::localDataFolder().str(), wide(program_.path()));
+  EXPECT_EQ(VxKd::localDataFolder().str(), wide(program_.native()));
   EXPECT_TRUE(VxKd::isVxKdInitialized());
 
   VxKd::exitVxKd();
@@ -114,15 +117,16 @@ TEST_F(Startup, SecondInitialisationDoesNothing) {
 }
 
 TEST_F(Startup, ProgramFolderIsKnownBeforeInitialisation) {
-  EXPECT_EQ(VxKd::programFolder().str(), wide(program_.path()));
-  CScopedEnv unset("VXKD_PROGRAM_DIR", "");
+  EXPECT_EQ(VxKd::programFolder().str(), wide(program_.native()));
+  vxkd_test::ScopedEnv unset("VXKD_PROGRAM_DIR", "");
   EXPECT_EQ(VxKd::programFolder().str(), cuFile::libraryFolder().str());
 }
 
 TEST_F(Startup, ActiveSeriesAreReadAndStored) {
-  CScratchFolder data;
+  vxkd_test::TempFolder data;
   data.write("KdCommonSymbols/Pumps.vxs", "vxkd-symbol-series 1\n");
-  registry_.writeLocalMachine(kMachineVantrix + ("\"LocalDataFolder\"=\"" + data.path() + "\"\n"));
+  registry_.writeLocalMachine(kMachineVantrix +
+                              ("\"LocalDataFolder\"=\"" + data.native() + "\"\n"));
   registry_.writeCurrentUser(kPreferences + std::string("\"SymbolSeries\"=\"Valves,Pumps\"\n"));
   VxKd::initVxKd();
   EXPECT_EQ(VxKd::activeSymbolSeries().join(L",").str(), L"Valves,Pumps");

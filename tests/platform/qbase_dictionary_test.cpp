@@ -8,11 +8,11 @@
 
 #include "platform/paths.h"
 #include "platform/qbase.h"
-#include "support/scratch_dir.h"
+#include "support/temp_folder.h"
 
 namespace {
 
-using vxkd_test::ScratchDir;
+using vxkd_test::TempFolder;
 
 CWsz shippedDictionary() { return cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq"); }
 
@@ -59,17 +59,17 @@ void PrintTo(const BadDictionary& c, std::ostream* os) { *os << c.name; }
 class QbaseBadDictionaryTest : public ::testing::TestWithParam<BadDictionary> {};
 
 TEST_P(QbaseBadDictionaryTest, OpenFailsAndSaysWhy) {
-  ScratchDir dir;
+  TempFolder dir;
   const BadDictionary& c = GetParam();
   if (c.text) {
-    ASSERT_TRUE(vxkd_test::writeFileBytes(dir.file("bad.ddq"), c.text));
+    ASSERT_TRUE(vxkd_test::writeBytes(dir.native("bad.ddq"), c.text));
   }
   for (bool create : {true, false}) {
     CQbase db;
-    EXPECT_FALSE(db.openDatabase(dir.wfile("bad.ddq"), dir.wfile("data.vkd"), create));
+    EXPECT_FALSE(db.openDatabase(dir.path(L"bad.ddq"), dir.path(L"data.vkd"), create));
     EXPECT_NE(std::string(db.lastError()).find(c.error), std::string::npos) << db.lastError();
     EXPECT_FALSE(db.isOpen());
-    EXPECT_NE(access(dir.file("data.vkd").c_str(), F_OK), 0) << "no dataset may be left";
+    EXPECT_NE(access(dir.native("data.vkd").c_str(), F_OK), 0) << "no dataset may be left";
   }
 }
 
@@ -79,14 +79,14 @@ INSTANTIATE_TEST_SUITE_P(Cases, QbaseBadDictionaryTest, ::testing::ValuesIn(kBad
                          });
 
 TEST(QbaseDictionaryTest, LikeCopiesFieldsAndCommentsAreIgnored) {
-  ScratchDir dir;
-  ASSERT_TRUE(vxkd_test::writeFileBytes(dir.file("d.ddq"),
-                                        "# comment\r\n\r\nformat a 1\r\n"
-                                        "record PD 10 products\r\n  field 1502 d wsz # tail\r\n"
-                                        "end\r\nrecord SD 6 ducts like PD\r\n"
-                                        "\tfield 1102 c short\r\nend\r\n"));
+  TempFolder dir;
+  ASSERT_TRUE(vxkd_test::writeBytes(dir.native("d.ddq"),
+                                    "# comment\r\n\r\nformat a 1\r\n"
+                                    "record PD 10 products\r\n  field 1502 d wsz # tail\r\n"
+                                    "end\r\nrecord SD 6 ducts like PD\r\n"
+                                    "\tfield 1102 c short\r\nend\r\n"));
   CQbase db;
-  ASSERT_TRUE(db.openDatabase(dir.wfile("d.ddq"), dir.wfile("d.vkd"), true)) << db.lastError();
+  ASSERT_TRUE(db.openDatabase(dir.path(L"d.ddq"), dir.path(L"d.vkd"), true)) << db.lastError();
   ASSERT_TRUE(db.createRec("SD", "000001"));
   EXPECT_TRUE(db.setWsz(1502, L"copied"));
   EXPECT_TRUE(db.setShort(1102, 1));
@@ -183,7 +183,7 @@ constexpr ShippedRecord kShippedRecords[] = {
 class QbaseShippedDictionaryTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(db_.openDatabase(shippedDictionary(), dir_.wfile("shipped.vkd"), true))
+    ASSERT_TRUE(db_.openDatabase(shippedDictionary(), dir_.path(L"shipped.vkd"), true))
         << db_.lastError();
   }
 
@@ -207,7 +207,7 @@ class QbaseShippedDictionaryTest : public ::testing::Test {
     }
   }
 
-  ScratchDir dir_;
+  TempFolder dir_;
   CQbase db_;
 };
 

@@ -14,15 +14,15 @@
 
 #include "platform/paths.h"
 #include "platform/qbase.h"
-#include "support/db_fault_env.h"
-#include "support/scratch_dir.h"
+#include "support/faulty_env.h"
+#include "support/temp_folder.h"
 
 namespace {
 
-using vxkd_test::DbFaultEnv;
-using vxkd_test::readFileBytes;
-using vxkd_test::ScratchDir;
-using vxkd_test::writeFileBytes;
+using vxkd_test::FaultyEnv;
+using vxkd_test::readBytes;
+using vxkd_test::TempFolder;
+using vxkd_test::writeBytes;
 
 CWsz shippedDictionary() { return cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq"); }
 
@@ -57,9 +57,9 @@ bool writeSymbols(CQbase& db, int count, int round) {
 class QbaseFileTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_FALSE(dir_.path().empty());
-    path_ = dir_.file("data.vkd");
-    file_ = dir_.wfile("data.vkd");
+    ASSERT_FALSE(dir_.native().empty());
+    path_ = dir_.native("data.vkd");
+    file_ = dir_.path(L"data.vkd");
   }
 
   void makeDataset(int definitions, int symbols = 0) {
@@ -102,7 +102,7 @@ class QbaseFileTest : public ::testing::Test {
 
   bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
-  ScratchDir dir_;
+  TempFolder dir_;
   std::string path_;
   CWsz file_;
 };
@@ -113,52 +113,52 @@ class QbaseFileTest : public ::testing::Test {
 struct BadFile {
   const char* name;
   // Makes the file from the bytes of an intact dataset (and may write other files).
-  std::function<std::string(const std::string& intact, const ScratchDir& dir)> make;
+  std::function<std::string(const std::string& intact, const TempFolder& dir)> make;
 };
 
-std::string otherDatabase(const std::string& format, const ScratchDir& dir) {
-  std::string dictionary = readFileBytes(cuFile::nativePath(shippedDictionary()));
+std::string otherDatabase(const std::string& format, const TempFolder& dir) {
+  std::string dictionary = readBytes(cuFile::nativePath(shippedDictionary()));
   size_t at = dictionary.find("\nformat vxkd-dataset 1");
   dictionary.replace(at, 22, "\nformat " + format);
-  writeFileBytes(dir.file("other.ddq"), dictionary);
+  writeBytes(dir.native("other.ddq"), dictionary);
   CQbase db;
-  if (!db.openDatabase(dir.wfile("other.ddq"), dir.wfile("other.vkd"), true) ||
+  if (!db.openDatabase(dir.path(L"other.ddq"), dir.path(L"other.vkd"), true) ||
       !writeDefinitions(db, 5, 0) || !db.closeDatabase()) {
     return "could not make it";
   }
-  return readFileBytes(dir.file("other.vkd"));
+  return readBytes(dir.native("other.vkd"));
 }
 
 const BadFile kBadFiles[] = {
     {"text_file",
-     [](const std::string&, const ScratchDir&) {
+     [](const std::string&, const TempFolder&) {
        std::string text;
        for (int i = 0; i < 300; ++i) text += "This is a plain text file, not a database.\n";
        return text;
      }},
-    {"empty_file", [](const std::string&, const ScratchDir&) { return std::string(); }},
+    {"empty_file", [](const std::string&, const TempFolder&) { return std::string(); }},
     {"sqlite_header_then_garbage",
-     [](const std::string& intact, const ScratchDir&) {
+     [](const std::string& intact, const TempFolder&) {
        return std::string("SQLite format 3", 16) + std::string(intact.size() - 16, '\x5A');
      }},
     {"other_sqlite_database",
-     [](const std::string&, const ScratchDir& dir) {
+     [](const std::string&, const TempFolder& dir) {
        return otherDatabase("some-other-format 1", dir);
      }},
     {"newer_dataset_version",
-     [](const std::string&, const ScratchDir& dir) {
+     [](const std::string&, const TempFolder& dir) {
        return otherDatabase("vxkd-dataset 2", dir);
      }},
     {"truncated_to_50_bytes",
-     [](const std::string& intact, const ScratchDir&) { return intact.substr(0, 50); }},
+     [](const std::string& intact, const TempFolder&) { return intact.substr(0, 50); }},
     {"truncated_to_one_page",
-     [](const std::string& intact, const ScratchDir&) { return intact.substr(0, 4096); }},
+     [](const std::string& intact, const TempFolder&) { return intact.substr(0, 4096); }},
     {"truncated_to_half",
-     [](const std::string& intact, const ScratchDir&) {
+     [](const std::string& intact, const TempFolder&) {
        return intact.substr(0, intact.size() / 2 / 4096 * 4096);
      }},
     {"one_byte_short", [](const std::string& intact,
-                          const ScratchDir&) { return intact.substr(0, intact.size() - 1); }},
+                          const TempFolder&) { return intact.substr(0, intact.size() - 1); }},
 };
 
 void PrintTo(const BadFile& c, std::ostream* os) { *os << c.name; }
@@ -167,14 +167,14 @@ class QbaseBadFileTest : public QbaseFileTest, public ::testing::WithParamInterf
 
 TEST_P(QbaseBadFileTest, FailsToOpenAndStaysUntouched) {
   makeDataset(300);
-  std::string bad = GetParam().make(readFileBytes(path_), dir_);
+  std::string bad = GetParam().make(readBytes(path_), dir_);
   ASSERT_NE(bad, "could not make it");
-  ASSERT_TRUE(writeFileBytes(path_, bad));
+  ASSERT_TRUE(writeBytes(path_, bad));
   CQbase db;
   EXPECT_FALSE(db.openDatabase(shippedDictionary(), file_, false));
   EXPECT_FALSE(db.isOpen());
   EXPECT_NE(std::string(db.lastError()), "");
-  EXPECT_EQ(readFileBytes(path_), bad);
+  EXPECT_EQ(readBytes(path_), bad);
   EXPECT_FALSE(exists(path_ + "-journal"));
 }
 
@@ -201,14 +201,14 @@ TEST_F(QbaseFileTest, MissingFileFailsToOpenAndIsNotCreated) {
 TEST_F(QbaseFileTest, FileWithoutWritePermissionFailsToOpen) {
   makeDataset(10);
   // The child may not be allowed into the build folder: it reads a copy of the dictionary.
-  ASSERT_TRUE(writeFileBytes(dir_.file("copy.ddq"),
-                             readFileBytes(cuFile::nativePath(shippedDictionary()))));
-  ASSERT_EQ(chmod(dir_.path().c_str(), 0755), 0);
+  ASSERT_TRUE(
+      writeBytes(dir_.native("copy.ddq"), readBytes(cuFile::nativePath(shippedDictionary()))));
+  ASSERT_EQ(chmod(dir_.native().c_str(), 0755), 0);
   ASSERT_EQ(chmod(path_.c_str(), 0444), 0);
-  const std::string before = readFileBytes(path_);
+  const std::string before = readBytes(path_);
   auto attempt = [this] {
     CQbase db;
-    return db.openDatabase(dir_.wfile("copy.ddq"), file_, false);
+    return db.openDatabase(dir_.path(L"copy.ddq"), file_, false);
   };
   if (geteuid() != 0) {
     EXPECT_FALSE(attempt());
@@ -224,7 +224,7 @@ TEST_F(QbaseFileTest, FileWithoutWritePermissionFailsToOpen) {
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0) << "1: opened, 2: could not drop privileges";
   }
-  EXPECT_EQ(readFileBytes(path_), before);
+  EXPECT_EQ(readBytes(path_), before);
 }
 
 // ---------------------------------------------------------------------------------------
@@ -246,11 +246,11 @@ TEST_F(QbaseFileTest, FailedWriteAnywhereLeavesFileAsBefore) {
   const std::string before = digest();
   int total = 0;
   {
-    ScratchDir spare;
-    ASSERT_TRUE(writeFileBytes(spare.file("x.vkd"), readFileBytes(path_)));
-    DbFaultEnv counter;
-    ASSERT_TRUE(rewrite(spare.wfile("x.vkd"), kDefinitions, kSymbols));
-    total = counter.writes();
+    TempFolder spare;
+    ASSERT_TRUE(writeBytes(spare.native("x.vkd"), readBytes(path_)));
+    FaultyEnv counter;
+    ASSERT_TRUE(rewrite(spare.path(L"x.vkd"), kDefinitions, kSymbols));
+    total = counter.databaseWrites();
   }
   ASSERT_GT(total, 100);
   for (bool sticky : {true, false}) {
@@ -258,18 +258,18 @@ TEST_F(QbaseFileTest, FailedWriteAnywhereLeavesFileAsBefore) {
       SCOPED_TRACE("write " + std::to_string(at) + " of " + std::to_string(total) +
                    (sticky ? ", disk stays full" : ", one failure"));
       {
-        DbFaultEnv env;
-        env.failWrites(at, ENOSPC, sticky);
+        FaultyEnv env;
+        env.failDatabaseWrites(at, ENOSPC, sticky);
         EXPECT_FALSE(rewrite(file_, kDefinitions, kSymbols));
-        EXPECT_GE(env.failures(), 1);
+        EXPECT_GE(env.databaseWriteFailures(), 1);
       }
       ASSERT_EQ(digest(), before);
     }
   }
   // An I/O error other than a full disk, and then a normal update.
   {
-    DbFaultEnv env;
-    env.failWrites(total / 3, EIO, false);
+    FaultyEnv env;
+    env.failDatabaseWrites(total / 3, EIO, false);
     EXPECT_FALSE(rewrite(file_, kDefinitions, kSymbols));
   }
   ASSERT_EQ(digest(), before);
@@ -279,8 +279,8 @@ TEST_F(QbaseFileTest, FailedWriteAnywhereLeavesFileAsBefore) {
 
 TEST_F(QbaseFileTest, FailedCreationLeavesNoFile) {
   for (int at : {1, 2, 5}) {
-    DbFaultEnv env;
-    env.failWrites(at);
+    FaultyEnv env;
+    env.failDatabaseWrites(at);
     CQbase db;
     bool created = db.openDatabase(shippedDictionary(), file_, true);
     EXPECT_FALSE(created && db.closeDatabase());
@@ -292,10 +292,10 @@ TEST_F(QbaseFileTest, FailedCreationLeavesNoFile) {
 TEST_F(QbaseFileTest, WritesAfterAFailedWriteFail) {
   makeDataset(1);
   const std::string before = digest();
-  DbFaultEnv env;
+  FaultyEnv env;
   CQbase db;
   ASSERT_TRUE(db.openDatabase(shippedDictionary(), file_, false));
-  env.failWrites(1, ENOSPC, false);  // one failure only: the disk recovers at once
+  env.failDatabaseWrites(1, ENOSPC, false);  // one failure only: the disk recovers at once
   bool ok = true;
   int failedAt = 0;
   for (int i = 1; i <= 30 && ok; ++i) {
@@ -316,7 +316,7 @@ TEST_F(QbaseFileTest, WriterKilledInTheMiddleLeavesFileAsBefore) {
   constexpr int kDefinitions = 30000;
   makeDataset(kDefinitions);
   const std::string before = digest();
-  const std::string bytesBefore = readFileBytes(path_);
+  const std::string bytesBefore = readBytes(path_);
   int fds[2];
   ASSERT_EQ(pipe(fds), 0);
   pid_t child = fork();
@@ -347,7 +347,7 @@ TEST_F(QbaseFileTest, WriterKilledInTheMiddleLeavesFileAsBefore) {
   ASSERT_TRUE(WIFSIGNALED(status));
   // The kill did hit a half-written file: only its journal can restore it.
   ASSERT_TRUE(exists(path_ + "-journal"));
-  ASSERT_NE(readFileBytes(path_), bytesBefore);
+  ASSERT_NE(readBytes(path_), bytesBefore);
 
   EXPECT_EQ(digest(), before);
   EXPECT_FALSE(exists(path_ + "-journal"));
@@ -407,15 +407,15 @@ TEST_F(QbaseFileTest, SqliteToolReadsTablesAndColumnsByName) {
 
 TEST_F(QbaseFileTest, OlderFileGainsMissingTablesAndColumns) {
   // The older dictionary lacks record RT and field 1101 of RD.
-  std::string older = readFileBytes(cuFile::nativePath(shippedDictionary()));
+  std::string older = readBytes(cuFile::nativePath(shippedDictionary()));
   size_t rt = older.find("record RT ");
   older.erase(rt, older.find("end\n", rt) + 4 - rt);
   size_t unit = older.find("  field 1101 unit short\n");
   older.erase(unit, 24);
-  ASSERT_TRUE(writeFileBytes(dir_.file("older.ddq"), older));
+  ASSERT_TRUE(writeBytes(dir_.native("older.ddq"), older));
   {
     CQbase db;
-    ASSERT_TRUE(db.openDatabase(dir_.wfile("older.ddq"), file_, true));
+    ASSERT_TRUE(db.openDatabase(dir_.path(L"older.ddq"), file_, true));
     ASSERT_TRUE(db.createRec("RD", "000001"));
     ASSERT_TRUE(db.setWsz(1501, L"old"));
     EXPECT_FALSE(db.setShort(1101, 1));

@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "support/scratch_dir.h"
+#include "support/temp_folder.h"
 
 namespace {
 
-using vxkd_test::ScratchDir;
+using vxkd_test::TempFolder;
 
 // One record of every field type, and a second record that declares 1101 as a long.
 constexpr const char* kDictionary = R"(# test dictionary
@@ -42,10 +42,10 @@ end
 class QbaseTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_FALSE(dir_.path().empty());
-    ASSERT_TRUE(vxkd_test::writeFileBytes(dir_.file("test.ddq"), kDictionary));
-    dict_ = dir_.wfile("test.ddq");
-    file_ = dir_.wfile("test.vkd");
+    ASSERT_FALSE(dir_.native().empty());
+    ASSERT_TRUE(vxkd_test::writeBytes(dir_.native("test.ddq"), kDictionary));
+    dict_ = dir_.path(L"test.ddq");
+    file_ = dir_.path(L"test.vkd");
   }
 
   bool create(CQbase& db) { return db.openDatabase(dict_, file_, true); }
@@ -71,7 +71,7 @@ class QbaseTest : public ::testing::Test {
     return keys;
   }
 
-  ScratchDir dir_;
+  TempFolder dir_;
   CWsz dict_;
   CWsz file_;
 };
@@ -433,14 +433,14 @@ TEST_F(QbaseTest, BinaryArrayCountsItemsBegun) {
   const std::string raw = kDictionary;
   std::string oneByte = raw;
   oneByte.replace(oneByte.find("binary_array 36"), 15, "binary_array 1");
-  ASSERT_TRUE(vxkd_test::writeFileBytes(dir_.file("one.ddq"), oneByte));
+  ASSERT_TRUE(vxkd_test::writeBytes(dir_.native("one.ddq"), oneByte));
   const struct {
     int bytes;
     int count;
   } cases[] = {{0, 0}, {1, 1}, {35, 1}, {36, 1}, {37, 2}, {71, 2}, {72, 2}};
   {
     CQbase db;
-    ASSERT_TRUE(db.openDatabase(dir_.wfile("one.ddq"), file_, true));
+    ASSERT_TRUE(db.openDatabase(dir_.path(L"one.ddq"), file_, true));
     std::string data(72, 'g');
     for (const auto& c : cases) {
       ASSERT_TRUE(db.createRec("TT", std::to_string(c.bytes).c_str()));
@@ -502,9 +502,9 @@ TEST_F(QbaseTest, OperationsNeedAnOpenDatabaseAndCreateANewFile) {
   EXPECT_FALSE(create(db));  // already open
   EXPECT_TRUE(db.isOpen());
   db.abandon();  // the new file goes again
-  ASSERT_TRUE(vxkd_test::writeFileBytes(dir_.file("test.vkd"), "keep me"));
+  ASSERT_TRUE(vxkd_test::writeBytes(dir_.native("test.vkd"), "keep me"));
   EXPECT_FALSE(create(db));
-  EXPECT_EQ(vxkd_test::readFileBytes(dir_.file("test.vkd")), "keep me");
+  EXPECT_EQ(vxkd_test::readBytes(dir_.native("test.vkd")), "keep me");
 }
 
 struct timespec modificationTime(const std::string& path) {
@@ -521,7 +521,7 @@ TEST_F(QbaseTest, CommitMovesLastWriteTimeStrictlyForward) {
   }
   // A time ahead of the clock stands for a save within the same tick of a coarse clock:
   // the commit's own stamp is then not later than the time before it.
-  const std::string path = dir_.file("test.vkd");
+  const std::string path = dir_.native("test.vkd");
   struct timespec ahead[2] = {{0, UTIME_OMIT}, {time(nullptr) + 3600, 123456700}};
   ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), ahead, 0), 0);
   {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/paths.h"
-#include "support/scratch_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -79,13 +79,13 @@ void PrintTo(const OpenCase& c, std::ostream* os) { *os << c.name; }
 class SymbolDbOpen : public ::testing::TestWithParam<OpenCase> {};
 
 TEST_P(SymbolDbOpen, NeedsTheSeriesFormatAndTheApplication) {
-  CScratchFolder folder;
+  vxkd_test::TempFolder folder;
   const OpenCase& c = GetParam();
   if (!c.dictionary.empty()) folder.write("dict.ddq", c.dictionary);
   folder.write("common/A.vxs", "vxkd-symbol-series 1\n");
   CVxSymbolDb db;
   EXPECT_EQ(
-      db.open(wide(folder.file("dict.ddq")), c.appCode, 1500, wide(folder.file("common")), L""),
+      db.open(wide(folder.native("dict.ddq")), c.appCode, 1500, wide(folder.native("common")), L""),
       c.opens);
   EXPECT_EQ(db.isOpen(), c.opens);
   EXPECT_EQ(db.refreshSeries(), c.opens ? 1 : 0);
@@ -106,8 +106,8 @@ INSTANTIATE_TEST_SUITE_P(
 class SymbolLibrary : public ::testing::Test {
  protected:
   bool openLibrary(long language = 1500) {
-    return db_.open(installedDictionary(), "S", language, wide(folder_.file("common")),
-                    wide(folder_.file("user")));
+    return db_.open(installedDictionary(), "S", language, wide(folder_.native("common")),
+                    wide(folder_.native("user")));
   }
   std::wstring seriesList() const {
     CWszArray ids;
@@ -116,7 +116,7 @@ class SymbolLibrary : public ::testing::Test {
     return ids.join(L",").str();
   }
 
-  CScratchFolder folder_;
+  vxkd_test::TempFolder folder_;
   CVxSymbolDb db_;
 };
 

@@ -6,10 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "language_texts.h"
 #include "foundation/common_list_item.h"
+#include "support/temp_dataset.h"
 #include "support/ui_fixture.h"
-#include "temp_dataset.h"
 
 namespace {
 
@@ -76,7 +75,7 @@ TEST(PropertyDefArray, AddTakesSpecialIdOrNextFreeUserId) {
 }
 
 TEST(PropertyDefArray, AddStdPropertyTakesTheSpecialRowOrRefuses) {
-  vxkd_test::openLanguageTexts();
+  vxkd_test::openLanguageDb();
   CKdPropertyDefArray defs;
   ASSERT_TRUE(defs.addStdProperty(L"*SysTempSup*"));
   const CKdPropertyDef* def = defs.objAt(0);
@@ -128,7 +127,7 @@ struct FormatCase {
 class PropertyDefFormat : public testing::TestWithParam<FormatCase> {};
 
 TEST_P(PropertyDefFormat, ReadsLiteralsAndDefinitionsAndWritesThemBack) {
-  vxkd_test::openLanguageTexts();
+  vxkd_test::openLanguageDb();
   CKdPropertyDefArray entries;
   entries.readFormat(L"{Width}", sampleDefs());  // replaced by the next read
   entries.readFormat(GetParam().format, sampleDefs());

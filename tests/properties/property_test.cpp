@@ -5,7 +5,7 @@
 #include <clocale>
 #include <string>
 
-#include "temp_dataset.h"
+#include "support/temp_dataset.h"
 
 namespace {
 

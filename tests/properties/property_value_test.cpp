@@ -10,7 +10,8 @@
 #include <random>
 #include <string>
 
-#include "language_texts.h"
+#include "support/ui_fixture.h"
+#include "ui/language.h"
 
 namespace {
 
@@ -473,7 +474,7 @@ INSTANTIATE_TEST_SUITE_P(Table, PropertyValueSampleText,
 // ---- Type names ----
 
 TEST(PropertyValue, TypeNamesInTheDefaultLanguage) {
-  vxkd_test::openLanguageTexts();
+  vxkd_test::openLanguageDb();
   CWsz name(L"old");
   V::getTypeNameOf(V::typeNone, name);
   EXPECT_EQ(name, L"-");

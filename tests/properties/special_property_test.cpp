@@ -5,7 +5,8 @@
 #include <cwctype>
 #include <string>
 
-#include "language_texts.h"
+#include "support/ui_fixture.h"
+#include "ui/language.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ struct LookupCase {
 class SpecialPropertyLookup : public testing::TestWithParam<LookupCase> {};
 
 TEST_P(SpecialPropertyLookup, GivesTheRowOrTheNeutralResult) {
-  vxkd_test::openLanguageTexts();
+  vxkd_test::openLanguageDb();
   const LookupCase& c = GetParam();
   EXPECT_EQ(VxKd::getSpecialPropertyDbId(c.name), c.id);
   EXPECT_EQ(VxKd::getSpecialPropertyValueType(c.name), c.type);
@@ -62,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Each row looks up its own text: in German every description is that row's text.
 TEST(SpecialProperty, DescriptionsAreTheRowsTextsInTheActiveLanguage) {
-  vxkd_test::openLanguageTexts();
+  vxkd_test::openLanguageDb();
   // The unit table translates once, at its first use: let that be in English.
   (void)VxKd::getSpecialPropertyDescription(L"*SYSTEMPSUP*");
   vxkd_test::ScopedLanguage german(vxkd_test::kGerman);

@@ -8,8 +8,8 @@
 #include <set>
 #include <vector>
 
-#include "language_texts.h"
 #include "platform/dialog.h"
+#include "support/ui_fixture.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ using U = CKdUnit;
 // translates its descriptions once, at its first use in the process.
 class Unit : public testing::Test {
  protected:
-  void SetUp() override { vxkd_test::openLanguageTexts(); }
+  void SetUp() override { vxkd_test::openLanguageDb(); }
 };
 
 // The units of each quantity, in table order, keyed by description.

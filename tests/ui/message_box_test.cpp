@@ -3,11 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "foundation/preferences.h"
-#include "support/scoped_recording_ui.h"
 #include "support/temp_registry.h"
 #include "support/ui_fixture.h"
 
 namespace {
+
+using vxkd_test::RegistryTest;
 
 using Kind = CRecordingUiBackend::Kind;
 
@@ -52,8 +53,7 @@ INSTANTIATE_TEST_SUITE_P(
         StyleCase{"yesNoMsgBox",
                   [](HWND h, long i, const wchar_t* t) { return VxKd::yesNoMsgBox(h, i, t); },
                   MB_YESNO | MB_ICONQUESTION},
-        StyleCase{"yesNoWarningMsgBox", &VxKd::yesNoWarningMsgBox,
-                  MB_YESNO | MB_ICONEXCLAMATION}),
+        StyleCase{"yesNoWarningMsgBox", &VxKd::yesNoWarningMsgBox, MB_YESNO | MB_ICONEXCLAMATION}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(MessageBoxTest, TextIdBelowOneShowsTheTextAsItStandsHashIncluded) {
@@ -122,7 +122,7 @@ class WarnIfWanted : public RegistryTest {
     for (const auto& i : ui_.interactions()) n += i.kind == CRecordingUiBackend::Kind::showAgain;
     return n;
   }
-  CScopedRecordingUi ui_;
+  vxkd_test::ScopedRecordingUi ui_;
 };
 
 TEST_F(WarnIfWanted, ShowsTheLookedUpTextWithTheApplicationTitle) {
