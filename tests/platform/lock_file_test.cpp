@@ -127,23 +127,6 @@ INSTANTIATE_TEST_SUITE_P(
                                   std::u16string(99, u'x')},
                       ContentCase{"tooLong", std::wstring(150, L'a'), std::u16string(100, u'a')}));
 
-TEST_F(LockFileTest, DestructorReleases) {
-  {
-    CLockFile lock;
-    ASSERT_EQ(lock.set(path_, L"", nullptr), CLockFile::lockHeld);
-    ASSERT_TRUE(lockFileExists());
-  }
-  EXPECT_FALSE(lockFileExists());
-}
-
-TEST_F(LockFileTest, StaleLockFileIsTakenOverAndRewritten) {
-  ASSERT_TRUE(vxkd_test::writeBytes(file_, contentOf(u"Old owner") + "trailing bytes"));
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
-  EXPECT_STREQ(other_, L"");
-  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Me"));
-}
-
 struct OwnerCase {
   const char* label;
   std::wstring owner;
@@ -186,14 +169,16 @@ TEST_F(LockFileTest, SecondObjectInSameProcessSeesLockHeld) {
   EXPECT_STREQ(other_, L"Anna");
 }
 
-TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOver) {
+TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOverAndRewrites) {
   OtherProcess holder(path_, L"Crashed");
   ASSERT_EQ(holder.result(), CLockFile::lockHeld);
   holder.kill();
   ASSERT_TRUE(lockFileExists());
+  ASSERT_TRUE(vxkd_test::writeBytes(file_, vxkd_test::readBytes(file_) + "trailing bytes"));
 
   CLockFile lock;
   EXPECT_EQ(lock.set(path_, L"Next", other_), CLockFile::lockHeld);
+  EXPECT_STREQ(other_, L"");
   EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Next"));
 }
 
@@ -210,56 +195,37 @@ TEST_F(LockFileTest, HeldFileThatCannotBeReadGivesMinusThree) {
   EXPECT_EQ(env.opened(), env.closed());
 }
 
-// Ways creating the lock file can fail; none leaves a lock file or a held lock behind.
-enum class CreateFailure { missingFolder, emptyPath, pathThroughFile, diskFull };
-void PrintTo(CreateFailure f, std::ostream* out) {
-  constexpr const char* kNames[] = {"missingFolder", "emptyPath", "pathThroughFile", "diskFull"};
-  *out << kNames[static_cast<int>(f)];
-}
-
-class CreateFailureTest : public LockFileTest,
-                          public ::testing::WithParamInterface<CreateFailure> {};
-
-TEST_P(CreateFailureTest, GivesMinusOneAndLeavesNothing) {
-  FaultyEnv env;
-  CWsz path = path_;
-  switch (GetParam()) {
-    case CreateFailure::missingFolder:
-      path = folder_.path(L"gone/data.lck");
-      break;
-    case CreateFailure::emptyPath:
-      path = CWsz();
-      break;
-    case CreateFailure::pathThroughFile:
-      ASSERT_TRUE(vxkd_test::writeBytes(folder_.native("file"), "x"));
-      path = folder_.path(L"file/data.lck");
-      break;
-    case CreateFailure::diskFull:
-      env.failWrites(ENOSPC);
-      break;
+// A missing folder, an empty path, a path through a file, a full disk: no lock file or held
+// lock is left behind.
+TEST_F(LockFileTest, CreationFailureGivesMinusOneAndLeavesNothing) {
+  ASSERT_TRUE(folder_.write("file", "x"));
+  const CWsz paths[] = {folder_.path(L"gone/data.lck"), CWsz(), folder_.path(L"file/data.lck"),
+                        path_};
+  for (const CWsz& path : paths) {
+    SCOPED_TRACE(path.toUtf8());
+    FaultyEnv env;
+    if (path == path_) env.failWrites(ENOSPC);
+    CLockFile lock;
+    EXPECT_EQ(lock.set(path, L"Me", other_), CLockFile::lockCreateFailed);
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_TRUE(lock.path().isEmpty());
+    EXPECT_FALSE(lockFileExists());
+    EXPECT_EQ(env.opened(), env.closed());
   }
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path, L"Me", other_), CLockFile::lockCreateFailed);
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_TRUE(lock.path().isEmpty());
-  EXPECT_FALSE(lockFileExists());
-  EXPECT_EQ(env.opened(), env.closed());
 }
 
-INSTANTIATE_TEST_SUITE_P(Causes, CreateFailureTest,
-                         ::testing::Values(CreateFailure::missingFolder, CreateFailure::emptyPath,
-                                           CreateFailure::pathThroughFile,
-                                           CreateFailure::diskFull));
-
-TEST_F(LockFileTest, SetAgainReleasesFirstLock) {
+TEST_F(LockFileTest, SetAgainOrDestructorReleasesTheFirstLock) {
   const CWsz otherPath = folder_.path(L"other.lck");
-  CLockFile lock;
-  ASSERT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockHeld);
-  EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
-  EXPECT_FALSE(lockFileExists());
-  EXPECT_EQ(lock.path(), otherPath);
-  EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
-  EXPECT_TRUE(vxkd_test::readBytes(folder_.native("other.lck")) == contentOf(u"Me"));
+  {
+    CLockFile lock;
+    ASSERT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockHeld);
+    EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
+    EXPECT_FALSE(lockFileExists());
+    EXPECT_EQ(lock.path(), otherPath);
+    EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
+    EXPECT_EQ(folder_.read("other.lck"), contentOf(u"Me"));
+  }
+  EXPECT_NE(::access(folder_.native("other.lck").c_str(), F_OK), 0);
 }
 
 // inode of the open descriptor and of the path.
