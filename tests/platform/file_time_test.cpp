@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <ostream>
 #include <string>
 
 #include "support/faulty_env.h"
@@ -52,37 +51,21 @@ TEST_F(FileTimeTest, InitForReadsModificationTimeInHundredNanoseconds) {
   EXPECT_EQ(copy.path(), path_);
 }
 
-// The file's new time relative to the stored one, and what isModified reports.
-struct TimeCase {
-  int64_t delta;
-  int modified;
-};
-void PrintTo(const TimeCase& c, std::ostream* out) { *out << "delta " << c.delta; }
-
-class IsModifiedTest : public FileTimeTest, public ::testing::WithParamInterface<TimeCase> {};
-
-TEST_P(IsModifiedTest, OnlyStrictlyLaterTimeIsModification) {
-  const TimeCase c = GetParam();
-  CFileTime stamp;
-  ASSERT_EQ(stamp.initFor(path_), 0);
-  ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + c.delta));
-
-  EXPECT_EQ(stamp.isModified(false), c.modified);
-  EXPECT_EQ(stamp.time(), kT0);
-  EXPECT_EQ(stamp.isModified(true), c.modified);
-  EXPECT_EQ(stamp.time(), c.modified ? kT0 + c.delta : kT0);
-  EXPECT_EQ(stamp.isModified(true), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Deltas, IsModifiedTest,
-                         ::testing::Values(TimeCase{-kSecond, 0}, TimeCase{-1, 0}, TimeCase{0, 0},
-                                           TimeCase{1, 1}, TimeCase{kSecond, 1}));
-
-TEST_F(FileTimeTest, UnboundStampGivesMinusThree) {
-  CFileTime stamp;
-  EXPECT_EQ(stamp.isModified(true), -3);
-  EXPECT_EQ(stamp.update(), -3);
-  EXPECT_FALSE(stamp.isBound());
+TEST_F(FileTimeTest, OnlyAStrictlyLaterTimeIsAModification) {
+  // The file's new time relative to the stored one, and what isModified reports.
+  const std::pair<int64_t, int> cases[] = {{-kSecond, 0}, {-1, 0}, {0, 0}, {1, 1}, {kSecond, 1}};
+  for (auto [delta, modified] : cases) {
+    SCOPED_TRACE(delta);
+    CFileTime stamp;
+    ASSERT_EQ(stamp.initFor(path_), 0);
+    ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + delta));
+    EXPECT_EQ(stamp.isModified(false), modified);
+    EXPECT_EQ(stamp.time(), kT0);
+    EXPECT_EQ(stamp.isModified(true), modified);
+    EXPECT_EQ(stamp.time(), modified ? kT0 + delta : kT0);
+    EXPECT_EQ(stamp.isModified(true), 0);
+    ASSERT_TRUE(vxkd_test::setModTime(file_, kT0));
+  }
 }
 
 // A missing file, a folder, an empty or too long path, a refused open or fstat: each leaves
@@ -108,8 +91,10 @@ TEST_F(FileTimeTest, InitForFailureGivesMinusOneAndLeavesStampUnbound) {
   }
 }
 
-TEST_F(FileTimeTest, VanishedFileGivesMinusOneAndUpdateClearsTime) {
+TEST_F(FileTimeTest, UnboundStampGivesMinusThreeAndVanishedFileMinusOne) {
   CFileTime stamp;
+  EXPECT_EQ(stamp.isModified(true), -3);
+  EXPECT_EQ(stamp.update(), -3);
   ASSERT_EQ(stamp.initFor(path_), 0);
   ASSERT_EQ(::unlink(file_.c_str()), 0);
   EXPECT_EQ(stamp.isModified(true), -1);

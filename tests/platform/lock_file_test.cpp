@@ -93,80 +93,55 @@ class LockFileTest : public ::testing::Test {
   wchar_t other_[CLockFile::kOwnerBufferChars] = L"left over";
 };
 
-struct ContentCase {
-  const char* label;
-  std::wstring owner;
-  std::u16string written;
-};
-void PrintTo(const ContentCase& c, std::ostream* out) { *out << c.label; }
-
-class LockContentTest : public LockFileTest, public ::testing::WithParamInterface<ContentCase> {};
-
-TEST_P(LockContentTest, HoldsOwnerThenStarsAndReleaseRemovesFile) {
-  CLockFile lock;
-  ASSERT_EQ(lock.set(path_, GetParam().owner.c_str(), other_), CLockFile::lockHeld);
-  EXPECT_STREQ(other_, L"");
-  EXPECT_TRUE(lock.isHeld());
-  EXPECT_EQ(lock.path(), path_);
-  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(GetParam().written));
-
-  lock.release();
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_TRUE(lock.path().isEmpty());
-  EXPECT_FALSE(lockFileExists());
-  lock.release();  // idle: nothing happens
+TEST_F(LockFileTest, HoldsOwnerThenStarsAndReleaseRemovesFile) {
+  const std::pair<std::wstring, std::u16string> owners[] = {
+      {L"", u""},
+      {L"Jürgen Größ", u"Jürgen Größ"},
+      {L"\U0001D11E clef", u"\U0001D11E clef"},
+      // A pair that does not fit into the 100 units is left out whole.
+      {std::wstring(99, L'x') + L"\U0001D11E", std::u16string(99, u'x')},
+      {std::wstring(150, L'a'), std::u16string(100, u'a')}};
+  for (const auto& [owner, written] : owners) {
+    SCOPED_TRACE(cuSz::toUtf8(owner));
+    CLockFile lock;
+    ASSERT_EQ(lock.set(path_, owner.c_str(), other_), CLockFile::lockHeld);
+    EXPECT_STREQ(other_, L"");
+    EXPECT_TRUE(lock.isHeld());
+    EXPECT_EQ(lock.path(), path_);
+    EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(written));
+    lock.release();
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_TRUE(lock.path().isEmpty());
+    EXPECT_FALSE(lockFileExists());
+    lock.release();  // idle: nothing happens
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Owners, LockContentTest,
-    ::testing::Values(ContentCase{"empty", L"", u""}, ContentCase{"ascii", L"Anna", u"Anna"},
-                      ContentCase{"accents", L"Jürgen Größ", u"Jürgen Größ"},
-                      ContentCase{"surrogates", L"\U0001D11E clef", u"\U0001D11E clef"},
-                      // A pair that does not fit into the 100 units is left out whole.
-                      ContentCase{"pairAtEnd", std::wstring(99, L'x') + L"\U0001D11E",
-                                  std::u16string(99, u'x')},
-                      ContentCase{"tooLong", std::wstring(150, L'a'), std::u16string(100, u'a')}));
-
-struct OwnerCase {
-  const char* label;
-  std::wstring owner;
-  std::wstring seen;
-};
-void PrintTo(const OwnerCase& c, std::ostream* out) { *out << c.label; }
-
-class HeldElsewhereTest : public LockFileTest, public ::testing::WithParamInterface<OwnerCase> {};
-
-TEST_P(HeldElsewhereTest, GivesMinusTwoWithOwnerTextUntilReleased) {
-  OtherProcess holder(path_, GetParam().owner.c_str());
-  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
-  const std::string held = vxkd_test::readBytes(file_);
-
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockedByOther);
-  EXPECT_EQ(std::wstring(other_), GetParam().seen);
-  EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_EQ(vxkd_test::readBytes(file_), held);
-
-  holder.stop();
-  EXPECT_FALSE(lockFileExists());
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Owners, HeldElsewhereTest,
-    ::testing::Values(OwnerCase{"ascii", L"Anna", L"Anna"}, OwnerCase{"empty", L"", L""},
-                      OwnerCase{"star", L"ab*cd", L"ab"},
-                      OwnerCase{"accents", L"Jürgen Größ-Ødegård", L"Jürgen Größ-Ødegård"},
-                      OwnerCase{"cutTo39", L"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ",
-                                L"0123456789abcdefghijklmnopqrstuvwxyzABC"}));
-
-TEST_F(LockFileTest, SecondObjectInSameProcessSeesLockHeld) {
-  CLockFile first;
-  CLockFile second;
-  ASSERT_EQ(first.set(path_, L"Anna", nullptr), CLockFile::lockHeld);
-  EXPECT_EQ(second.set(path_, L"Bert", other_), CLockFile::lockedByOther);
-  EXPECT_STREQ(other_, L"Anna");
+TEST_F(LockFileTest, HeldElsewhereGivesMinusTwoWithOwnerTextUpTo39CharactersUntilReleased) {
+  const std::pair<std::wstring, std::wstring> owners[] = {
+      {L"", L""},
+      {L"ab*cd", L"ab"},
+      {L"Jürgen Größ-Ødegård", L"Jürgen Größ-Ødegård"},
+      {L"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ",
+       L"0123456789abcdefghijklmnopqrstuvwxyzABC"}};
+  for (const auto& [owner, seen] : owners) {
+    SCOPED_TRACE(cuSz::toUtf8(owner));
+    OtherProcess holder(path_, owner.c_str());
+    ASSERT_EQ(holder.result(), CLockFile::lockHeld);
+    const std::string held = vxkd_test::readBytes(file_);
+    CLockFile lock;
+    EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockedByOther);
+    EXPECT_EQ(std::wstring(other_), seen);
+    EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
+    wcscpy(other_, L"left over");
+    EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryLockedByOther);
+    EXPECT_EQ(std::wstring(other_), seen);
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_EQ(vxkd_test::readBytes(file_), held);
+    holder.stop();
+    EXPECT_FALSE(lockFileExists());
+    EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
+  }
 }
 
 TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOverAndRewrites) {
@@ -175,6 +150,10 @@ TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOverAndRewrites)
   holder.kill();
   ASSERT_TRUE(lockFileExists());
   ASSERT_TRUE(vxkd_test::writeBytes(file_, vxkd_test::readBytes(file_) + "trailing bytes"));
+  const std::string stale = vxkd_test::readBytes(file_);
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryStale);
+  EXPECT_STREQ(other_, L"Crashed");
+  EXPECT_EQ(vxkd_test::readBytes(file_), stale) << "a query changes nothing";
 
   CLockFile lock;
   EXPECT_EQ(lock.set(path_, L"Next", other_), CLockFile::lockHeld);
@@ -216,9 +195,12 @@ TEST_F(LockFileTest, CreationFailureGivesMinusOneAndLeavesNothing) {
 
 TEST_F(LockFileTest, SetAgainOrDestructorReleasesTheFirstLock) {
   const CWsz otherPath = folder_.path(L"other.lck");
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryNoLockFile);
   {
-    CLockFile lock;
+    CLockFile lock, second;
     ASSERT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockHeld);
+    EXPECT_EQ(second.set(path_, L"Bert", other_), CLockFile::lockedByOther) << "same process";
+    EXPECT_STREQ(other_, L"Me");
     EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
     EXPECT_FALSE(lockFileExists());
     EXPECT_EQ(lock.path(), otherPath);
@@ -257,29 +239,10 @@ TEST_F(LockFileTest, FileReplacedWhileLockingIsNotKept) {
   EXPECT_EQ(env.opened(), env.closed());
 }
 
-TEST_F(LockFileTest, QueryOwnerReportsWithoutTakingOrChanging) {
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryNoLockFile);
-  OtherProcess holder(path_, L"Anna");
-  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
-  const std::string held = vxkd_test::readBytes(file_);
-
-  wcscpy(other_, L"left over");
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryLockedByOther);
-  EXPECT_STREQ(other_, L"Anna");
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
-
-  holder.kill();
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryStale);
-  EXPECT_STREQ(other_, L"Anna");
-  EXPECT_EQ(vxkd_test::readBytes(file_), held);
-}
-
 TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
   constexpr int kWorkers = 3;
   constexpr int kRounds = 200;
   const std::string counter = folder_.native("counter");
-  const std::string marker = folder_.native("marker");
   ASSERT_TRUE(vxkd_test::writeBytes(counter, "0"));
 
   std::vector<pid_t> workers;
@@ -293,14 +256,9 @@ TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
           ::sched_yield();
         }
         if (r != CLockFile::lockHeld) ::_exit(2);
-        // A marker that only one holder at a time can create.
-        int m = ::open(marker.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0644);
-        if (m < 0) ::_exit(3);
-        ::close(m);
         // A read-modify-write that loses counts unless it is alone.
         int value = std::stoi(vxkd_test::readBytes(counter));
         if (!vxkd_test::writeBytes(counter, std::to_string(value + 1))) ::_exit(4);
-        ::unlink(marker.c_str());
         lock.release();
       }
       ::_exit(0);
@@ -317,25 +275,15 @@ TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
   EXPECT_FALSE(lockFileExists());
 }
 
-struct NameCase {
-  const wchar_t* dataset;
-  const wchar_t* lock;
-};
-void PrintTo(const NameCase& c, std::ostream* out) {
-  *out << (!c.dataset ? "null" : *c.dataset ? cuSz::toUtf8(c.dataset) : "empty");
+TEST(LockFileName, ReplacesLastThreeCharactersBlindly) {
+  const std::pair<const wchar_t*, const wchar_t*> names[] = {
+      {L"/srv/proj/main.vkd", L"/srv/proj/main.lck"},
+      {L"x.vkdx", L"x.vlck"},
+      {L"abc", L"lck"},
+      {L"ab", L""},
+      {L"", L""},
+      {nullptr, L""}};
+  for (auto [dataset, lock] : names) EXPECT_EQ(CLockFile::lockFileNameFor(dataset), CWsz(lock));
 }
-
-class LockFileNameTest : public ::testing::TestWithParam<NameCase> {};
-
-TEST_P(LockFileNameTest, ReplacesLastThreeCharactersBlindly) {
-  EXPECT_EQ(CLockFile::lockFileNameFor(GetParam().dataset), CWsz(GetParam().lock));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, LockFileNameTest,
-                         ::testing::Values(NameCase{L"data.vkd", L"data.lck"},
-                                           NameCase{L"/srv/proj/main.vkd", L"/srv/proj/main.lck"},
-                                           NameCase{L"x.vkdx", L"x.vlck"}, NameCase{L"abc", L"lck"},
-                                           NameCase{L"ab", L""}, NameCase{L"", L""},
-                                           NameCase{nullptr, L""}));
 
 }  // namespace

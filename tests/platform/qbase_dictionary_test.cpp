@@ -70,9 +70,7 @@ TEST_P(QbaseBadDictionaryTest, OpenFailsAndSaysWhy) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, QbaseBadDictionaryTest, ::testing::ValuesIn(kBadDictionaries),
-                         [](const ::testing::TestParamInfo<BadDictionary>& info) {
-                           return std::string(info.param.name);
-                         });
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(QbaseDictionaryTest, LikeCopiesFieldsAndCommentsAreIgnored) {
   TempFolder dir;
@@ -90,37 +88,21 @@ TEST(QbaseDictionaryTest, LikeCopiesFieldsAndCommentsAreIgnored) {
   EXPECT_FALSE(db.setShort(1102, 1));  // added to SD only
 }
 
-// The field types, each with a setter that stores a sample value.
+// The field types, and a setter of each that stores a sample value.
 enum Type { kByte, kShort, kLong, kFloat, kSz, kWsz, kPoint, kShorts, kFloats, kBinary };
-constexpr Type kAllTypes[] = {kByte, kShort, kLong,   kFloat,  kSz,
-                              kWsz,  kPoint, kShorts, kFloats, kBinary};
-
-bool setSample(CQbase& db, Type type, short field) {
-  static const char kBytes[256] = {};
-  switch (type) {
-    case kByte:
-      return db.setByte(field, 1);
-    case kShort:
-      return db.setShort(field, 1);
-    case kLong:
-      return db.setLong(field, 1);
-    case kFloat:
-      return db.setFloat(field, 1);
-    case kSz:
-      return db.setSz(field, std::string(150, 'n').c_str());
-    case kWsz:
-      return db.setWsz(field, L"w");
-    case kPoint:
-      return db.setPoint(field, 1, 2, 3);
-    case kShorts:
-      return db.setShortArray(field, {1});
-    case kFloats:
-      return db.setFloatArray(field, {1});
-    case kBinary:
-      return db.setBinaryArray(field, kBytes, 1);
-  }
-  return false;
-}
+const char kBytes[256] = {};
+bool (*const kSetters[])(CQbase&, short) = {
+    [](CQbase& db, short f) { return db.setByte(f, 1); },
+    [](CQbase& db, short f) { return db.setShort(f, 1); },
+    [](CQbase& db, short f) { return db.setLong(f, 1); },
+    [](CQbase& db, short f) { return db.setFloat(f, 1); },
+    [](CQbase& db, short f) { return db.setSz(f, std::string(150, 'n').c_str()); },
+    [](CQbase& db, short f) { return db.setWsz(f, L"w"); },
+    [](CQbase& db, short f) { return db.setPoint(f, 1, 2, 3); },
+    [](CQbase& db, short f) { return db.setShortArray(f, {1}); },
+    [](CQbase& db, short f) { return db.setFloatArray(f, {1}); },
+    [](CQbase& db, short f) { return db.setBinaryArray(f, kBytes, 1); },
+};
 
 struct ShippedField {
   const char* code;
@@ -157,19 +139,14 @@ constexpr ShippedRecord kShippedRecords[] = {
     {"LX", 6, false},  {"RT", 6, false},  {"RE", 6, false},  {"S2", 8, true},
 };
 
-class QbaseShippedDictionaryTest : public ::testing::Test {
+class QbaseShippedDictionaryTest : public vxkd_test::TempDatasetTest {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(db_.openDatabase(vxkd_test::datasetDictionary(), dir_.path(L"shipped.vkd"), true))
-        << db_.lastError();
-  }
-
   // The field takes exactly its declared type, keeps what it was given, and cuts a narrow
   // text at its maximum.
   void checkField(const char* code, const ShippedField& f) {
     SCOPED_TRACE(std::string(code) + " " + std::to_string(f.field));
     ASSERT_TRUE(db_.createRec(code, "1"));
-    for (Type t : kAllTypes) EXPECT_EQ(setSample(db_, t, f.field), t == f.type) << "type " << t;
+    for (int t = kByte; t <= kBinary; ++t) EXPECT_EQ(kSetters[t](db_, f.field), t == f.type) << t;
     if (f.type == kSz) {
       CChBuffer text;
       ASSERT_TRUE(db_.getSz(f.field, text));
@@ -183,9 +160,6 @@ class QbaseShippedDictionaryTest : public ::testing::Test {
       EXPECT_EQ(count, 1);
     }
   }
-
-  TempFolder dir_;
-  CQbase db_;
 };
 
 TEST_F(QbaseShippedDictionaryTest, EveryFieldHasItsType) {

@@ -76,28 +76,18 @@ TEST_F(QlgTest, EscapesCommentsAndBadLines) {
   EXPECT_EQ(db_.find(0), nullptr);
 }
 
-struct BadFiles {
-  const char* dictionary;
-  const char* texts;
-};
-
-class QlgRefusesTest : public QlgTest, public ::testing::WithParamInterface<BadFiles> {};
-
-TEST_P(QlgRefusesTest, OpenFailsAndLeavesTheDatabaseClosed) {
-  CWsz dict = write("d.ddq", GetParam().dictionary);
-  CWsz texts = write("t.qlg", GetParam().texts);
-  EXPECT_FALSE(db_.open(dict, texts));
-  EXPECT_FALSE(db_.isOpen());
-  EXPECT_EQ(db_.text(1, L"#One").str(), L"One");
+TEST_F(QlgTest, BadFilesFailToOpenAndLeaveTheDatabaseClosed) {
+  const std::pair<const char*, const char*> files[] = {
+      {"language 1500 default English\n", "[1500]\n1=x\n"},                     // no format line
+      {"format vxkd-language-texts 1\nlanguage 1500 - English\n", "[1500]\n"},  // no default
+      {"format vxkd-language-texts 1\nlanguage 1033 default English\n", "[1033]\n"},
+      {"format vxkd-language-texts 1\nlanguage 1500 default English\n", "[1600]\n1=x\n"},
+      {"\x01\x02\xFF garbage", "[1500]\n"}};
+  for (const auto& [dictionary, texts] : files) {
+    EXPECT_FALSE(db_.open(write("d.ddq", dictionary), write("t.qlg", texts))) << dictionary;
+    EXPECT_FALSE(db_.isOpen());
+    EXPECT_EQ(db_.text(1, L"#One").str(), L"One");
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, QlgRefusesTest,
-    ::testing::Values(
-        BadFiles{"language 1500 default English\n", "[1500]\n1=x\n"},  // no format line
-        BadFiles{"format vxkd-language-texts 1\nlanguage 1500 - English\n", "[1500]\n"},
-        BadFiles{"format vxkd-language-texts 1\nlanguage 1033 default English\n", "[1033]\n"},
-        BadFiles{"format vxkd-language-texts 1\nlanguage 1500 default English\n", "[1600]\n1=x\n"},
-        BadFiles{"\x01\x02\xFF garbage", "[1500]\n"}));
 
 }  // namespace

@@ -18,8 +18,6 @@ CGmNode node(int16_t type, uint16_t flags, float first) {
   return n;
 }
 
-CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
-
 CWsz installedDictionary() { return cuFile::joinPath(cuFile::libraryFolder(), L"VantVxs.ddq"); }
 
 TEST(SymbolModel, NodesAreStoredAs28LittleEndianBytes) {
@@ -55,59 +53,36 @@ TEST(SymbolModel, SymbolIdKeepsAtMost99BytesOfWholeCharacters) {
   EXPECT_STREQ(model.symbolId(), "");
 }
 
-TEST(SymbolModel, CopiesCompareEqualUntilAnyPartDiffers) {
-  const CVxSymbolModel original(7, "Pump", L"Circulation pump", {node(1, 0, 0), node(2, 1, 3)});
-  std::vector<CVxSymbolModel> changed(4, original);
-  changed[0].setProjectId(8);
-  changed[1].setSymbolId("pump");
-  changed[2].setDesc(L"Other");
-  changed[3].appendNode(node(3, 0, 0));
-  EXPECT_TRUE(CVxSymbolModel(original) == original);
-  for (const CVxSymbolModel& c : changed) EXPECT_FALSE(c == original);
-  EXPECT_EQ(original.nodeCount(), 2) << "each copy owns its nodes";
+TEST(SymbolDb, OpenNeedsTheSeriesFormatAndTheApplication) {
+  const struct {
+    std::string dictionary;  // "" : the file does not exist
+    const char* appCode;
+    bool opens;
+  } cases[] = {{"format vxkd-symbol-series 1\napplication S Schematic\n", "S", true},
+               {"", "S", false},
+               {"format vxkd-symbol-series 1\napplication T x\n", "S", false},
+               {"application S Schematic\n", "S", false},
+               {"format vxkd-symbol-series 2\napplication S x\n", "S", false},
+               {"format vxkd-symbol-series 1\napplication S x\n", "", false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.dictionary + " with " + c.appCode);
+    vxkd_test::TempFolder folder;
+    if (!c.dictionary.empty()) folder.write("dict.ddq", c.dictionary);
+    folder.write("common/A.vxs", "vxkd-symbol-series 1\n");
+    CVxSymbolDb db;
+    EXPECT_EQ(db.open(folder.path(L"dict.ddq"), c.appCode, 1500, folder.path(L"common"), L""),
+              c.opens);
+    EXPECT_EQ(db.isOpen(), c.opens);
+    EXPECT_EQ(db.refreshSeries(), c.opens ? 1 : 0);
+  }
 }
-
-struct OpenCase {
-  const char* name;
-  std::string dictionary;  // "" : the file does not exist
-  const char* appCode;
-  bool opens;
-};
-
-void PrintTo(const OpenCase& c, std::ostream* os) { *os << c.name; }
-
-class SymbolDbOpen : public ::testing::TestWithParam<OpenCase> {};
-
-TEST_P(SymbolDbOpen, NeedsTheSeriesFormatAndTheApplication) {
-  vxkd_test::TempFolder folder;
-  const OpenCase& c = GetParam();
-  if (!c.dictionary.empty()) folder.write("dict.ddq", c.dictionary);
-  folder.write("common/A.vxs", "vxkd-symbol-series 1\n");
-  CVxSymbolDb db;
-  EXPECT_EQ(
-      db.open(wide(folder.native("dict.ddq")), c.appCode, 1500, wide(folder.native("common")), L""),
-      c.opens);
-  EXPECT_EQ(db.isOpen(), c.opens);
-  EXPECT_EQ(db.refreshSeries(), c.opens ? 1 : 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, SymbolDbOpen,
-    ::testing::Values(
-        OpenCase{"Good", "format vxkd-symbol-series 1\napplication S Schematic\n", "S", true},
-        OpenCase{"Missing", "", "S", false},
-        OpenCase{"OtherApplication", "format vxkd-symbol-series 1\napplication T x\n", "S", false},
-        OpenCase{"NoFormat", "application S Schematic\n", "S", false},
-        OpenCase{"OtherVersion", "format vxkd-symbol-series 2\napplication S x\n", "S", false},
-        OpenCase{"NoApplicationCode", "format vxkd-symbol-series 1\napplication S x\n", "", false}),
-    [](const auto& info) { return info.param.name; });
 
 // A library over a common and a user folder of its own.
 class SymbolLibrary : public ::testing::Test {
  protected:
   bool openLibrary(long language = 1500) {
-    return db_.open(installedDictionary(), "S", language, wide(folder_.native("common")),
-                    wide(folder_.native("user")));
+    return db_.open(installedDictionary(), "S", language, folder_.path(L"common"),
+                    folder_.path(L"user"));
   }
   std::wstring seriesList() const {
     CWszArray ids;
