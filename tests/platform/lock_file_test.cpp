@@ -161,17 +161,22 @@ TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOverAndRewrites)
   EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Next"));
 }
 
-TEST_F(LockFileTest, HeldFileThatCannotBeReadGivesMinusThree) {
+TEST_F(LockFileTest, HeldFileThatCannotBeOpenedOrReadGivesMinusThree) {
   OtherProcess holder(path_, L"Anna");
   ASSERT_EQ(holder.result(), CLockFile::lockHeld);
-  FaultyEnv env;
-  env.failOpen(file_, O_RDONLY, EACCES);
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockUnreadable);
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_STREQ(other_, L"");
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryUnreadable);
-  EXPECT_EQ(env.opened(), env.closed());
+  for (bool failRead : {false, true}) {
+    FaultyEnv env;
+    if (failRead)
+      env.failReads(file_, EIO);
+    else
+      env.failOpen(file_, O_RDONLY, EACCES);
+    CLockFile lock;
+    EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockUnreadable) << failRead;
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_STREQ(other_, L"");
+    EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryUnreadable);
+    EXPECT_EQ(env.opened(), env.closed());
+  }
 }
 
 // A missing folder, an empty path, a path through a file, a full disk: no lock file or held
