@@ -8,7 +8,6 @@
 #include <random>
 #include <string>
 
-#include "platform/env.h"
 #include "platform/sz.h"
 #include "support/faulty_env.h"
 #include "support/temp_registry.h"

@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <cwchar>
-#include <ostream>
 #include <string>
 #include <vector>
 
