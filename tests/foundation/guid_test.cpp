@@ -10,7 +10,7 @@
 
 #include "platform/paths.h"
 #include "platform/qbase.h"
-#include "support/temp_folder.h"
+#include "support/temp_dataset.h"
 
 namespace {
 
@@ -71,51 +71,36 @@ TEST(KdGuid, TextFormFollowsTheLayoutOfTheThreeNumbersAndEightBytes) {
   CKdGuid copy;
   copy.setValue(value);
   EXPECT_TRUE(copy == guid);
-}
-
-struct ParseCase {
-  const char* name;
-  std::string text;
-  const char* expected;  // the text form of the result; null when the text is refused
-};
-
-void PrintTo(const ParseCase& c, std::ostream* os) { *os << c.name; }
-
-class KdGuidParse : public ::testing::TestWithParam<ParseCase> {};
-
-TEST_P(KdGuidParse, AcceptsOnlyTheExact36CharacterForm) {
-  const ParseCase& c = GetParam();
-  CKdGuid guid = created();  // a failure must not leave the old value
-  bool ok = guid.fromSz(c.text.c_str());
-  EXPECT_EQ(ok, c.expected != nullptr);
-  EXPECT_EQ(textOf(guid), c.expected ? c.expected : "");
-  EXPECT_EQ(guid.isNull(), c.expected == nullptr);
-
-  CKdGuid fromText(c.text.c_str());
-  EXPECT_EQ(textOf(fromText), c.expected ? c.expected : "");
+  // Equality takes all sixteen bytes, not the text.
+  EXPECT_TRUE(guid.isEqualTo(CKdGuid("01234567-89AB-cdef-0123-456789ABCDEF")));
+  EXPECT_FALSE(guid.isEqualTo(CKdGuid("01234567-89AB-CDEF-0123-456789ABCDEE")));
+  EXPECT_FALSE(guid.isEqualTo(CKdGuid("11234567-89AB-CDEF-0123-456789ABCDEF")));
 }
 
 const std::string kValid = "00000000-0000-0000-0000-0000000000AA";
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, KdGuidParse,
-    ::testing::Values(ParseCase{"upper", kValid, "00000000-0000-0000-0000-0000000000AA"},
-                      ParseCase{"lower", "00000000-0000-0000-0000-0000000000aa",
-                                "00000000-0000-0000-0000-0000000000AA"},
-                      ParseCase{"mixed", "aBcDeF01-2345-6789-AbCd-EF0123456789",
-                                "ABCDEF01-2345-6789-ABCD-EF0123456789"},
-                      ParseCase{"braces", "{" + kValid + "}", nullptr},
-                      ParseCase{"35chars", kValid.substr(0, 35), nullptr},
-                      ParseCase{"37chars", kValid + "0", nullptr},
-                      ParseCase{"trailingBlank", kValid + " ", nullptr},
-                      ParseCase{"leadingBlank", " " + kValid.substr(1), nullptr},
-                      ParseCase{"validThenLongTail", kValid + std::string(80, 'x'), nullptr},
-                      ParseCase{"hyphenMoved", "0000000-00000-0000-0000-0000000000AA", nullptr},
-                      ParseCase{"hyphenForDigit", "00000000-0000-0000-0000-00000000-0AA", nullptr},
-                      ParseCase{"notHex", "00000000-0000-0000-0000-0000000000AG", nullptr},
-                      ParseCase{"noHyphens", "0000000000000000000000000000000000AA", nullptr},
-                      ParseCase{"empty", "", nullptr}),
-    [](const auto& info) { return info.param.name; });
+TEST(KdGuid, ParseAcceptsOnlyTheExact36CharacterForm) {
+  const std::pair<std::string, const char*> cases[] = {
+      // The text, and the text form of the result; null when the text is refused.
+      {kValid, "00000000-0000-0000-0000-0000000000AA"},
+      {"aBcDeF01-2345-6789-AbCd-EF0123456789", "ABCDEF01-2345-6789-ABCD-EF0123456789"},
+      {"{" + kValid + "}", nullptr},
+      {kValid.substr(0, 35), nullptr},
+      {kValid + "0", nullptr},
+      {kValid + " ", nullptr},
+      {kValid + std::string(80, 'x'), nullptr},
+      {"0000000-00000-0000-0000-0000000000AA", nullptr},
+      {"00000000-0000-0000-0000-0000000000AG", nullptr},
+      {"", nullptr}};
+  for (const auto& [text, expected] : cases) {
+    SCOPED_TRACE(text);
+    CKdGuid guid = created();  // a failure must not leave the old value
+    EXPECT_EQ(guid.fromSz(text.c_str()), expected != nullptr);
+    EXPECT_EQ(textOf(guid), expected ? expected : "");
+    EXPECT_EQ(guid.isNull(), expected == nullptr);
+    EXPECT_EQ(textOf(CKdGuid(text.c_str())), expected ? expected : "");
+  }
+}
 
 TEST(KdGuid, NullOrNonAsciiTextIsRefusedAndGivesTheNullGuid) {
   CKdGuid guid = created();
@@ -142,100 +127,45 @@ TEST(KdGuid, ToSzCutsTheTextToTheBufferAndNullWritesNothing) {
   EXPECT_TRUE(guid.toWsz().isEmpty());
 }
 
-TEST(KdGuid, EqualityTakesAllSixteenBytes) {
-  CKdGuid a(kValid.c_str());
-  EXPECT_FALSE(a.isEqualTo(CKdGuid("00000000-0000-0000-0000-0000000000AB")));
-  EXPECT_FALSE(a.isEqualTo(CKdGuid("10000000-0000-0000-0000-0000000000AA")));
-  EXPECT_TRUE(a.isEqualTo(CKdGuid("00000000-0000-0000-0000-0000000000aa")));
-}
-
-TEST(KdGuidArray, FindGivesTheFirstEqualElement) {
+TEST(KdGuidArray, FindsTheFirstEqualElementAndAppendsCopiesEvenOfItself) {
   CKdGuid a = created(), b = created(), other = created();
-  CKdGuidArray array;
+  CKdGuidArray array, second;
   ASSERT_TRUE(array.append(&a));
-  ASSERT_TRUE(array.append(&b));
-  ASSERT_TRUE(array.append(&a));
+  ASSERT_TRUE(second.append(&b));
+  ASSERT_TRUE(array.append(second));
+  EXPECT_NE(array.objAt(1), second.objAt(0)) << "elements are copies";
+  EXPECT_TRUE(array.append(array));
+  EXPECT_FALSE(array.append(static_cast<const CKdGuid*>(nullptr)));
+  ASSERT_EQ(array.length(), 4);
   EXPECT_EQ(array.find(a), 0);
   EXPECT_EQ(array.find(b), 1);
   EXPECT_EQ(array.find(other), -1);
   EXPECT_EQ(array.find(CKdGuid()), -1);
-  EXPECT_FALSE(array.append(static_cast<const CKdGuid*>(nullptr)));
-  EXPECT_EQ(array.length(), 3);
-}
-
-TEST(KdGuidArray, AppendArrayCopiesEveryElementEvenOfItself) {
-  CKdGuid a = created(), b = created();
-  CKdGuidArray first, second;
-  first.append(&a);
-  second.append(&b);
-  EXPECT_TRUE(first.append(second));
-  ASSERT_EQ(first.length(), 2);
-  EXPECT_TRUE(first.objAt(1)->isEqualTo(b));
-  EXPECT_NE(first.objAt(1), second.objAt(0)) << "elements are copies";
-
-  EXPECT_TRUE(first.append(first));
-  ASSERT_EQ(first.length(), 4);
-  EXPECT_TRUE(first.objAt(2)->isEqualTo(a));
-  EXPECT_TRUE(first.objAt(3)->isEqualTo(b));
-}
-
-TEST(KdGuidArray, CopiesAreIndependent) {
-  CKdGuid a = created();
-  CKdGuidArray original;
-  original.append(&a);
-  CKdGuidArray copy(original);
+  EXPECT_TRUE(array.objAt(2)->isEqualTo(a) && array.objAt(3)->isEqualTo(b));
+  CKdGuidArray copy(array);
   copy.objAt(0)->reset();
-  EXPECT_TRUE(original.objAt(0)->isEqualTo(a));
+  EXPECT_TRUE(array.objAt(0)->isEqualTo(a));
 }
-
-}  // namespace
-
-namespace {
 
 // A GUID list stored in the device-group field of a report record.
-class KdGuidArrayStore : public ::testing::Test {
+class KdGuidArrayStore : public vxkd_test::TempDatasetTest {
  protected:
   static constexpr short kField = 1603;
   void SetUp() override {
-    ASSERT_TRUE(db_.openDatabase(cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq"),
-                                 dir_.path(L"g.vkd"), true));
+    TempDatasetTest::SetUp();
     ASSERT_TRUE(db_.createRec("RE", "000001"));
   }
-  void TearDown() override { db_.abandon(); }
-  // Stores raw slots as the field and makes the record current again.
-  void storeRaw(const std::string& bytes, int count) {
-    ASSERT_TRUE(db_.setBinaryArray(kField, bytes.data(), count));
-    ASSERT_TRUE(db_.saveRec());
-    ASSERT_TRUE(db_.fetchRec("RE", "000001"));
-  }
-
-  vxkd_test::TempFolder dir_;
-  CQbase db_;
+  // Saves the record and makes it current again.
+  void saveAndFetch() { ASSERT_TRUE(db_.saveRec() && db_.fetchRec("RE", "000001")); }
 };
-
-TEST_F(KdGuidArrayStore, NullElementsAreSkippedOnTheWayBack) {
-  CKdGuidArray list;
-  CKdGuid a = created(), none, b = created();
-  list.append(&a);
-  list.append(&none);
-  list.append(&b);
-  ASSERT_TRUE(list.saveTo(db_, kField));
-  ASSERT_TRUE(db_.saveRec());
-  ASSERT_TRUE(db_.fetchRec("RE", "000001"));
-  CKdGuidArray back;
-  ASSERT_TRUE(back.readFrom(db_, kField));
-  ASSERT_EQ(back.length(), 2);
-  EXPECT_TRUE(back.objAt(0)->isEqualTo(a));
-  EXPECT_TRUE(back.objAt(1)->isEqualTo(b));
-}
 
 TEST_F(KdGuidArrayStore, EmptyAndGarbageSlotsAreSkipped) {
   std::string valid1 = "00000000-0000-0000-0000-0000000000AA";
   std::string valid2 = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
-  std::string empty(36, '\0');
   std::string garbage = "not a guid at all, but 36 bytes long";
-  ASSERT_EQ(garbage.size(), 36u);
-  storeRaw(valid1 + empty + garbage + valid2, 4);
+  ASSERT_TRUE(
+      db_.setBinaryArray(kField, (valid1 + std::string(36, '\0') + garbage + valid2).data(), 4));
+  saveAndFetch();
   CKdGuidArray back;
   ASSERT_TRUE(back.readFrom(db_, kField));
   ASSERT_EQ(back.length(), 2);
@@ -246,21 +176,16 @@ TEST_F(KdGuidArrayStore, EmptyAndGarbageSlotsAreSkipped) {
 TEST_F(KdGuidArrayStore, DataShorterThanItsSlotsFails) {
   // Written through a dictionary that gives the field 1-byte items, so that any length fits.
   db_.abandon();
-  std::string dictionary = vxkd_test::readBytes(
-      cuFile::nativePath(cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq")));
-  size_t at = dictionary.find("device_groups binary_array 36");
-  ASSERT_NE(at, std::string::npos);
-  dictionary.replace(at, 29, "device_groups binary_array 1");
-  ASSERT_TRUE(vxkd_test::writeBytes(dir_.native("bytes.ddq"), dictionary));
-  CQbase raw;
-  ASSERT_TRUE(raw.openDatabase(dir_.path(L"bytes.ddq"), dir_.path(L"short.vkd"), true));
+  std::string dictionary = vxkd_test::readBytes(cuFile::nativePath(vxkd_test::datasetDictionary()));
+  dictionary.replace(dictionary.find("groups binary_array 36"), 22, "groups binary_array 1");
+  ASSERT_TRUE(dir_.write("bytes.ddq", dictionary));
   std::string two = "00000000-0000-0000-0000-0000000000AA00000000-0000-0000-0000-0000000000BB";
-  ASSERT_TRUE(raw.createRec("RE", "000001"));
-  ASSERT_TRUE(raw.setBinaryArray(kField, two.data(), 71));
+  CQbase raw;
+  ASSERT_TRUE(raw.openDatabase(dir_.path(L"bytes.ddq"), path(), true));
+  ASSERT_TRUE(raw.createRec("RE", "000001") && raw.setBinaryArray(kField, two.data(), 71));
   ASSERT_TRUE(raw.saveRec() && raw.closeDatabase());
 
-  ASSERT_TRUE(db_.openDatabase(cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq"),
-                               dir_.path(L"short.vkd"), false));
+  ASSERT_TRUE(db_.openDatabase(vxkd_test::datasetDictionary(), path(), false));
   ASSERT_TRUE(db_.fetchRec("RE", "000001"));
   CKdGuidArray back;
   CKdGuid stale = created();
@@ -269,17 +194,23 @@ TEST_F(KdGuidArrayStore, DataShorterThanItsSlotsFails) {
   EXPECT_EQ(back.length(), 0);
 }
 
-TEST_F(KdGuidArrayStore, EmptyListLeavesTheFieldAbsent) {
-  CKdGuidArray empty;
-  EXPECT_TRUE(empty.saveTo(db_, kField));
-  ASSERT_TRUE(db_.saveRec());
-  ASSERT_TRUE(db_.fetchRec("RE", "000001"));
+TEST_F(KdGuidArrayStore, EmptyListLeavesTheFieldAbsentAndNullElementsAreSkipped) {
+  EXPECT_TRUE(CKdGuidArray().saveTo(db_, kField));
+  saveAndFetch();
   CByteBuffer data;
   int count = 0;
   EXPECT_FALSE(db_.getBinaryArray(kField, data, count));
-  CKdGuidArray back;
+  CKdGuidArray list, back;
   EXPECT_TRUE(back.readFrom(db_, kField));
   EXPECT_EQ(back.length(), 0);
+
+  CKdGuid a = created(), none, b = created();
+  list.append(&a), list.append(&none), list.append(&b);
+  ASSERT_TRUE(list.saveTo(db_, kField));
+  saveAndFetch();
+  ASSERT_TRUE(back.readFrom(db_, kField));
+  ASSERT_EQ(back.length(), 2);
+  EXPECT_TRUE(back.objAt(0)->isEqualTo(a) && back.objAt(1)->isEqualTo(b));
 }
 
 }  // namespace

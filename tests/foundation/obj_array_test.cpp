@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "foundation/record_key.h"
-#include "platform/paths.h"
 #include "platform/qbase.h"
 #include "platform/sz.h"
-#include "support/temp_folder.h"
+#include "support/temp_dataset.h"
 #include "support/ui_fixture.h"
 
 namespace {
@@ -74,73 +73,62 @@ class ItemArray : public CKdObjArray {
   }
 };
 
-ItemArray withIds(std::initializer_list<long> ids) {
+ItemArray withIds(const std::vector<long>& ids) {
   ItemArray a;
   for (long id : ids) a.add(id);
   return a;
 }
 
-struct NextIdCase {
-  std::vector<long> ids;
-  long minId, maxId, expected;
-};
-
-class NextIdTest : public ::testing::TestWithParam<NextIdCase> {};
-
-TEST_P(NextIdTest, TakesHighestPlusOneElseFirstGapElseZero) {
-  ItemArray a;
-  for (long id : GetParam().ids) a.add(id);
-  EXPECT_EQ(a.nextId(GetParam().minId, GetParam().maxId), GetParam().expected);
+TEST(ObjArrayTest, NextIdTakesHighestPlusOneElseFirstGapElseZero) {
+  const struct {
+    std::vector<long> ids;
+    long minId, maxId, expected;
+  } cases[] = {{{}, 1, 9999, 1},
+               {{1, 2, 7}, 1, 9999, 8},
+               {{1, 9999}, 1, 9999, 2},
+               {{1, 2, 3}, 1, 3, 0},
+               {{}, 5, 4, 0},
+               {{7}, 5, 4, 0},
+               {{2, 3}, 1, 3, 1},
+               {{-5}, 1, 10, 1},
+               {{50}, 100, 200, 100},
+               {{150}, 100, 200, 151},
+               {{200, 100}, 100, 200, 101}};
+  for (const auto& c : cases)
+    EXPECT_EQ(withIds(c.ids).nextId(c.minId, c.maxId), c.expected)
+        << c.minId << ".." << c.maxId << " holding " << c.ids.size();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ranges, NextIdTest,
-    ::testing::Values(NextIdCase{{}, 1, 9999, 1}, NextIdCase{{1, 2, 7}, 1, 9999, 8},
-                      NextIdCase{{1, 9999}, 1, 9999, 2}, NextIdCase{{1, 2, 3}, 1, 3, 0},
-                      NextIdCase{{}, 5, 4, 0}, NextIdCase{{7}, 5, 4, 0},
-                      NextIdCase{{3, 1, 2}, 1, 3, 0}, NextIdCase{{2, 3}, 1, 3, 1},
-                      NextIdCase{{-5}, 1, 10, 1}, NextIdCase{{50}, 100, 200, 100},
-                      NextIdCase{{150}, 100, 200, 151}, NextIdCase{{200, 100}, 100, 200, 101}));
-
-TEST(ObjArrayTest, NextIdCountsReservedIdsAsUsed) {
-  ItemArray a = withIds({1, 2});
+TEST(ObjArrayTest, NextIdCountsReservedIdsAsUsedAndIsUsedIdIgnoresTheRange) {
   CInt32Array reserved{3, 4};
-  EXPECT_EQ(a.nextId(&reserved, 1, 100), 5);
+  EXPECT_EQ(withIds({1, 2}).nextId(&reserved, 1, 100), 5);
   // In the gap search too: 1..4 are taken by elements and reservations.
-  ItemArray b = withIds({1, 100});
-  CInt32Array reserved2{2, 3};
-  EXPECT_EQ(b.nextId(&reserved2, 1, 100), 4);
-  CInt32Array all{2, 3, 4};
-  ItemArray c = withIds({1, 5});
-  EXPECT_EQ(c.nextId(&all, 1, 5), 0);
+  reserved = CInt32Array{2, 3};
+  EXPECT_EQ(withIds({1, 100}).nextId(&reserved, 1, 100), 4);
+  reserved = CInt32Array{2, 3, 4};
+  EXPECT_EQ(withIds({1, 5}).nextId(&reserved, 1, 5), 0);
+  reserved = CInt32Array{7};
+  EXPECT_TRUE(withIds({500}).isUsedId(500, nullptr, 1, 10));
+  EXPECT_TRUE(withIds({500}).isUsedId(7, &reserved, 100, 200));
+  EXPECT_FALSE(withIds({500}).isUsedId(7, nullptr, 1, 10));
 }
 
-TEST(ObjArrayTest, IsUsedIdIgnoresTheRange) {
-  ItemArray a = withIds({500});
-  CInt32Array reserved{7};
-  EXPECT_TRUE(a.isUsedId(500, nullptr, 1, 10));
-  EXPECT_TRUE(a.isUsedId(7, &reserved, 100, 200));
-  EXPECT_FALSE(a.isUsedId(7, nullptr, 1, 10));
-}
-
-TEST(ObjArrayTest, DeleteAtRefusesRepeatedIndexesAndDeletesNothing) {
-  ItemArray a = withIds({10, 11, 12, 13, 14, 15});
-  EXPECT_FALSE(a.deleteAt(CInt32Array{4, 1, 4}));
-  EXPECT_EQ(a.ids(), (std::vector<long>{10, 11, 12, 13, 14, 15}));
-}
-
-TEST(ObjArrayTest, DeleteAtSkipsIndexesOutOfRange) {
-  ItemArray a = withIds({10, 11, 12});
-  EXPECT_TRUE(a.deleteAt(CInt32Array{0, 99}));
-  EXPECT_EQ(a.ids(), (std::vector<long>{11, 12}));
-  EXPECT_TRUE(a.deleteAt(CInt32Array{}));
-  EXPECT_EQ(a.length(), 2);
-}
-
-TEST(ObjArrayTest, DeleteAtManyIndexesKeepsTheOthersInOrder) {
-  ItemArray a = withIds({10, 11, 12, 13, 14, 15});
-  EXPECT_TRUE(a.deleteAt(CInt32Array{1, 5, 3, -1}));
-  EXPECT_EQ(a.ids(), (std::vector<long>{10, 12, 14}));
+TEST(ObjArrayTest, DeleteAtManyRefusesRepeatedIndexesAndSkipsOutOfRange) {
+  const struct {
+    CInt32Array indexes;
+    bool result;
+    std::vector<long> left;
+  } cases[] = {
+      {{4, 1, 4}, false, {10, 11, 12, 13, 14, 15}},  // repeated: nothing deleted
+      {{1, 5, 3, -1}, true, {10, 12, 14}},
+      {{0, 99}, true, {11, 12, 13, 14, 15}},
+      {{}, true, {10, 11, 12, 13, 14, 15}},
+  };
+  for (const auto& c : cases) {
+    ItemArray a = withIds({10, 11, 12, 13, 14, 15});
+    EXPECT_EQ(a.deleteAt(c.indexes), c.result);
+    EXPECT_EQ(a.ids(), c.left);
+  }
 }
 
 TEST(ObjArrayTest, InsertUpdateSwapAndDeleteKeepOrder) {
@@ -166,23 +154,15 @@ TEST(ObjArrayTest, InsertUpdateSwapAndDeleteKeepOrder) {
   EXPECT_EQ(a.objAt(-1), nullptr);
 }
 
-TEST(ObjArrayTest, ElementsAreCopiesNotTheCallersObjects) {
+TEST(ObjArrayTest, ElementsAreCopiesFoundByIdOrByNameIgnoringCase) {
   ItemArray a;
-  Item x;
-  x.id = 1;
-  x.name = L"one";
+  Item x{1, CWsz(L"LAYER")};
   a.append(&x);
   x.name = L"changed";
-  EXPECT_STREQ(a.nameAt(0), L"one");
-  ItemArray b(a);
-  EXPECT_NE(b.objAt(0), a.objAt(0));
-}
-
-TEST(ObjArrayTest, FindNameIgnoresCaseIncludingUmlauts) {
-  ItemArray a;
-  a.add(1, L"LAYER");
   a.add(2, L"Ääkkönen");
   a.add(3, L"layer");
+  EXPECT_STREQ(a.nameAt(0), L"LAYER");
+  EXPECT_NE(ItemArray(a).objAt(0), a.objAt(0));
   EXPECT_EQ(a.findName(L"layer"), a.objAt(0));
   EXPECT_EQ(a.indexOfName(L"ÄÄKKÖNEN"), 1);
   EXPECT_EQ(a.indexOfName(L"missing"), -1);
@@ -201,13 +181,19 @@ TEST(ObjArrayTest, UpdateSortIdTogglesTheDirectionOfTheSameColumn) {
   EXPECT_EQ(a.sortId(), 3);
 }
 
-TEST(ObjArrayTest, SortByIdZeroLeavesOrderButRecordsIt) {
+TEST(ObjArrayTest, SortByNameIgnoresCaseAndSortIdZeroLeavesTheOrder) {
   ItemArray a;
-  a.add(3, L"c");
-  a.add(1, L"a");
-  a.setSortId(1);
+  a.add(1, L"beta");
+  a.add(2, L"ALPHA");
+  a.add(3, L"Gamma");
+  a.sort(-1);
+  EXPECT_EQ(a.ids(), (std::vector<long>{3, 1, 2}));
+  a.updateSortId(1);
+  a.sortByCurrentSortId();
+  EXPECT_EQ(a.ids(), (std::vector<long>{2, 1, 3}));
+  a.swapAt(0, 2);
   a.sort(0);
-  EXPECT_EQ(a.ids(), (std::vector<long>{3, 1}));
+  EXPECT_EQ(a.ids(), (std::vector<long>{3, 1, 2}));
   EXPECT_EQ(a.sortId(), 0);
   ItemArray single = withIds({5});
   single.sort(-2);
@@ -230,18 +216,6 @@ TEST(ObjArrayTest, ShortSortKeepsEqualElementsInOrder) {
   }
 }
 
-TEST(ObjArrayTest, SortDescendingByNameIgnoresCase) {
-  ItemArray a;
-  a.add(1, L"beta");
-  a.add(2, L"ALPHA");
-  a.add(3, L"Gamma");
-  a.sort(-1);
-  EXPECT_EQ(a.ids(), (std::vector<long>{3, 1, 2}));
-  a.updateSortId(1);
-  a.sortByCurrentSortId();
-  EXPECT_EQ(a.ids(), (std::vector<long>{2, 1, 3}));
-}
-
 TEST(ObjArrayTest, LongSortOrdersTenThousandRandomKeys) {
   std::mt19937 rng(42);
   for (int sortId : {2, -2}) {
@@ -260,23 +234,12 @@ TEST(ObjArrayTest, LongSortOrdersTenThousandRandomKeys) {
   }
 }
 
-TEST(ObjArrayTest, LongSortPlacesASmallestElementFirst) {
-  // A prefix of twelve sorted elements and then one smaller than all of them: the binary
-  // search must reach the very front.
-  ItemArray a;
-  for (int i = 0; i < 12; ++i) a.add(i, L"", 10 + i);
-  a.add(99, L"", 1);
-  a.sort(2);
-  EXPECT_EQ(a.idAt(0), 99);
-  EXPECT_EQ(a.idAt(1), 0);
-}
-
-TEST(ObjArrayTest, LongSortUsesFewComparisonsOnReversedInput) {
+TEST(ObjArrayTest, LongSortOfReversedInputReachesTheFrontWithFewComparisons) {
   ItemArray a;
   for (int i = 0; i < 2000; ++i) a.add(i, L"", 2000 - i);
   a.comparisons = 0;
   a.sort(2);
-  EXPECT_EQ(a.item(0)->key, 1);
+  for (int i = 0; i < 2000; ++i) ASSERT_EQ(a.item(i)->key, i + 1);
   // A linear insertion sort would need about two million comparisons.
   EXPECT_LT(a.comparisons, 40000);
 }
@@ -296,16 +259,6 @@ TEST(ObjArrayTest, CopyFromTakesSortIdWithoutSorting) {
   EXPECT_EQ(assigned.sortId(), 1);
 }
 
-TEST(ObjArrayTest, ResetClearsElementsAndSortId) {
-  ItemArray a = withIds({1, 2});
-  a.setSortId(-3);
-  a.reset();
-  EXPECT_EQ(a.length(), 0);
-  EXPECT_EQ(a.sortId(), 0);
-  a.add(4);
-  EXPECT_EQ(a.ids(), (std::vector<long>{4}));
-}
-
 // An array whose elements live outside it, so that a missing reset() leaks nothing.
 class BorrowingArray : public CKdObjArray {
  public:
@@ -318,8 +271,10 @@ class BorrowingArray : public CKdObjArray {
 
 class ObjArrayErrorTest : public vxkd_test::RecordingUiTest {};
 
-TEST_F(ObjArrayErrorTest, MissingDestructorShowsApplicationError) {
+TEST_F(ObjArrayErrorTest, MissingDestructorOfFilledArrayShowsApplicationError) {
   static int element = 1;
+  { BorrowingArray empty; }
+  EXPECT_EQ(ui_.boxCount(), 0);
   {
     BorrowingArray a;
     a.append(&element);
@@ -329,11 +284,6 @@ TEST_F(ObjArrayErrorTest, MissingDestructorShowsApplicationError) {
   EXPECT_EQ(box.text, L"Application error: Array class destructor not defined");
   EXPECT_EQ(box.caption, L"Vantrix");
   EXPECT_EQ(box.style, MB_TASKMODAL | MB_ICONSTOP);
-}
-
-TEST_F(ObjArrayErrorTest, EmptyArrayWithoutDestructorShowsNothing) {
-  { BorrowingArray a; }
-  EXPECT_EQ(ui_.boxCount(), 0);
 }
 
 TEST_F(ObjArrayErrorTest, CopyThroughBaseGivesEmptyArrayAndApplicationError) {
@@ -348,10 +298,6 @@ TEST_F(ObjArrayErrorTest, CopyThroughBaseGivesEmptyArrayAndApplicationError) {
   EXPECT_EQ(ui_.lastBox().caption, L"Vantrix");
   a.reset();
 }
-
-}  // namespace
-
-namespace {
 
 // An element that stores itself as a report record: its id is the key, its name field 1502.
 class Stored {
@@ -370,11 +316,9 @@ class Stored {
   }
 };
 
-TEST(ObjectArrayTest, ElementsWriteAndReadTheirOwnRecordsInKeyOrder) {
-  vxkd_test::TempFolder dir;
-  CWsz dictionary = cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq");
-  CQbase db;
-  ASSERT_TRUE(db.openDatabase(dictionary, dir.path(L"r.vkd"), true));
+using ObjectArrayTest = vxkd_test::TempDatasetTest;
+
+TEST_F(ObjectArrayTest, ElementsWriteAndReadTheirOwnRecordsInKeyOrder) {
   CKdObjectArray<Stored> out;
   for (long id : {12, 3, 7}) {
     Stored s;
@@ -382,17 +326,16 @@ TEST(ObjectArrayTest, ElementsWriteAndReadTheirOwnRecordsInKeyOrder) {
     s.name_ = (L"Report " + std::to_wstring(id)).c_str();
     out.append(&s);
   }
-  EXPECT_TRUE(out.saveTo(db));
+  EXPECT_TRUE(out.saveTo(db_));
   // A record whose key is no id still becomes an element.
-  ASSERT_TRUE(db.createRec("RE", "x") && db.setWsz(1502, L"stray") && db.saveRec());
-  ASSERT_TRUE(db.closeDatabase());
+  ASSERT_TRUE(db_.createRec("RE", "x") && db_.setWsz(1502, L"stray") && db_.saveRec());
 
-  ASSERT_TRUE(db.openDatabase(dictionary, dir.path(L"r.vkd"), false));
+  CQbase db;
+  ASSERT_TRUE(reopen(db));
   CKdObjectArray<Stored> in;
   Stored old;
   in.append(&old);
   EXPECT_TRUE(in.readFrom(db));
-  db.abandon();
   ASSERT_EQ(in.length(), 4);
   EXPECT_STREQ(in.nameAt(0), L"Report 3");
   EXPECT_STREQ(in.nameAt(1), L"Report 7");

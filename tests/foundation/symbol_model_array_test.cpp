@@ -20,15 +20,12 @@ class SymbolModelArray : public ::testing::Test {
   CVxSymbolModelArray array_;
 };
 
-TEST_F(SymbolModelArray, FindsBySymbolIdExactly) {
+TEST_F(SymbolModelArray, FindsBySymbolIdExactlyAndItsIdIsTheProjectId) {
   EXPECT_EQ(array_.find("Pump"), 0);
   EXPECT_EQ(array_.find("pump"), 1);
   EXPECT_EQ(array_.find("PUMP"), -1);
   EXPECT_EQ(array_.find("Pum"), -1);
   EXPECT_EQ(array_.find(nullptr), -1);
-}
-
-TEST_F(SymbolModelArray, IdIsTheProjectIdAndDescriptionTheModels) {
   EXPECT_EQ(array_.idAt(0), 3);
   EXPECT_EQ(array_.idAt(3), 0);
   EXPECT_STREQ(array_.descriptionAt(1), L"Small pump");

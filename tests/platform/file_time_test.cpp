@@ -2,10 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cerrno>
-#include <ostream>
 #include <string>
 
 #include "support/faulty_env.h"
@@ -52,87 +50,50 @@ TEST_F(FileTimeTest, InitForReadsModificationTimeInHundredNanoseconds) {
   EXPECT_EQ(copy.path(), path_);
 }
 
-// The file's new time relative to the stored one, and what isModified reports.
-struct TimeCase {
-  int64_t delta;
-  int modified;
-};
-void PrintTo(const TimeCase& c, std::ostream* out) { *out << "delta " << c.delta; }
-
-class IsModifiedTest : public FileTimeTest, public ::testing::WithParamInterface<TimeCase> {};
-
-TEST_P(IsModifiedTest, OnlyStrictlyLaterTimeIsModification) {
-  const TimeCase c = GetParam();
-  CFileTime stamp;
-  ASSERT_EQ(stamp.initFor(path_), 0);
-  ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + c.delta));
-
-  EXPECT_EQ(stamp.isModified(false), c.modified);
-  EXPECT_EQ(stamp.time(), kT0);
-  EXPECT_EQ(stamp.isModified(true), c.modified);
-  EXPECT_EQ(stamp.time(), c.modified ? kT0 + c.delta : kT0);
-  EXPECT_EQ(stamp.isModified(true), 0);
+TEST_F(FileTimeTest, OnlyAStrictlyLaterTimeIsAModification) {
+  // The file's new time relative to the stored one, and what isModified reports.
+  const std::pair<int64_t, int> cases[] = {{-kSecond, 0}, {-1, 0}, {0, 0}, {1, 1}, {kSecond, 1}};
+  for (auto [delta, modified] : cases) {
+    SCOPED_TRACE(delta);
+    CFileTime stamp;
+    ASSERT_EQ(stamp.initFor(path_), 0);
+    ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + delta));
+    EXPECT_EQ(stamp.isModified(false), modified);
+    EXPECT_EQ(stamp.time(), kT0);
+    EXPECT_EQ(stamp.isModified(true), modified);
+    EXPECT_EQ(stamp.time(), modified ? kT0 + delta : kT0);
+    EXPECT_EQ(stamp.isModified(true), 0);
+    ASSERT_TRUE(vxkd_test::setModTime(file_, kT0));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Deltas, IsModifiedTest,
-                         ::testing::Values(TimeCase{-kSecond, 0}, TimeCase{-1, 0}, TimeCase{0, 0},
-                                           TimeCase{1, 1}, TimeCase{kSecond, 1}));
+// A missing file, a folder, an empty or too long path, a refused open or fstat: each leaves
+// the stamp unbound with time 0.
+TEST_F(FileTimeTest, InitForFailureGivesMinusOneAndLeavesStampUnbound) {
+  const CWsz paths[] = {folder_.path(L"none.vkd"),
+                        folder_.wide(),
+                        CWsz(),
+                        CWsz(std::wstring(CFileTime::kMaxPath + 1, L'a')),
+                        path_,
+                        path_};
+  for (int i = 0; i < 6; ++i) {
+    SCOPED_TRACE(i);
+    FaultyEnv env;
+    CFileTime stamp;
+    ASSERT_EQ(stamp.initFor(path_), 0);
+    if (i == 4) env.failOpen(file_, O_RDONLY, EACCES);
+    if (i == 5) env.failStatFd(EIO);
+    EXPECT_EQ(stamp.initFor(paths[i]), -1);
+    EXPECT_FALSE(stamp.isBound());
+    EXPECT_EQ(stamp.time(), 0u);
+    EXPECT_EQ(env.opened(), env.closed());
+  }
+}
 
-TEST_F(FileTimeTest, UnboundStampGivesMinusThree) {
+TEST_F(FileTimeTest, UnboundStampGivesMinusThreeAndVanishedFileMinusOne) {
   CFileTime stamp;
   EXPECT_EQ(stamp.isModified(true), -3);
   EXPECT_EQ(stamp.update(), -3);
-  EXPECT_FALSE(stamp.isBound());
-}
-
-// Ways a path can fail to give a time; each leaves the stamp unbound with time 0.
-enum class Unreadable { missing, folder, empty, tooLong, openRefused, statRefused };
-void PrintTo(Unreadable u, std::ostream* out) {
-  constexpr const char* kNames[] = {"missing", "folder",      "empty",
-                                    "tooLong", "openRefused", "statRefused"};
-  *out << kNames[static_cast<int>(u)];
-}
-
-class InitForFailureTest : public FileTimeTest, public ::testing::WithParamInterface<Unreadable> {};
-
-TEST_P(InitForFailureTest, FailsAndLeavesStampUnbound) {
-  FaultyEnv env;
-  CFileTime stamp;
-  ASSERT_EQ(stamp.initFor(path_), 0);
-  CWsz path = path_;
-  switch (GetParam()) {
-    case Unreadable::missing:
-      path = folder_.path(L"none.vkd");
-      break;
-    case Unreadable::folder:
-      path = CWsz::fromUtf8(folder_.native().c_str());
-      break;
-    case Unreadable::empty:
-      path = CWsz();
-      break;
-    case Unreadable::tooLong:
-      path = CWsz(std::wstring(CFileTime::kMaxPath + 1, L'a'));
-      break;
-    case Unreadable::openRefused:
-      env.failOpen(file_, O_RDONLY, EACCES);
-      break;
-    case Unreadable::statRefused:
-      env.failStatFd(EIO);
-      break;
-  }
-  EXPECT_EQ(stamp.initFor(path), -1);
-  EXPECT_FALSE(stamp.isBound());
-  EXPECT_EQ(stamp.time(), 0u);
-  EXPECT_EQ(env.opened(), env.closed());
-}
-
-INSTANTIATE_TEST_SUITE_P(Causes, InitForFailureTest,
-                         ::testing::Values(Unreadable::missing, Unreadable::folder,
-                                           Unreadable::empty, Unreadable::tooLong,
-                                           Unreadable::openRefused, Unreadable::statRefused));
-
-TEST_F(FileTimeTest, VanishedFileGivesMinusOneAndUpdateClearsTime) {
-  CFileTime stamp;
   ASSERT_EQ(stamp.initFor(path_), 0);
   ASSERT_EQ(::unlink(file_.c_str()), 0);
   EXPECT_EQ(stamp.isModified(true), -1);
@@ -150,17 +111,14 @@ TEST_F(FileTimeTest, VanishedFileGivesMinusOneAndUpdateClearsTime) {
 TEST_F(FileTimeTest, TouchForwardMakesSecondWriteWithinOneTickVisible) {
   CFileTime stamp;
   ASSERT_EQ(stamp.initFor(path_), 0);
-  const uint64_t before = stamp.time();
   ASSERT_TRUE(vxkd_test::writeBytes(file_, "second"));
-  ASSERT_TRUE(vxkd_test::setModTime(file_, before));  // the clock did not tick meanwhile
+  ASSERT_TRUE(vxkd_test::setModTime(file_, kT0));  // the clock did not tick meanwhile
   ASSERT_EQ(stamp.isModified(false), 0);
 
-  EXPECT_TRUE(CFileTime::touchForward(path_, before));
-  EXPECT_EQ(vxkd_test::modTimeOf(file_), before + 1);
+  EXPECT_TRUE(CFileTime::touchForward(path_, kT0));
+  EXPECT_EQ(vxkd_test::modTimeOf(file_), kT0 + 1);
   EXPECT_EQ(stamp.isModified(false), 1);
-}
-
-TEST_F(FileTimeTest, TouchForwardLeavesLaterTimeAlone) {
+  // A time already later stays.
   ASSERT_TRUE(vxkd_test::setModTime(file_, kT0 + 5));
   EXPECT_TRUE(CFileTime::touchForward(path_, kT0));
   EXPECT_EQ(vxkd_test::modTimeOf(file_), kT0 + 5);

@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <cwchar>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -93,173 +92,126 @@ class LockFileTest : public ::testing::Test {
   wchar_t other_[CLockFile::kOwnerBufferChars] = L"left over";
 };
 
-struct ContentCase {
-  const char* label;
-  std::wstring owner;
-  std::u16string written;
-};
-void PrintTo(const ContentCase& c, std::ostream* out) { *out << c.label; }
-
-class LockContentTest : public LockFileTest, public ::testing::WithParamInterface<ContentCase> {};
-
-TEST_P(LockContentTest, HoldsOwnerThenStarsAndReleaseRemovesFile) {
-  CLockFile lock;
-  ASSERT_EQ(lock.set(path_, GetParam().owner.c_str(), other_), CLockFile::lockHeld);
-  EXPECT_STREQ(other_, L"");
-  EXPECT_TRUE(lock.isHeld());
-  EXPECT_EQ(lock.path(), path_);
-  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(GetParam().written));
-
-  lock.release();
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_TRUE(lock.path().isEmpty());
-  EXPECT_FALSE(lockFileExists());
-  lock.release();  // idle: nothing happens
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Owners, LockContentTest,
-    ::testing::Values(ContentCase{"empty", L"", u""}, ContentCase{"ascii", L"Anna", u"Anna"},
-                      ContentCase{"accents", L"Jürgen Größ", u"Jürgen Größ"},
-                      ContentCase{"surrogates", L"\U0001D11E clef", u"\U0001D11E clef"},
-                      // A pair that does not fit into the 100 units is left out whole.
-                      ContentCase{"pairAtEnd", std::wstring(99, L'x') + L"\U0001D11E",
-                                  std::u16string(99, u'x')},
-                      ContentCase{"tooLong", std::wstring(150, L'a'), std::u16string(100, u'a')}));
-
-TEST_F(LockFileTest, DestructorReleases) {
-  {
+TEST_F(LockFileTest, HoldsOwnerThenStarsAndReleaseRemovesFile) {
+  const std::pair<std::wstring, std::u16string> owners[] = {
+      {L"", u""},
+      {L"Jürgen Größ", u"Jürgen Größ"},
+      {L"\U0001D11E clef", u"\U0001D11E clef"},
+      // A pair that does not fit into the 100 units is left out whole.
+      {std::wstring(99, L'x') + L"\U0001D11E", std::u16string(99, u'x')},
+      {std::wstring(150, L'a'), std::u16string(100, u'a')}};
+  for (const auto& [owner, written] : owners) {
+    SCOPED_TRACE(cuSz::toUtf8(owner));
     CLockFile lock;
-    ASSERT_EQ(lock.set(path_, L"", nullptr), CLockFile::lockHeld);
-    ASSERT_TRUE(lockFileExists());
+    ASSERT_EQ(lock.set(path_, owner.c_str(), other_), CLockFile::lockHeld);
+    EXPECT_STREQ(other_, L"");
+    EXPECT_TRUE(lock.isHeld());
+    EXPECT_EQ(lock.path(), path_);
+    EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(written));
+    lock.release();
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_TRUE(lock.path().isEmpty());
+    EXPECT_FALSE(lockFileExists());
+    lock.release();  // idle: nothing happens
   }
-  EXPECT_FALSE(lockFileExists());
 }
 
-TEST_F(LockFileTest, StaleLockFileIsTakenOverAndRewritten) {
-  ASSERT_TRUE(vxkd_test::writeBytes(file_, contentOf(u"Old owner") + "trailing bytes"));
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
-  EXPECT_STREQ(other_, L"");
-  EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Me"));
+TEST_F(LockFileTest, HeldElsewhereGivesMinusTwoWithOwnerTextUpTo39CharactersUntilReleased) {
+  const std::pair<std::wstring, std::wstring> owners[] = {
+      {L"", L""},
+      {L"ab*cd", L"ab"},
+      {L"Jürgen Größ-Ødegård", L"Jürgen Größ-Ødegård"},
+      {L"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ",
+       L"0123456789abcdefghijklmnopqrstuvwxyzABC"}};
+  for (const auto& [owner, seen] : owners) {
+    SCOPED_TRACE(cuSz::toUtf8(owner));
+    OtherProcess holder(path_, owner.c_str());
+    ASSERT_EQ(holder.result(), CLockFile::lockHeld);
+    const std::string held = vxkd_test::readBytes(file_);
+    CLockFile lock;
+    EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockedByOther);
+    EXPECT_EQ(std::wstring(other_), seen);
+    EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
+    wcscpy(other_, L"left over");
+    EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryLockedByOther);
+    EXPECT_EQ(std::wstring(other_), seen);
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_EQ(vxkd_test::readBytes(file_), held);
+    holder.stop();
+    EXPECT_FALSE(lockFileExists());
+    EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
+  }
 }
 
-struct OwnerCase {
-  const char* label;
-  std::wstring owner;
-  std::wstring seen;
-};
-void PrintTo(const OwnerCase& c, std::ostream* out) { *out << c.label; }
-
-class HeldElsewhereTest : public LockFileTest, public ::testing::WithParamInterface<OwnerCase> {};
-
-TEST_P(HeldElsewhereTest, GivesMinusTwoWithOwnerTextUntilReleased) {
-  OtherProcess holder(path_, GetParam().owner.c_str());
-  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
-  const std::string held = vxkd_test::readBytes(file_);
-
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockedByOther);
-  EXPECT_EQ(std::wstring(other_), GetParam().seen);
-  EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_EQ(vxkd_test::readBytes(file_), held);
-
-  holder.stop();
-  EXPECT_FALSE(lockFileExists());
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockHeld);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Owners, HeldElsewhereTest,
-    ::testing::Values(OwnerCase{"ascii", L"Anna", L"Anna"}, OwnerCase{"empty", L"", L""},
-                      OwnerCase{"star", L"ab*cd", L"ab"},
-                      OwnerCase{"accents", L"Jürgen Größ-Ødegård", L"Jürgen Größ-Ødegård"},
-                      OwnerCase{"cutTo39", L"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ",
-                                L"0123456789abcdefghijklmnopqrstuvwxyzABC"}));
-
-TEST_F(LockFileTest, SecondObjectInSameProcessSeesLockHeld) {
-  CLockFile first;
-  CLockFile second;
-  ASSERT_EQ(first.set(path_, L"Anna", nullptr), CLockFile::lockHeld);
-  EXPECT_EQ(second.set(path_, L"Bert", other_), CLockFile::lockedByOther);
-  EXPECT_STREQ(other_, L"Anna");
-}
-
-TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOver) {
+TEST_F(LockFileTest, KilledHolderLeavesStaleFileThatNextSetTakesOverAndRewrites) {
   OtherProcess holder(path_, L"Crashed");
   ASSERT_EQ(holder.result(), CLockFile::lockHeld);
   holder.kill();
   ASSERT_TRUE(lockFileExists());
+  ASSERT_TRUE(vxkd_test::writeBytes(file_, vxkd_test::readBytes(file_) + "trailing bytes"));
+  const std::string stale = vxkd_test::readBytes(file_);
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryStale);
+  EXPECT_STREQ(other_, L"Crashed");
+  EXPECT_EQ(vxkd_test::readBytes(file_), stale) << "a query changes nothing";
 
   CLockFile lock;
   EXPECT_EQ(lock.set(path_, L"Next", other_), CLockFile::lockHeld);
+  EXPECT_STREQ(other_, L"");
   EXPECT_EQ(vxkd_test::readBytes(file_), contentOf(u"Next"));
 }
 
-TEST_F(LockFileTest, HeldFileThatCannotBeReadGivesMinusThree) {
+TEST_F(LockFileTest, HeldFileThatCannotBeOpenedOrReadGivesMinusThree) {
   OtherProcess holder(path_, L"Anna");
   ASSERT_EQ(holder.result(), CLockFile::lockHeld);
-  FaultyEnv env;
-  env.failOpen(file_, O_RDONLY, EACCES);
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockUnreadable);
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_STREQ(other_, L"");
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryUnreadable);
-  EXPECT_EQ(env.opened(), env.closed());
-}
-
-// Ways creating the lock file can fail; none leaves a lock file or a held lock behind.
-enum class CreateFailure { missingFolder, emptyPath, pathThroughFile, diskFull };
-void PrintTo(CreateFailure f, std::ostream* out) {
-  constexpr const char* kNames[] = {"missingFolder", "emptyPath", "pathThroughFile", "diskFull"};
-  *out << kNames[static_cast<int>(f)];
-}
-
-class CreateFailureTest : public LockFileTest,
-                          public ::testing::WithParamInterface<CreateFailure> {};
-
-TEST_P(CreateFailureTest, GivesMinusOneAndLeavesNothing) {
-  FaultyEnv env;
-  CWsz path = path_;
-  switch (GetParam()) {
-    case CreateFailure::missingFolder:
-      path = folder_.path(L"gone/data.lck");
-      break;
-    case CreateFailure::emptyPath:
-      path = CWsz();
-      break;
-    case CreateFailure::pathThroughFile:
-      ASSERT_TRUE(vxkd_test::writeBytes(folder_.native("file"), "x"));
-      path = folder_.path(L"file/data.lck");
-      break;
-    case CreateFailure::diskFull:
-      env.failWrites(ENOSPC);
-      break;
+  for (bool failRead : {false, true}) {
+    FaultyEnv env;
+    if (failRead)
+      env.failReads(file_, EIO);
+    else
+      env.failOpen(file_, O_RDONLY, EACCES);
+    CLockFile lock;
+    EXPECT_EQ(lock.set(path_, L"Me", other_), CLockFile::lockUnreadable) << failRead;
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_STREQ(other_, L"");
+    EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryUnreadable);
+    EXPECT_EQ(env.opened(), env.closed());
   }
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path, L"Me", other_), CLockFile::lockCreateFailed);
-  EXPECT_FALSE(lock.isHeld());
-  EXPECT_TRUE(lock.path().isEmpty());
-  EXPECT_FALSE(lockFileExists());
-  EXPECT_EQ(env.opened(), env.closed());
 }
 
-INSTANTIATE_TEST_SUITE_P(Causes, CreateFailureTest,
-                         ::testing::Values(CreateFailure::missingFolder, CreateFailure::emptyPath,
-                                           CreateFailure::pathThroughFile,
-                                           CreateFailure::diskFull));
+// A missing folder, an empty path, a path through a file, a full disk: no lock file or held
+// lock is left behind.
+TEST_F(LockFileTest, CreationFailureGivesMinusOneAndLeavesNothing) {
+  ASSERT_TRUE(folder_.write("file", "x"));
+  const CWsz paths[] = {folder_.path(L"gone/data.lck"), CWsz(), folder_.path(L"file/data.lck"),
+                        path_};
+  for (const CWsz& path : paths) {
+    SCOPED_TRACE(path.toUtf8());
+    FaultyEnv env;
+    if (path == path_) env.failWrites(ENOSPC);
+    CLockFile lock;
+    EXPECT_EQ(lock.set(path, L"Me", other_), CLockFile::lockCreateFailed);
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_TRUE(lock.path().isEmpty());
+    EXPECT_FALSE(lockFileExists());
+    EXPECT_EQ(env.opened(), env.closed());
+  }
+}
 
-TEST_F(LockFileTest, SetAgainReleasesFirstLock) {
+TEST_F(LockFileTest, SetAgainOrDestructorReleasesTheFirstLock) {
   const CWsz otherPath = folder_.path(L"other.lck");
-  CLockFile lock;
-  ASSERT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockHeld);
-  EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
-  EXPECT_FALSE(lockFileExists());
-  EXPECT_EQ(lock.path(), otherPath);
-  EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
-  EXPECT_TRUE(vxkd_test::readBytes(folder_.native("other.lck")) == contentOf(u"Me"));
+  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryNoLockFile);
+  {
+    CLockFile lock, second;
+    ASSERT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockHeld);
+    EXPECT_EQ(second.set(path_, L"Bert", other_), CLockFile::lockedByOther) << "same process";
+    EXPECT_STREQ(other_, L"Me");
+    EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
+    EXPECT_FALSE(lockFileExists());
+    EXPECT_EQ(lock.path(), otherPath);
+    EXPECT_EQ(lock.set(otherPath, L"Me", nullptr), CLockFile::lockHeld);
+    EXPECT_EQ(folder_.read("other.lck"), contentOf(u"Me"));
+  }
+  EXPECT_NE(::access(folder_.native("other.lck").c_str(), F_OK), 0);
 }
 
 // inode of the open descriptor and of the path.
@@ -291,29 +243,10 @@ TEST_F(LockFileTest, FileReplacedWhileLockingIsNotKept) {
   EXPECT_EQ(env.opened(), env.closed());
 }
 
-TEST_F(LockFileTest, QueryOwnerReportsWithoutTakingOrChanging) {
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryNoLockFile);
-  OtherProcess holder(path_, L"Anna");
-  ASSERT_EQ(holder.result(), CLockFile::lockHeld);
-  const std::string held = vxkd_test::readBytes(file_);
-
-  wcscpy(other_, L"left over");
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryLockedByOther);
-  EXPECT_STREQ(other_, L"Anna");
-  CLockFile lock;
-  EXPECT_EQ(lock.set(path_, L"Me", nullptr), CLockFile::lockedByOther);
-
-  holder.kill();
-  EXPECT_EQ(CLockFile::queryOwner(path_, other_), CLockFile::queryStale);
-  EXPECT_STREQ(other_, L"Anna");
-  EXPECT_EQ(vxkd_test::readBytes(file_), held);
-}
-
 TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
   constexpr int kWorkers = 3;
   constexpr int kRounds = 200;
   const std::string counter = folder_.native("counter");
-  const std::string marker = folder_.native("marker");
   ASSERT_TRUE(vxkd_test::writeBytes(counter, "0"));
 
   std::vector<pid_t> workers;
@@ -327,14 +260,9 @@ TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
           ::sched_yield();
         }
         if (r != CLockFile::lockHeld) ::_exit(2);
-        // A marker that only one holder at a time can create.
-        int m = ::open(marker.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0644);
-        if (m < 0) ::_exit(3);
-        ::close(m);
         // A read-modify-write that loses counts unless it is alone.
         int value = std::stoi(vxkd_test::readBytes(counter));
         if (!vxkd_test::writeBytes(counter, std::to_string(value + 1))) ::_exit(4);
-        ::unlink(marker.c_str());
         lock.release();
       }
       ::_exit(0);
@@ -351,25 +279,15 @@ TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
   EXPECT_FALSE(lockFileExists());
 }
 
-struct NameCase {
-  const wchar_t* dataset;
-  const wchar_t* lock;
-};
-void PrintTo(const NameCase& c, std::ostream* out) {
-  *out << (!c.dataset ? "null" : *c.dataset ? cuSz::toUtf8(c.dataset) : "empty");
+TEST(LockFileName, ReplacesLastThreeCharactersBlindly) {
+  const std::pair<const wchar_t*, const wchar_t*> names[] = {
+      {L"/srv/proj/main.vkd", L"/srv/proj/main.lck"},
+      {L"x.vkdx", L"x.vlck"},
+      {L"abc", L"lck"},
+      {L"ab", L""},
+      {L"", L""},
+      {nullptr, L""}};
+  for (auto [dataset, lock] : names) EXPECT_EQ(CLockFile::lockFileNameFor(dataset), CWsz(lock));
 }
-
-class LockFileNameTest : public ::testing::TestWithParam<NameCase> {};
-
-TEST_P(LockFileNameTest, ReplacesLastThreeCharactersBlindly) {
-  EXPECT_EQ(CLockFile::lockFileNameFor(GetParam().dataset), CWsz(GetParam().lock));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, LockFileNameTest,
-                         ::testing::Values(NameCase{L"data.vkd", L"data.lck"},
-                                           NameCase{L"/srv/proj/main.vkd", L"/srv/proj/main.lck"},
-                                           NameCase{L"x.vkdx", L"x.vlck"}, NameCase{L"abc", L"lck"},
-                                           NameCase{L"ab", L""}, NameCase{L"", L""},
-                                           NameCase{nullptr, L""}));
 
 }  // namespace

@@ -1,28 +1,19 @@
 #include "platform/qlg.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
 #include <string>
 
 #include "platform/paths.h"
+#include "support/temp_folder.h"
 
 namespace {
 
 class QlgTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vxkd-qlg-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf " + dir_).c_str()); }
-
   CWsz write(const char* name, const std::string& content) {
-    std::ofstream(dir_ + "/" + name, std::ios::binary) << content;
-    return CWsz::fromUtf8((dir_ + "/" + name).c_str());
+    dir_.write(name, content);
+    return CWsz::fromUtf8(dir_.native(name).c_str());
   }
   CWsz dictionary() {
     return write("lang.ddq",
@@ -30,14 +21,14 @@ class QlgTest : public ::testing::Test {
                  "language 1501 - Deutsch\n");
   }
 
-  std::string dir_;
+  vxkd_test::TempFolder dir_;
   CQlg db_;
 };
 
 TEST_F(QlgTest, ShippedTextsOpenInBothLanguages) {
   CWsz folder = cuFile::libraryFolder();
-  ASSERT_TRUE(db_.open(cuFile::joinPath(folder, L"VantQLG.ddq"),
-                       cuFile::joinPath(folder, L"VxKd.qlg")));
+  ASSERT_TRUE(
+      db_.open(cuFile::joinPath(folder, L"VantQLG.ddq"), cuFile::joinPath(folder, L"VxKd.qlg")));
   EXPECT_EQ(db_.defaultLanguage(), 1500);
   EXPECT_EQ(db_.text(10250, L"#Duct").str(), L"Duct");
   ASSERT_TRUE(db_.setActiveLanguage(1501));
@@ -56,7 +47,10 @@ TEST_F(QlgTest, LookUpRuleStripsOneHashOnlyWhenFallingBack) {
   EXPECT_EQ(db_.text(6, nullptr).str(), L"");
 }
 
-TEST_F(QlgTest, ClosedDatabaseGivesDefaults) {
+TEST_F(QlgTest, MissingFilesLeaveItClosedGivingDefaults) {
+  EXPECT_FALSE(db_.open(L"/nonexistent/VantQLG.ddq", L"/nonexistent/VxKd.qlg"));
+  EXPECT_FALSE(db_.open(dictionary(), L"/nonexistent/VxKd.qlg"));
+  EXPECT_FALSE(db_.open(nullptr, nullptr));
   EXPECT_FALSE(db_.isOpen());
   EXPECT_EQ(db_.text(10250, L"#Duct").str(), L"Duct");
   EXPECT_EQ(db_.find(10250), nullptr);
@@ -82,35 +76,18 @@ TEST_F(QlgTest, EscapesCommentsAndBadLines) {
   EXPECT_EQ(db_.find(0), nullptr);
 }
 
-struct BadFiles {
-  const char* dictionary;
-  const char* texts;
-};
-
-class QlgRefusesTest : public QlgTest, public ::testing::WithParamInterface<BadFiles> {};
-
-TEST_P(QlgRefusesTest, OpenFailsAndLeavesTheDatabaseClosed) {
-  CWsz dict = write("d.ddq", GetParam().dictionary);
-  CWsz texts = write("t.qlg", GetParam().texts);
-  EXPECT_FALSE(db_.open(dict, texts));
-  EXPECT_FALSE(db_.isOpen());
-  EXPECT_EQ(db_.text(1, L"#One").str(), L"One");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, QlgRefusesTest,
-    ::testing::Values(
-        BadFiles{"language 1500 default English\n", "[1500]\n1=x\n"},  // no format line
-        BadFiles{"format vxkd-language-texts 1\nlanguage 1500 - English\n", "[1500]\n"},
-        BadFiles{"format vxkd-language-texts 1\nlanguage 1033 default English\n", "[1033]\n"},
-        BadFiles{"format vxkd-language-texts 1\nlanguage 1500 default English\n",
-                 "[1600]\n1=x\n"},
-        BadFiles{"\x01\x02\xFF garbage", "[1500]\n"}));
-
-TEST_F(QlgTest, MissingFilesFail) {
-  EXPECT_FALSE(db_.open(L"/nonexistent/VantQLG.ddq", L"/nonexistent/VxKd.qlg"));
-  EXPECT_FALSE(db_.open(dictionary(), L"/nonexistent/VxKd.qlg"));
-  EXPECT_FALSE(db_.open(nullptr, nullptr));
+TEST_F(QlgTest, BadFilesFailToOpenAndLeaveTheDatabaseClosed) {
+  const std::pair<const char*, const char*> files[] = {
+      {"language 1500 default English\n", "[1500]\n1=x\n"},                     // no format line
+      {"format vxkd-language-texts 1\nlanguage 1500 - English\n", "[1500]\n"},  // no default
+      {"format vxkd-language-texts 1\nlanguage 1033 default English\n", "[1033]\n"},
+      {"format vxkd-language-texts 1\nlanguage 1500 default English\n", "[1600]\n1=x\n"},
+      {"\x01\x02\xFF garbage", "[1500]\n"}};
+  for (const auto& [dictionary, texts] : files) {
+    EXPECT_FALSE(db_.open(write("d.ddq", dictionary), write("t.qlg", texts))) << dictionary;
+    EXPECT_FALSE(db_.isOpen());
+    EXPECT_EQ(db_.text(1, L"#One").str(), L"One");
+  }
 }
 
 }  // namespace

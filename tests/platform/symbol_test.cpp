@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/paths.h"
-#include "support/scratch_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -17,8 +17,6 @@ CGmNode node(int16_t type, uint16_t flags, float first) {
   for (int i = 0; i < 6; ++i) n.v[i] = first + static_cast<float>(i);
   return n;
 }
-
-CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
 
 CWsz installedDictionary() { return cuFile::joinPath(cuFile::libraryFolder(), L"VantVxs.ddq"); }
 
@@ -55,59 +53,36 @@ TEST(SymbolModel, SymbolIdKeepsAtMost99BytesOfWholeCharacters) {
   EXPECT_STREQ(model.symbolId(), "");
 }
 
-TEST(SymbolModel, CopiesCompareEqualUntilAnyPartDiffers) {
-  const CVxSymbolModel original(7, "Pump", L"Circulation pump", {node(1, 0, 0), node(2, 1, 3)});
-  std::vector<CVxSymbolModel> changed(4, original);
-  changed[0].setProjectId(8);
-  changed[1].setSymbolId("pump");
-  changed[2].setDesc(L"Other");
-  changed[3].appendNode(node(3, 0, 0));
-  EXPECT_TRUE(CVxSymbolModel(original) == original);
-  for (const CVxSymbolModel& c : changed) EXPECT_FALSE(c == original);
-  EXPECT_EQ(original.nodeCount(), 2) << "each copy owns its nodes";
+TEST(SymbolDb, OpenNeedsTheSeriesFormatAndTheApplication) {
+  const struct {
+    std::string dictionary;  // "" : the file does not exist
+    const char* appCode;
+    bool opens;
+  } cases[] = {{"format vxkd-symbol-series 1\napplication S Schematic\n", "S", true},
+               {"", "S", false},
+               {"format vxkd-symbol-series 1\napplication T x\n", "S", false},
+               {"application S Schematic\n", "S", false},
+               {"format vxkd-symbol-series 2\napplication S x\n", "S", false},
+               {"format vxkd-symbol-series 1\napplication S x\n", "", false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.dictionary + " with " + c.appCode);
+    vxkd_test::TempFolder folder;
+    if (!c.dictionary.empty()) folder.write("dict.ddq", c.dictionary);
+    folder.write("common/A.vxs", "vxkd-symbol-series 1\n");
+    CVxSymbolDb db;
+    EXPECT_EQ(db.open(folder.path(L"dict.ddq"), c.appCode, 1500, folder.path(L"common"), L""),
+              c.opens);
+    EXPECT_EQ(db.isOpen(), c.opens);
+    EXPECT_EQ(db.refreshSeries(), c.opens ? 1 : 0);
+  }
 }
-
-struct OpenCase {
-  const char* name;
-  std::string dictionary;  // "" : the file does not exist
-  const char* appCode;
-  bool opens;
-};
-
-void PrintTo(const OpenCase& c, std::ostream* os) { *os << c.name; }
-
-class SymbolDbOpen : public ::testing::TestWithParam<OpenCase> {};
-
-TEST_P(SymbolDbOpen, NeedsTheSeriesFormatAndTheApplication) {
-  CScratchFolder folder;
-  const OpenCase& c = GetParam();
-  if (!c.dictionary.empty()) folder.write("dict.ddq", c.dictionary);
-  folder.write("common/A.vxs", "vxkd-symbol-series 1\n");
-  CVxSymbolDb db;
-  EXPECT_EQ(
-      db.open(wide(folder.file("dict.ddq")), c.appCode, 1500, wide(folder.file("common")), L""),
-      c.opens);
-  EXPECT_EQ(db.isOpen(), c.opens);
-  EXPECT_EQ(db.refreshSeries(), c.opens ? 1 : 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, SymbolDbOpen,
-    ::testing::Values(
-        OpenCase{"Good", "format vxkd-symbol-series 1\napplication S Schematic\n", "S", true},
-        OpenCase{"Missing", "", "S", false},
-        OpenCase{"OtherApplication", "format vxkd-symbol-series 1\napplication T x\n", "S", false},
-        OpenCase{"NoFormat", "application S Schematic\n", "S", false},
-        OpenCase{"OtherVersion", "format vxkd-symbol-series 2\napplication S x\n", "S", false},
-        OpenCase{"NoApplicationCode", "format vxkd-symbol-series 1\napplication S x\n", "", false}),
-    [](const auto& info) { return info.param.name; });
 
 // A library over a common and a user folder of its own.
 class SymbolLibrary : public ::testing::Test {
  protected:
   bool openLibrary(long language = 1500) {
-    return db_.open(installedDictionary(), "S", language, wide(folder_.file("common")),
-                    wide(folder_.file("user")));
+    return db_.open(installedDictionary(), "S", language, folder_.path(L"common"),
+                    folder_.path(L"user"));
   }
   std::wstring seriesList() const {
     CWszArray ids;
@@ -116,7 +91,7 @@ class SymbolLibrary : public ::testing::Test {
     return ids.join(L",").str();
   }
 
-  CScratchFolder folder_;
+  vxkd_test::TempFolder folder_;
   CVxSymbolDb db_;
 };
 
@@ -134,14 +109,6 @@ TEST_F(SymbolLibrary, SeriesAreTheFilesOfBothFoldersInNaturalOrder) {
   EXPECT_TRUE(db_.seriesIdAt(-1).isEmpty());
   EXPECT_EQ(db_.findSeries(L"B"), 2);
   EXPECT_EQ(db_.findSeries(L"b"), -1);
-}
-
-TEST_F(SymbolLibrary, WithoutSeriesThereAreNoDefaults) {
-  ASSERT_TRUE(openLibrary());
-  EXPECT_EQ(db_.refreshSeries(), 0);
-  EXPECT_EQ(seriesList(), L"");
-  db_.close();
-  EXPECT_EQ(db_.refreshSeries(), 0);
 }
 
 TEST_F(SymbolLibrary, UserSeriesReplacesTheCommonOneOfTheSameId) {
@@ -184,12 +151,9 @@ TEST_F(SymbolLibrary, SeriesFileGivesItsSymbolsInTheLibrarysLanguage) {
   EXPECT_EQ(symbols[0].projectId(), 0);
   ASSERT_EQ(symbols[0].nodeCount(), 2);
   CGmNode first = *symbols[0].nodeAt(0);
-  EXPECT_EQ(first.type, 1);
-  EXPECT_EQ(first.flags, 2);
-  EXPECT_FLOAT_EQ(first.v[0], 0.5f);
-  EXPECT_FLOAT_EQ(first.v[1], -1.0f);
-  EXPECT_FLOAT_EQ(first.v[2], 20.0f);
-  EXPECT_FLOAT_EQ(symbols[0].nodeAt(1)->v[5], 1.0f);
+  EXPECT_TRUE(first.type == 1 && first.flags == 2 && first.v[0] == 0.5f && first.v[1] == -1.0f &&
+              first.v[2] == 20.0f);
+  EXPECT_EQ(symbols[0].nodeAt(1)->v[5], 1.0f);
   EXPECT_STREQ(symbols[1].symbolId(), "Check");
   EXPECT_EQ(symbols[1].desc().str(), L"Check valve") << "no text in 1501: the plain one";
 
@@ -200,16 +164,19 @@ TEST_F(SymbolLibrary, SeriesFileGivesItsSymbolsInTheLibrarysLanguage) {
   EXPECT_EQ(symbols[0].desc().str(), L"Gate valve");
 }
 
-TEST_F(SymbolLibrary, FileThatIsNotASeriesReadsNothing) {
+TEST_F(SymbolLibrary, FileThatIsNotASeriesReadsNothingAndGivesNoDefaults) {
   folder_.write("common/Other.vxs", "something else\n[Gate]\nnode=1 0 0 0 0 0 0 0\n");
   folder_.write("common/Blank.vxs", "\n# nothing\n");
   ASSERT_TRUE(openLibrary());
+  EXPECT_EQ(seriesList(), L"") << "no series before a refresh, so no defaults";
   db_.refreshSeries();
   std::vector<CVxSymbolModel> symbols{CVxSymbolModel()};
   EXPECT_FALSE(db_.readSeries(L"Other", symbols));
   EXPECT_TRUE(symbols.empty());
   EXPECT_FALSE(db_.readSeries(L"Blank", symbols));
   EXPECT_FALSE(db_.readSeries(L"Missing", symbols));
+  db_.close();
+  EXPECT_EQ(db_.refreshSeries(), 0);
 }
 
 }  // namespace

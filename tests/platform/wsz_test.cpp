@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/arrays.h"
+#include "platform/sz.h"
 
 namespace {
 
@@ -12,13 +13,7 @@ std::vector<std::wstring> lines(const CWszArray& a) {
   return out;
 }
 
-TEST(WszTest, CatOfAnIntegerAppendsItsDecimalForm) {
-  CWsz s(L"unit ");
-  s.cat(101, 0).cat(L'/').cat(-5, 0);
-  EXPECT_EQ(s.str(), L"unit 101/-5");
-}
-
-TEST(WszTest, MidTrimFindAndReplace) {
+TEST(WszTest, CatMidTrimFindAndReplace) {
   CWsz s(L"  {Width} x {Height}\r\n");
   s.trim();
   EXPECT_EQ(s.str(), L"{Width} x {Height}");
@@ -29,7 +24,7 @@ TEST(WszTest, MidTrimFindAndReplace) {
   EXPECT_EQ(s.findNoCase(L"HEIGHT"), 11);
   CWsz path(L"A/B/C");
   EXPECT_EQ(path.replace(L'/', L'\\'), 2);
-  EXPECT_EQ(path.str(), L"A\\B\\C");
+  EXPECT_EQ(path.cat(101, 0).cat(L'/').cat(-5, 0).str(), L"A\\B\\C101/-5");
   CWsz blank(L" \t ");
   EXPECT_TRUE(blank.trim().isEmpty());
 }
@@ -42,24 +37,22 @@ TEST(WszTest, NullTextIsEmptyAndConversionIsNeverNull) {
   EXPECT_EQ(CWsz::fromUtf8("Ääk").toUtf8(), "Ääk");
 }
 
-TEST(WszArrayTest, ParseMemoSplitsAtBothLineBreaks) {
+TEST(WszArrayTest, ParseMemoSplitsAtLineBreaksAndWrapsAtWords) {
+  const struct {
+    const wchar_t* memo;
+    int width;
+    std::vector<std::wstring> lines;
+  } cases[] = {{L"first\r\nsecond\nthird", 0, {L"first", L"second", L"third"}},
+               {L"one\r\n\r\ntwo\n", 80, {L"one", L"", L"two", L""}},
+               {L"", 10, {}},
+               {L"the quick brown fox jumps", 10, {L"the quick", L"brown fox", L"jumps"}},
+               {L"abcdefghijklmnopqrstuvw xy", 10, {L"abcdefghij", L"klmnopqrst", L"uvw xy"}},
+               {L"exactly ten", 11, {L"exactly ten"}}};
   CWszArray a;
-  a.parseMemo(L"first\r\nsecond\nthird", 0);
-  EXPECT_EQ(lines(a), (std::vector<std::wstring>{L"first", L"second", L"third"}));
-  a.parseMemo(L"one\r\n\r\ntwo\n", 80);
-  EXPECT_EQ(lines(a), (std::vector<std::wstring>{L"one", L"", L"two", L""}));
-  a.parseMemo(L"", 10);
-  EXPECT_EQ(a.length(), 0);
-}
-
-TEST(WszArrayTest, ParseMemoWrapsAtWordsAndCutsLongWords) {
-  CWszArray a;
-  a.parseMemo(L"the quick brown fox jumps", 10);
-  EXPECT_EQ(lines(a), (std::vector<std::wstring>{L"the quick", L"brown fox", L"jumps"}));
-  a.parseMemo(L"abcdefghijklmnopqrstuvw xy", 10);
-  EXPECT_EQ(lines(a), (std::vector<std::wstring>{L"abcdefghij", L"klmnopqrst", L"uvw xy"}));
-  a.parseMemo(L"exactly ten", 11);
-  EXPECT_EQ(lines(a), (std::vector<std::wstring>{L"exactly ten"}));
+  for (const auto& c : cases) {
+    a.parseMemo(c.memo, c.width);
+    EXPECT_EQ(lines(a), c.lines) << cuSz::toUtf8(c.memo);
+  }
 }
 
 TEST(WszArrayTest, JoinAndFindNoCase) {

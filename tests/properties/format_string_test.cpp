@@ -13,15 +13,7 @@ CKdProperty property(long id, const wchar_t* name, V::valueTypeId type, int deci
   return p;
 }
 
-struct FormatCase {
-  const wchar_t* format;
-  const wchar_t* text;
-  bool result;
-};
-
-class BuildFmtString : public testing::TestWithParam<FormatCase> {};
-
-TEST_P(BuildFmtString, PrintsTheNamedValuesBetweenTheLiterals) {
+TEST(BuildFmtString, PrintsTheNamedValuesBetweenTheLiterals) {
   CKdPropertyArray props;
   CKdProperty rows[] = {property(1, L"Width", V::typeInt32, 0, L"100"),
                         property(2, L"Height", V::typeInt32, 0, L"50"),
@@ -29,19 +21,23 @@ TEST_P(BuildFmtString, PrintsTheNamedValuesBetweenTheLiterals) {
                         property(4, L"Depth", V::typeInt32, 0, nullptr),
                         property(-1, L"*PARTID*", V::typeText, 0, L"P-7")};
   for (const CKdProperty& p : rows) props.append(&p);
-  CWsz out(L"old");
-  EXPECT_EQ(VxKd::buildFmtString(GetParam().format, props, out), GetParam().result);
-  EXPECT_EQ(out, GetParam().text);
+  const struct {
+    const wchar_t* format;
+    const wchar_t* text;
+    bool result;
+  } cases[] = {{L"{Width} x {Height}", L"100 x 50", true},
+               {L"{width}{PI} mm{Depth}", L"1003.14 mm", true},
+               {L"a}b", L"a}b", true},
+               {nullptr, L"", true},
+               {L"{*partid*}-{Unknown}", L"P-7-", true},
+               {L"{*CRNL*}", L"", false},
+               {L"<{*NOTE*}{Width}>", L"<100>", false},
+               {L"x{Width", L"x", true}};
+  for (const auto& c : cases) {
+    CWsz out(L"old");
+    EXPECT_EQ(VxKd::buildFmtString(c.format, props, out), c.result) << c.text;
+    EXPECT_EQ(out, c.text);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Formats, BuildFmtString,
-                         testing::Values(FormatCase{L"{Width} x {Height}", L"100 x 50", true},
-                                         FormatCase{L"{width}{PI} mm{Depth}", L"1003.14 mm", true},
-                                         FormatCase{L"a}b", L"a}b", true},
-                                         FormatCase{L"", L"", true}, FormatCase{nullptr, L"", true},
-                                         FormatCase{L"{*partid*}-{Unknown}", L"P-7-", true},
-                                         FormatCase{L"{*CRNL*}", L"", false},
-                                         FormatCase{L"<{*NOTE*}{Width}>", L"<100>", false},
-                                         FormatCase{L"x{Width", L"x", true}));
 
 }  // namespace

@@ -6,10 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "language_texts.h"
-#include "foundation/common_list_item.h"
+#include "support/temp_dataset.h"
 #include "support/ui_fixture.h"
-#include "temp_dataset.h"
 
 namespace {
 
@@ -76,77 +74,62 @@ TEST(PropertyDefArray, AddTakesSpecialIdOrNextFreeUserId) {
 }
 
 TEST(PropertyDefArray, AddStdPropertyTakesTheSpecialRowOrRefuses) {
-  vxkd_test::openLanguageTexts();
+  vxkd_test::openLanguageDb();
   CKdPropertyDefArray defs;
   ASSERT_TRUE(defs.addStdProperty(L"*SysTempSup*"));
   const CKdPropertyDef* def = defs.objAt(0);
-  EXPECT_EQ(def->dbId(), -24);
-  EXPECT_EQ(def->valueType(), V::typeSingleReal);
-  EXPECT_EQ(def->unit().id(), CKdUnit::unitC);
-  EXPECT_EQ(def->decimals(), 0);
+  EXPECT_TRUE(def->dbId() == -24 && def->valueType() == V::typeSingleReal && def->isStdProperty());
   EXPECT_EQ(def->desc(), L"V&P System supply pipe temperature [C]");
-  EXPECT_TRUE(def->isStdProperty());
 
   for (const wchar_t* name : {L"SYSTEMPSUP", L"*NOPE*", L"", static_cast<const wchar_t*>(nullptr)})
     EXPECT_FALSE(defs.addStdProperty(name));
   EXPECT_EQ(defs.length(), 1);
 }
 
-struct FilterCase {
-  const wchar_t* text;
-  const wchar_t* kept;
-  bool result;
-};
-
-class PropertyDefFilter : public testing::TestWithParam<FilterCase> {};
-
-TEST_P(PropertyDefFilter, KeepsDefinitionsHoldingEveryWordInNameOrDescription) {
+TEST(PropertyDefArray, FilterKeepsDefinitionsHoldingEveryWordInNameOrDescription) {
+  const struct {
+    const wchar_t* text;
+    const wchar_t* kept;
+    bool result;
+  } cases[] = {{L"dia  PIPE ", L"Diameter", true},
+               {L"duct", L"Width Height", true},
+               {L"height DUCT", L"Height", true},
+               {L"pipe width", L"", true},
+               {L" ", L"Width Height Diameter Material", true},
+               {L"", L"Width Height Diameter Material", false},
+               {nullptr, L"Width Height Diameter Material", false}};
   CKdPropertyDefArray defs = sampleDefs();
-  CKdPropertyDefArray out;
-  out.append(defs.objAt(0));  // whatever `out` held is replaced
-  EXPECT_EQ(defs.filter(GetParam().text, out), GetParam().result);
-  EXPECT_EQ(names(out), GetParam().kept);
+  for (const auto& c : cases) {
+    CKdPropertyDefArray out;
+    out.append(defs.objAt(0));  // whatever `out` held is replaced
+    EXPECT_EQ(defs.filter(c.text, out), c.result) << c.kept;
+    EXPECT_EQ(names(out), c.kept);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Words, PropertyDefFilter,
-                         testing::Values(FilterCase{L"Dia Pipe", L"Diameter", true},
-                                         FilterCase{L"dia  PIPE ", L"Diameter", true},
-                                         FilterCase{L"duct", L"Width Height", true},
-                                         FilterCase{L"height DUCT", L"Height", true},
-                                         FilterCase{L"pipe width", L"", true},
-                                         FilterCase{L" ", L"Width Height Diameter Material", true},
-                                         FilterCase{L"", L"Width Height Diameter Material", false},
-                                         FilterCase{nullptr, L"Width Height Diameter Material",
-                                                    false}));
-
-struct FormatCase {
-  const wchar_t* format;
-  const wchar_t* entries;
-  const wchar_t* written;
-};
-
-class PropertyDefFormat : public testing::TestWithParam<FormatCase> {};
-
-TEST_P(PropertyDefFormat, ReadsLiteralsAndDefinitionsAndWritesThemBack) {
-  vxkd_test::openLanguageTexts();
+TEST(PropertyDefArray, FormatReadsLiteralsAndDefinitionsAndWritesThemBack) {
+  ASSERT_TRUE(vxkd_test::openLanguageDb());
+  const struct {
+    const wchar_t* format;
+    const wchar_t* entries;
+    const wchar_t* written;
+  } cases[] = {
+      {L"Size {Width}x{Height}", L"'Size ' Width#1 'x' Height#2", L"Size {Width}x{Height}"},
+      {L"{*PARTID*}-{Unknown}", L"*PARTID*#-1 '-'", L"{*PARTID*}-"},
+      {L"abc{def", L"'abc'", L"abc"},
+      {L"{width}{*crnl*}", L"Width#1 *crnl*#-2", L"{Width}{*crnl*}"},
+      {L"a}b{x{Height}}", L"'a}b' '}'", L"a}b}"},
+      {nullptr, L"", L""}};
   CKdPropertyDefArray entries;
   entries.readFormat(L"{Width}", sampleDefs());  // replaced by the next read
-  entries.readFormat(GetParam().format, sampleDefs());
-  EXPECT_EQ(describe(entries), GetParam().entries);
-  CWsz written(L"old");
-  entries.writeFormat(written);
-  EXPECT_EQ(written, GetParam().written);
+  for (const auto& c : cases) {
+    entries.readFormat(c.format, sampleDefs());
+    EXPECT_EQ(describe(entries), c.entries);
+    CWsz written(L"old");
+    entries.writeFormat(written);
+    EXPECT_EQ(written, c.written);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Formats, PropertyDefFormat,
-    testing::Values(FormatCase{L"Size {Width}x{Height}", L"'Size ' Width#1 'x' Height#2",
-                               L"Size {Width}x{Height}"},
-                    FormatCase{L"{*PARTID*}-{Unknown}", L"*PARTID*#-1 '-'", L"{*PARTID*}-"},
-                    FormatCase{L"abc{def", L"'abc'", L"abc"},
-                    FormatCase{L"{width}{*crnl*}", L"Width#1 *crnl*#-2", L"{Width}{*crnl*}"},
-                    FormatCase{L"a}b{x{Height}}", L"'a}b' '}'", L"a}b}"}, FormatCase{L"", L"", L""},
-                    FormatCase{nullptr, L"", L""}));
 
 TEST(PropertyDefArray, SortOrdersByEachKeyBothWays) {
   struct {
@@ -167,65 +150,49 @@ TEST(PropertyDefArray, SortOrdersByEachKeyBothWays) {
   }
 }
 
-TEST(PropertyDefArray, ListItemsCarryIdNameAndDescription) {
-  CKdCommonListItemArray items;
-  items.append(7, L"stale");
-  sampleDefs().asCommonListItems(items);
-  ASSERT_EQ(items.length(), 4);
-  EXPECT_EQ(items.objAt(2)->id(), 3);
-  EXPECT_EQ(items.objAt(2)->text(), L"Diameter");
-  EXPECT_EQ(items.objAt(2)->desc(), L"Pipe size");
-}
-
 // ---- Name validation and deletion: message boxes ----
 
 constexpr unsigned kErrorBox = MB_OK | MB_ICONSTOP | MB_TASKMODAL;
 const wchar_t* const kReservedText =
     L"Property name cannot contain any of the following characters:\r* ; : , | & = < > ";
 
-struct NameCase {
-  const wchar_t* name;
-  int editedIndex;  // -1: a new definition
-  bool accepted;
-  const wchar_t* message;  // null: no box
-};
+using PropertyDefName = vxkd_test::RecordingUiTest;
 
-class PropertyDefName : public vxkd_test::RecordingUiTest,
-                        public testing::WithParamInterface<NameCase> {};
-
-TEST_P(PropertyDefName, IsAcceptedOrRefusedWithItsMessage) {
-  const NameCase& c = GetParam();
+TEST_F(PropertyDefName, IsAcceptedOrRefusedWithItsMessage) {
+  const struct {
+    const wchar_t* name;
+    int editedIndex;  // -1: a new definition
+    bool accepted;
+    const wchar_t* message;  // null: no box
+  } cases[] = {{L"", -1, false, nullptr},
+               {nullptr, 0, false, nullptr},
+               {L"width", -1, false, L"Property name must be unique"},
+               {L"WIDTH", 0, false, L"Property name must be unique"},
+               {L"Height", 0, false, L"Property name must be unique"},
+               {L"Width", 0, true, nullptr},
+               {L"Depth", 0, true, nullptr},
+               {L"A;B", -1, false, kReservedText},
+               {L"*X*", -1, false, kReservedText},
+               {L"a>b", 1, false, kReservedText},
+               {L"A\tB", -1, false, L"Property name contains illegal special character"},
+               {L"Länge ß", -1, true, nullptr}};
   CKdPropertyDefArray defs = sampleDefs();
-  const CKdPropertyDef* edited = c.editedIndex >= 0 ? defs.objAt(c.editedIndex) : nullptr;
-  EXPECT_EQ(CKdPropertyDefArray::validateName(nullptr, defs, c.name, edited), c.accepted);
-  if (!c.message) {
-    EXPECT_EQ(ui_.boxCount(), 0);
-    return;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << (c.name ? CWsz(c.name).toUtf8() : "null"));
+    ui_.clear();
+    const CKdPropertyDef* edited = c.editedIndex >= 0 ? defs.objAt(c.editedIndex) : nullptr;
+    EXPECT_EQ(CKdPropertyDefArray::validateName(nullptr, defs, c.name, edited), c.accepted);
+    ASSERT_EQ(ui_.boxCount(), c.message ? 1 : 0);
+    if (c.message) {
+      EXPECT_EQ(ui_.lastBox().caption, L"Invalid Property Name");
+      EXPECT_EQ(ui_.lastBox().text, c.message);
+      EXPECT_EQ(ui_.lastBox().style, kErrorBox);
+    }
   }
-  ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().caption, L"Invalid Property Name");
-  EXPECT_EQ(ui_.lastBox().text, c.message);
-  EXPECT_EQ(ui_.lastBox().style, kErrorBox);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Names, PropertyDefName,
-    testing::Values(NameCase{L"", -1, false, nullptr}, NameCase{nullptr, 0, false, nullptr},
-                    NameCase{L"width", -1, false, L"Property name must be unique"},
-                    NameCase{L"WIDTH", 0, false, L"Property name must be unique"},
-                    NameCase{L"Height", 0, false, L"Property name must be unique"},
-                    NameCase{L"Width", 0, true, nullptr}, NameCase{L"Depth", 0, true, nullptr},
-                    NameCase{L"A;B", -1, false, kReservedText},
-                    NameCase{L"*X*", -1, false, kReservedText},
-                    NameCase{L"a>b", 1, false, kReservedText},
-                    NameCase{L"A\tB", -1, false,
-                             L"Property name contains illegal special character"},
-                    NameCase{L"Länge ß", -1, true, nullptr}));
-
-using PropertyDefNameLanguage = vxkd_test::RecordingUiTest;
-
 // The German texts prove that each refusal looks up its own text.
-TEST_F(PropertyDefNameLanguage, RefusalsShowTheTextsOfTheActiveLanguage) {
+TEST_F(PropertyDefName, RefusalsShowTheTextsOfTheActiveLanguage) {
   vxkd_test::ScopedLanguage german(vxkd_test::kGerman);
   ASSERT_TRUE(german.active());
   CKdPropertyDefArray defs = sampleDefs();
@@ -258,6 +225,12 @@ class FakeUser : public iKdPropertyDefUser {
 using PropertyDefDelete = vxkd_test::RecordingUiTest;
 
 TEST_F(PropertyDefDelete, KeepsUsedDefinitionsAndNamesTheirUsersOnce) {
+  FakeUser layersOf1(iKdPropertyDefUser::layerDefinitions, {1});
+  CKdPropertyDefArray unused = sampleDefs();
+  EXPECT_TRUE(unused.deleteUnused(nullptr, {3, 1}, {&layersOf1}));
+  EXPECT_EQ(names(unused), L"Width Diameter");
+  EXPECT_EQ(ui_.boxCount(), 0) << "nothing kept: no box";
+
   FakeUser report(iKdPropertyDefUser::reportDefinitions, {3});
   FakeUser products(iKdPropertyDefUser::productDefinitions, {2, 3});
   FakeUser moreProducts(iKdPropertyDefUser::productDefinitions, {2});
@@ -272,14 +245,6 @@ TEST_F(PropertyDefDelete, KeepsUsedDefinitionsAndNamesTheirUsersOnce) {
             L"Some of the selected property definitions could not be deleted. They are used in "
             L"following items:\r\nProduct definitions\r\nReport definitions");
   EXPECT_EQ(ui_.lastBox().style, MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL);
-}
-
-TEST_F(PropertyDefDelete, DeletesUnusedDefinitionsWithoutABox) {
-  FakeUser layers(iKdPropertyDefUser::layerDefinitions, {1});
-  CKdPropertyDefArray defs = sampleDefs();
-  EXPECT_TRUE(defs.deleteUnused(nullptr, {3, 1}, {&layers}));
-  EXPECT_EQ(names(defs), L"Width Diameter");
-  EXPECT_EQ(ui_.boxCount(), 0);
 }
 
 TEST_F(PropertyDefDelete, ListsEveryKindInItsOrderInTheActiveLanguage) {

@@ -5,7 +5,7 @@
 #include <clocale>
 #include <string>
 
-#include "temp_dataset.h"
+#include "support/temp_dataset.h"
 
 namespace {
 
@@ -35,65 +35,49 @@ std::wstring describe(const CKdPropertyArray& set) {
   return out;
 }
 
-struct SetValueCase {
-  V::valueTypeId type;
-  int decimals;
-  const wchar_t* text;
-  bool result;
-  bool hasValue;
-  const wchar_t* printed;
-};
-
-class PropertySetValue : public testing::TestWithParam<SetValueCase> {};
-
-TEST_P(PropertySetValue, ReadsTheTextAsTheValueType) {
-  const SetValueCase& c = GetParam();
-  CKdProperty p = property(1, L"P", c.type, c.decimals, L"99");  // replaced or cleared
-  EXPECT_EQ(p.setValue(c.text), c.result);
-  EXPECT_EQ(p.hasValue(), c.hasValue);
-  EXPECT_EQ(p.value().typeId(), c.type == 7 ? V::typeNone : c.type);
-  EXPECT_EQ(p.getValueAsText(false), c.printed);
+TEST(Property, SetValueReadsTheTextAsTheValueType) {
+  const std::wstring k30Digits(30, L'1'), k31Digits(31, L'1');
+  const struct {
+    int type, decimals;
+    const wchar_t* text;
+    bool result, hasValue;
+    const wchar_t* printed;
+  } cases[] = {
+      {V::typeDoubleReal, 2, L"3,14159", true, true, L"3.14"},
+      {V::typeDoubleReal, 1, L" \t-1.5e2 mm", true, true, L"-150.0"},
+      {V::typeDoubleReal, 1, L"+.5", true, true, L"0.5"},
+      {V::typeDoubleReal, 0, k30Digits.c_str(), true, true, L"111111111111111105501764517888"},
+      {V::typeDoubleReal, 0, k31Digits.c_str(), false, false, L""},
+      {V::typeDoubleReal, 2, L"+-1", false, true, L"0.00"},
+      {V::typeDoubleReal, 2, L"inf", false, true, L"0.00"},
+      {V::typeDoubleReal, 2, L"1e999", false, true, L"0.00"},
+      {V::typeDoubleReal, 2, L"", true, false, L""},
+      {V::typeSingleReal, 9, L"0,1", true, true, L"0.100000001"},
+      {V::typeSingleReal, 0, L"1e39", false, true, L"0"},
+      {V::typeInt32, 0, L"12.9", true, true, L"12"},
+      {V::typeInt32, 0, L"x12", false, true, L"0"},
+      {V::typeInt32, 0, L"2147483648", false, true, L"0"},
+      {V::typeInt16, 0, L" -32768", true, true, L"-32768"},
+      {V::typeInt16, 0, L"32768", false, true, L"0"},
+      {V::typeText, 0, L" Steel, 1.4301 ", true, true, L" Steel, 1.4301 "},
+      {V::typeText, 0, L"", true, false, L""},
+      {V::typeNone, 0, L"5", false, false, L""},
+      {7, 0, L"5", false, false, L""}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "type " << c.type << ": " << CWsz(c.text).toUtf8());
+    CKdProperty p = property(1, L"P", static_cast<V::valueTypeId>(c.type), c.decimals, L"99");
+    EXPECT_EQ(p.setValue(c.text), c.result);  // replaced or cleared
+    EXPECT_EQ(p.hasValue(), c.hasValue);
+    EXPECT_EQ(p.value().typeId(), c.type == 7 ? V::typeNone : c.type);
+    EXPECT_EQ(p.getValueAsText(false), c.printed);
+  }
 }
-
-const std::wstring k30Digits(30, L'1');
-const std::wstring k31Digits(31, L'1');
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, PropertySetValue,
-    testing::Values(SetValueCase{V::typeDoubleReal, 2, L"3,14159", true, true, L"3.14"},
-                    SetValueCase{V::typeDoubleReal, 1, L" \t-1.5e2 mm", true, true, L"-150.0"},
-                    SetValueCase{V::typeDoubleReal, 1, L"+.5", true, true, L"0.5"},
-                    SetValueCase{V::typeDoubleReal, 0, k30Digits.c_str(), true, true,
-                                 L"111111111111111105501764517888"},
-                    SetValueCase{V::typeDoubleReal, 0, k31Digits.c_str(), false, false, L""},
-                    SetValueCase{V::typeDoubleReal, 2, L"x1", false, true, L"0.00"},
-                    SetValueCase{V::typeDoubleReal, 2, L"+-1", false, true, L"0.00"},
-                    SetValueCase{V::typeDoubleReal, 2, L"inf", false, true, L"0.00"},
-                    SetValueCase{V::typeDoubleReal, 2, L"1e999", false, true, L"0.00"},
-                    SetValueCase{V::typeDoubleReal, 2, L"", true, false, L""},
-                    SetValueCase{V::typeSingleReal, 9, L"0,1", true, true, L"0.100000001"},
-                    SetValueCase{V::typeSingleReal, 0, L"1e39", false, true, L"0"},
-                    SetValueCase{V::typeInt32, 0, L"12.9", true, true, L"12"},
-                    SetValueCase{V::typeInt32, 0, L"x12", false, true, L"0"},
-                    SetValueCase{V::typeInt32, 0, L".5", false, true, L"0"},
-                    SetValueCase{V::typeInt32, 0, L"2147483648", false, true, L"0"},
-                    SetValueCase{V::typeInt16, 0, L" -32768", true, true, L"-32768"},
-                    SetValueCase{V::typeInt16, 0, L"32768", false, true, L"0"},
-                    SetValueCase{V::typeText, 0, L" Steel, 1.4301 ", true, true,
-                                 L" Steel, 1.4301 "},
-                    SetValueCase{V::typeText, 0, k31Digits.c_str(), true, true, k31Digits.c_str()},
-                    SetValueCase{V::typeText, 0, L"", true, false, L""},
-                    SetValueCase{V::typeNone, 0, L"5", false, false, L""},
-                    SetValueCase{static_cast<V::valueTypeId>(7), 0, L"5", false, false, L""}));
 
 // A host may run under a locale with a decimal comma; reading must not follow it.
 TEST(Property, SetValueIgnoresTheDecimalCommaOfTheProcessLocale) {
   const char* found = nullptr;
   for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"})
-    if (std::setlocale(LC_ALL, name)) {
-      found = name;
-      break;
-    }
+    if (!found && std::setlocale(LC_ALL, name)) found = name;
   if (!found) GTEST_SKIP() << "no locale with a decimal comma installed";
   CKdProperty p = property(1, L"P", V::typeDoubleReal, 2);
   bool ok = p.setValue(L"2.5");
@@ -109,16 +93,6 @@ TEST(Property, PrintValueWithUnitAppendsTheUnitIdToNumbersOnly) {
 }
 
 // ---- Stored form ----
-
-TEST(PropertyArray, WritesOneLinePerPropertyJoinedByCrLf) {
-  CWsz text(L"old");
-  setOf({property(12, L"A", V::typeInt16, 0, L"5"), property(15, L"B", V::typeText),
-         property(3, L"C", V::typeDoubleReal, 1, L"350")})
-      .writeAttributeText(text);
-  EXPECT_EQ(text, L"12=5\r\n15=\r\n3=350.0");
-  CKdPropertyArray().writeAttributeText(text);
-  EXPECT_EQ(text, L"");
-}
 
 CKdPropertyDefArray definitions() {
   CKdPropertyDefArray defs;
@@ -141,17 +115,21 @@ TEST(PropertyArray, ReadSkipsLinesWithoutAUsableDefinedId) {
   EXPECT_EQ(set.length(), 0);
 }
 
-TEST(PropertyArray, StoredRealKeepsOnlyItsPrintedDecimals) {
-  CKdPropertyArray set = setOf({property(20, L"C", V::typeDoubleReal, 2, L"3,14159")});
+TEST(PropertyArray, StoredFormIsOneLinePerPropertyWithOnlyThePrintedDecimals) {
+  CWsz text(L"old");
+  CKdPropertyArray().writeAttributeText(text);
+  EXPECT_EQ(text, L"");
+  CKdPropertyArray set =
+      setOf({property(12, L"A", V::typeInt16, 0, L"5"), property(15, L"B", V::typeText),
+             property(20, L"C", V::typeDoubleReal, 2, L"3,14159")});
   double value = 0;
-  set.objAt(0)->value().getDoubleReal(value);
+  set.objAt(2)->value().getDoubleReal(value);
   EXPECT_EQ(value, 3.14159);
-  EXPECT_EQ(set.objAt(0)->getValueAsText(false), L"3.14");
-  CWsz text;
   set.writeAttributeText(text);
+  EXPECT_EQ(text, L"12=5\r\n15=\r\n20=3.14");
   CKdPropertyArray read;
   read.readAttributeText(text, definitions());
-  read.objAt(0)->value().getDoubleReal(value);
+  read.objAt(2)->value().getDoubleReal(value);
   EXPECT_EQ(value, 3.14);
 }
 
@@ -172,7 +150,7 @@ TEST(PropertyArray, CopyValuesFromTakesNamesakesOfTheSameTypeOnly) {
   EXPECT_EQ(set.objAt(0)->desc(), L"mine");
 }
 
-TEST(PropertyArray, CopyValuesAndSettingsFromTakesTheWholeNamesake) {
+TEST(PropertyArray, CopyValuesAndSettingsOrAddPropertiesTakeTheWholeNamesake) {
   CKdPropertyArray set = setOf({property(1, L"Width", V::typeInt32, 0, L"7"),
                                 property(2, L"Height", V::typeInt32, 0, L"1")});
   set.copyValuesAndSettingsFrom(setOf({property(9, L"WIDTH", V::typeDoubleReal, 1, L"9.5")}));
@@ -181,13 +159,9 @@ TEST(PropertyArray, CopyValuesAndSettingsFromTakesTheWholeNamesake) {
   EXPECT_EQ(width->valueType(), V::typeDoubleReal);
   EXPECT_EQ(width->decimals(), 1);
   EXPECT_EQ(describe(set), L"WIDTH=9.5 Height=1");
-}
-
-TEST(PropertyArray, AddPropertiesFromAppendsOnlyMissingNames) {
-  CKdPropertyArray set = setOf({property(1, L"Width", V::typeInt32, 0, L"7")});
   set.addPropertiesFrom(setOf({property(2, L"width", V::typeInt32, 0, L"8"),
-                               property(3, L"Height", V::typeInt32, 0, L"9")}));
-  EXPECT_EQ(describe(set), L"Width=7 Height=9");
+                               property(3, L"Depth", V::typeInt32, 0, L"9")}));
+  EXPECT_EQ(describe(set), L"WIDTH=9.5 Height=1 Depth=9") << "only missing names are added";
 }
 
 TEST(PropertyArray, StandardPropertiesMoveOutInOrderOrAreDeleted) {

@@ -5,7 +5,8 @@
 #include <cwctype>
 #include <string>
 
-#include "language_texts.h"
+#include "support/ui_fixture.h"
+#include "ui/language.h"
 
 namespace {
 
@@ -25,44 +26,36 @@ TEST(SpecialProperty, NamesAndIdsMapBothWaysIgnoringCase) {
   for (long id : {0L, -30L, 1L}) EXPECT_EQ(VxKd::getSpecialPropertyName(id), nullptr);
 }
 
-struct LookupCase {
-  const wchar_t* name;
-  long id;
-  V::valueTypeId type;
-  CKdUnit::unitId unit;
-  int decimals;
-  const wchar_t* description;
-};
-
-class SpecialPropertyLookup : public testing::TestWithParam<LookupCase> {};
-
-TEST_P(SpecialPropertyLookup, GivesTheRowOrTheNeutralResult) {
-  vxkd_test::openLanguageTexts();
-  const LookupCase& c = GetParam();
-  EXPECT_EQ(VxKd::getSpecialPropertyDbId(c.name), c.id);
-  EXPECT_EQ(VxKd::getSpecialPropertyValueType(c.name), c.type);
-  EXPECT_EQ(VxKd::getSpecialPropertyUnit(c.name).id(), c.unit);
-  EXPECT_EQ(VxKd::getSpecialPropertyDecimals(c.name), c.decimals);
-  EXPECT_EQ(VxKd::getSpecialPropertyDescription(c.name), c.description);
+TEST(SpecialProperty, LookUpGivesTheRowOrTheNeutralResult) {
+  ASSERT_TRUE(vxkd_test::openLanguageDb());
+  const struct {
+    const wchar_t* name;
+    long id;
+    V::valueTypeId type;
+    CKdUnit::unitId unit;
+    int decimals;
+    const wchar_t* description;
+  } cases[] = {{L"*sysname*", -17, V::typeText, CKdUnit::unitNone, 0, L"V&P System name"},
+               {L"*LineWidth*", -5, V::typeSingleReal, CKdUnit::unitNone, 1, L"Linewidth"},
+               {L"*COUNT*", -14, V::typeInt16, CKdUnit::unitNone, 0, L"Count of similar"},
+               {L"*SYSTEMPCIRC*", -28, V::typeSingleReal, CKdUnit::unitC, 0,
+                L"V&P System circulation pipe temperature [C]"},
+               {L"SYSNAME", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
+               {L"*SYSNAME", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
+               {nullptr, 0, V::typeNone, CKdUnit::unitNone, 0, L""}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.id);
+    EXPECT_EQ(VxKd::getSpecialPropertyDbId(c.name), c.id);
+    EXPECT_EQ(VxKd::getSpecialPropertyValueType(c.name), c.type);
+    EXPECT_EQ(VxKd::getSpecialPropertyUnit(c.name).id(), c.unit);
+    EXPECT_EQ(VxKd::getSpecialPropertyDecimals(c.name), c.decimals);
+    EXPECT_EQ(VxKd::getSpecialPropertyDescription(c.name), c.description);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Names, SpecialPropertyLookup,
-    testing::Values(
-        LookupCase{L"*sysname*", -17, V::typeText, CKdUnit::unitNone, 0, L"V&P System name"},
-        LookupCase{L"*DESC*", -4, V::typeText, CKdUnit::unitNone, 0, L"Description"},
-        LookupCase{L"*LineWidth*", -5, V::typeSingleReal, CKdUnit::unitNone, 1, L"Linewidth"},
-        LookupCase{L"*COUNT*", -14, V::typeInt16, CKdUnit::unitNone, 0, L"Count of similar"},
-        LookupCase{L"*SYSTEMPCIRC*", -28, V::typeSingleReal, CKdUnit::unitC, 0,
-                   L"V&P System circulation pipe temperature [C]"},
-        LookupCase{L"SYSNAME", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
-        LookupCase{L"*SYSNAME", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
-        LookupCase{L"", 0, V::typeNone, CKdUnit::unitNone, 0, L""},
-        LookupCase{nullptr, 0, V::typeNone, CKdUnit::unitNone, 0, L""}));
 
 // Each row looks up its own text: in German every description is that row's text.
 TEST(SpecialProperty, DescriptionsAreTheRowsTextsInTheActiveLanguage) {
-  vxkd_test::openLanguageTexts();
+  ASSERT_TRUE(vxkd_test::openLanguageDb());
   // The unit table translates once, at its first use: let that be in English.
   (void)VxKd::getSpecialPropertyDescription(L"*SYSTEMPSUP*");
   vxkd_test::ScopedLanguage german(vxkd_test::kGerman);

@@ -3,9 +3,15 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <cerrno>
-
 namespace vxkd_test {
+
+namespace {
+// Sets errno and gives the failure result of a system call.
+int fail(int error) {
+  errno = error;
+  return -1;
+}
+}  // namespace
 
 FaultyEnv::FaultyEnv() : previous_(CEnv::install(this)) {}
 
@@ -17,36 +23,51 @@ void FaultyEnv::failOpen(const std::string& path, int accessMode, int error) {
   openError_ = error;
 }
 
+void FaultyEnv::failReads(const std::string& path, int error) {
+  readPath_ = path;
+  readError_ = error;
+}
+
+void FaultyEnv::failDatabaseWrites(int first, int error, bool sticky) {
+  dbFailAt_ = first > 0 ? dbWrites_ + first : 0;
+  dbError_ = error;
+  dbSticky_ = sticky;
+}
+
 int FaultyEnv::openFile(const std::string& path, int flags, mode_t mode) {
   lastOpenFlags_ = flags;
-  if (openError_ && path == openPath_ && (openMode_ < 0 || (flags & O_ACCMODE) == openMode_)) {
-    errno = openError_;
-    return -1;
-  }
+  if (openError_ && path == openPath_ && (openMode_ < 0 || (flags & O_ACCMODE) == openMode_))
+    return fail(openError_);
   int fd = CEnv::openFile(path, flags, mode);
   if (fd >= 0) ++opened_;
+  if (path == readPath_) readFd_ = fd;
   return fd;
 }
 
+ssize_t FaultyEnv::readFile(int fd, void* buffer, size_t size) {
+  if (readError_ && fd == readFd_) return fail(readError_);
+  return CEnv::readFile(fd, buffer, size);
+}
+
 ssize_t FaultyEnv::writeFile(int fd, const void* data, size_t size) {
-  if (writeError_) {
-    errno = writeError_;
-    return -1;
-  }
+  if (writeError_) return fail(writeError_);
   return CEnv::writeFile(fd, data, size);
 }
 
 int FaultyEnv::closeFile(int fd) {
   ++closed_;
+  if (fd == readFd_) readFd_ = -1;
   return CEnv::closeFile(fd);
 }
 
 int FaultyEnv::statFd(int fd, struct stat* st) {
-  if (statFdError_) {
-    errno = statFdError_;
-    return -1;
-  }
+  if (statFdError_) return fail(statFdError_);
   return CEnv::statFd(fd, st);
+}
+
+int FaultyEnv::renamePath(const std::string& from, const std::string& to) {
+  if (renameError_) return fail(renameError_);
+  return CEnv::renamePath(from, to);
 }
 
 int FaultyEnv::lockFd(int fd, int operation) {
@@ -60,14 +81,20 @@ int FaultyEnv::lockFd(int fd, int operation) {
 }
 
 int FaultyEnv::setFdTimes(int fd, const struct timespec times[2]) {
-  if (setTimesError_) {
-    errno = setTimesError_;
-    return -1;
-  }
+  if (setTimesError_) return fail(setTimesError_);
   if (!wholeSeconds_) return CEnv::setFdTimes(fd, times);
   struct timespec cut[2] = {times[0], times[1]};
   if (cut[1].tv_nsec != UTIME_OMIT && cut[1].tv_nsec != UTIME_NOW) cut[1].tv_nsec = 0;
   return CEnv::setFdTimes(fd, cut);
+}
+
+int FaultyEnv::checkDatabaseWrite(const std::string& path, size_t size) {
+  ++dbWrites_;
+  if (dbFailAt_ > 0 && (dbWrites_ == dbFailAt_ || (dbSticky_ && dbWrites_ > dbFailAt_))) {
+    ++dbFailures_;
+    return dbError_;
+  }
+  return CEnv::checkDatabaseWrite(path, size);
 }
 
 }  // namespace vxkd_test

@@ -2,6 +2,7 @@
 // FaultyEnv: a CEnv that fails chosen system calls and counts the files it opens, so that a
 // test can put an unreadable file, a full disk or a clumsy file system under the library.
 
+#include <cerrno>
 #include <functional>
 #include <string>
 
@@ -21,10 +22,16 @@ class FaultyEnv : public CEnv {
   // Fails each open(2) of `path` whose access mode is `accessMode` (O_RDONLY, O_WRONLY or
   // O_RDWR; -1 for any) with errno `error`.
   void failOpen(const std::string& path, int accessMode, int error);
-  // Fails every write(2), fstat(2) or futimens(2) with `error` (0 stops failing).
+  // Fails each read(2) from a descriptor opened for `path` with `error` (0 stops failing).
+  void failReads(const std::string& path, int error);
+  // Fails every write(2), fstat(2), futimens(2) or rename(2) with `error` (0 stops failing).
   void failWrites(int error) { writeError_ = error; }
   void failStatFd(int error) { statFdError_ = error; }
   void failSetTimes(int error) { setTimesError_ = error; }
+  void failRenames(int error) { renameError_ = error; }
+  // The `first`-th database write from now on (counting from 1) fails with `error`, and every
+  // later one too when `sticky` (a disk stays full). 0 lets every write through.
+  void failDatabaseWrites(int first, int error = ENOSPC, bool sticky = true);
   // Keeps only the whole seconds of the times set, as a file system with a coarse clock does.
   void keepWholeSeconds(bool on) { wholeSeconds_ = on; }
   // Runs `hook` with the descriptor after each granted flock(2), before the caller goes on.
@@ -35,27 +42,42 @@ class FaultyEnv : public CEnv {
   int closed() const { return closed_; }
   // The flags of the last open(2) asked for.
   int lastOpenFlags() const { return lastOpenFlags_; }
+  // Database writes asked about so far, and how many of them failed.
+  int databaseWrites() const { return dbWrites_; }
+  int databaseWriteFailures() const { return dbFailures_; }
 
   int openFile(const std::string& path, int flags, mode_t mode) override;
+  ssize_t readFile(int fd, void* buffer, size_t size) override;
   ssize_t writeFile(int fd, const void* data, size_t size) override;
   int closeFile(int fd) override;
   int statFd(int fd, struct stat* st) override;
+  int renamePath(const std::string& from, const std::string& to) override;
   int lockFd(int fd, int operation) override;
   int setFdTimes(int fd, const struct timespec times[2]) override;
+  int checkDatabaseWrite(const std::string& path, size_t size) override;
 
  private:
   CEnv* previous_ = nullptr;
   std::string openPath_;
   int openMode_ = -1;
   int openError_ = 0;
+  std::string readPath_;
+  int readFd_ = -1;
+  int readError_ = 0;
   int writeError_ = 0;
   int statFdError_ = 0;
   int setTimesError_ = 0;
+  int renameError_ = 0;
   bool wholeSeconds_ = false;
   std::function<void(int)> lockHook_;
   int opened_ = 0;
   int closed_ = 0;
   int lastOpenFlags_ = 0;
+  int dbWrites_ = 0;
+  int dbFailures_ = 0;
+  int dbFailAt_ = 0;
+  int dbError_ = ENOSPC;
+  bool dbSticky_ = true;
 };
 
 }  // namespace vxkd_test

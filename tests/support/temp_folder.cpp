@@ -36,6 +36,15 @@ CWsz TempFolder::path(const wchar_t* name) const {
   return CWsz(cuSz::fromUtf8(native(cuSz::toUtf8(name))));
 }
 
+bool TempFolder::write(std::string_view name, std::string_view bytes) const {
+  std::filesystem::path target = native(name);
+  std::error_code ignored;
+  std::filesystem::create_directories(target.parent_path(), ignored);
+  return writeBytes(target.string(), bytes);
+}
+
+std::string TempFolder::read(std::string_view name) const { return readBytes(native(name)); }
+
 bool writeBytes(const std::string& path, std::string_view bytes) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -59,6 +68,21 @@ bool setModTime(const std::string& path, uint64_t units) {
   times[1].tv_sec = static_cast<time_t>(units / kUnitsPerSecond);
   times[1].tv_nsec = static_cast<long>(units % kUnitsPerSecond) * 100;
   return ::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+}
+
+ScopedEnv::ScopedEnv(const char* name, const std::string& value) : name_(name) {
+  if (const char* old = std::getenv(name)) {
+    old_ = old;
+    hadOld_ = true;
+  }
+  setenv(name, value.c_str(), 1);
+}
+
+ScopedEnv::~ScopedEnv() {
+  if (hadOld_)
+    setenv(name_.c_str(), old_.c_str(), 1);
+  else
+    unsetenv(name_.c_str());
 }
 
 }  // namespace vxkd_test

@@ -1,5 +1,6 @@
 #pragma once
-// A temporary folder for the tests that work on real files, and small file helpers.
+// A temporary folder for the tests that work on real files, small file helpers, and
+// environment variables set for one scope.
 
 #include <cstdint>
 #include <string>
@@ -22,6 +23,11 @@ class TempFolder {
   // The path of `name` inside the folder, narrow and wide.
   std::string native(std::string_view name) const;
   CWsz path(const wchar_t* name) const;
+  CWsz wide() const { return CWsz::fromUtf8(folder_.c_str()); }
+  // Writes `bytes` as the whole file `name`, creating the folders on its way; and reads it
+  // back ("" when it cannot be read).
+  bool write(std::string_view name, std::string_view bytes) const;
+  std::string read(std::string_view name) const;
 
  private:
   std::string folder_;
@@ -35,5 +41,20 @@ std::string readBytes(const std::string& path);
 // setting it.
 uint64_t modTimeOf(const std::string& path);
 bool setModTime(const std::string& path, uint64_t units);
+
+// Sets an environment variable for the life of the object, then restores the old value (or
+// its absence).
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const std::string& value);
+  ~ScopedEnv();
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  std::string name_;
+  std::string old_;
+  bool hadOld_ = false;
+};
 
 }  // namespace vxkd_test

@@ -13,4 +13,13 @@ bool openLanguageDb(long language) {
   return language == 0 || db.setActiveLanguage(language);
 }
 
+ScopedLanguage::ScopedLanguage(long language) {
+  CQlg& db = VxKd::lngDb();
+  active_ = (db.isOpen() || openLanguageDb()) && db.setActiveLanguage(language);
+}
+
+ScopedLanguage::~ScopedLanguage() {
+  VxKd::lngDb().setActiveLanguage(VxKd::lngDb().defaultLanguage());
+}
+
 }  // namespace vxkd_test

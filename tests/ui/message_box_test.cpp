@@ -3,13 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "foundation/preferences.h"
-#include "support/scoped_recording_ui.h"
 #include "support/temp_registry.h"
 #include "support/ui_fixture.h"
 
 namespace {
-
-using Kind = CRecordingUiBackend::Kind;
 
 class MessageBoxTest : public vxkd_test::RecordingUiTest {
  protected:
@@ -23,38 +20,26 @@ class MessageBoxTest : public vxkd_test::RecordingUiTest {
   }
 };
 
-struct StyleCase {
-  const char* name;
-  int (*show)(HWND, long, const wchar_t*);
-  unsigned style;
-};
-
-class MessageBoxStyleTest : public MessageBoxTest,
-                            public ::testing::WithParamInterface<StyleCase> {};
-
-TEST_P(MessageBoxStyleTest, ShowsLookedUpTextUnderAppTitleWithItsStyle) {
-  GetParam().show(nullptr, 10250, L"#Duct");
-  ASSERT_EQ(ui_.boxCount(), 1);
-  auto box = ui_.lastBox();
-  EXPECT_EQ(box.text, L"Duct");
-  EXPECT_EQ(box.caption, L"Vantrix");
-  EXPECT_EQ(box.style, GetParam().style | MB_TASKMODAL);
+TEST_F(MessageBoxTest, EachBoxShowsLookedUpTextUnderAppTitleTaskModalWithItsStyle) {
+  const struct {
+    int (*show)(HWND, long, const wchar_t*);
+    unsigned style;
+  } boxes[] = {{[](HWND h, long i, const wchar_t* t) { return VxKd::msgBox(h, i, t); }, MB_OK},
+               {&VxKd::msgErrorBox, MB_OK | MB_ICONSTOP},
+               {&VxKd::msgWarningBox, MB_OK | MB_ICONEXCLAMATION},
+               {&VxKd::okCancelMsgBox, MB_OKCANCEL},
+               {[](HWND h, long i, const wchar_t* t) { return VxKd::yesNoMsgBox(h, i, t); },
+                MB_YESNO | MB_ICONQUESTION},
+               {&VxKd::yesNoWarningMsgBox, MB_YESNO | MB_ICONEXCLAMATION}};
+  for (const auto& box : boxes) {
+    ui_.clear();
+    box.show(nullptr, 10250, L"#Duct");
+    ASSERT_EQ(ui_.boxCount(), 1);
+    EXPECT_EQ(ui_.lastBox().text, L"Duct");
+    EXPECT_EQ(ui_.lastBox().caption, L"Vantrix");
+    EXPECT_EQ(ui_.lastBox().style, box.style | MB_TASKMODAL);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Family, MessageBoxStyleTest,
-    ::testing::Values(
-        StyleCase{"msgBox", [](HWND h, long i, const wchar_t* t) { return VxKd::msgBox(h, i, t); },
-                  MB_OK},
-        StyleCase{"msgErrorBox", &VxKd::msgErrorBox, MB_OK | MB_ICONSTOP},
-        StyleCase{"msgWarningBox", &VxKd::msgWarningBox, MB_OK | MB_ICONEXCLAMATION},
-        StyleCase{"okCancelMsgBox", &VxKd::okCancelMsgBox, MB_OKCANCEL},
-        StyleCase{"yesNoMsgBox",
-                  [](HWND h, long i, const wchar_t* t) { return VxKd::yesNoMsgBox(h, i, t); },
-                  MB_YESNO | MB_ICONQUESTION},
-        StyleCase{"yesNoWarningMsgBox", &VxKd::yesNoWarningMsgBox,
-                  MB_YESNO | MB_ICONEXCLAMATION}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(MessageBoxTest, TextIdBelowOneShowsTheTextAsItStandsHashIncluded) {
   VxKd::msgBox(nullptr, 0, L"#Duct");
@@ -65,16 +50,14 @@ TEST_F(MessageBoxTest, TextIdBelowOneShowsTheTextAsItStandsHashIncluded) {
   EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONINFORMATION);
 }
 
-TEST_F(MessageBoxTest, CaptionIsLookedUpToo) {
-  VxKd::yesNoMsgBox(nullptr, 12534, L"#Dataset cannot be opened", 12536, L"#Cannot Open Dataset");
+TEST_F(MessageBoxTest, CaptionIsLookedUpTooAndTheButtonPressedIsReturned) {
+  ui_.answerBoxWith(IDYES);
+  EXPECT_EQ(VxKd::yesNoMsgBox(nullptr, 12534, L"#Dataset cannot be opened", 12536,
+                              L"#Cannot Open Dataset"),
+            IDYES);
   EXPECT_EQ(ui_.lastBox().text, L"Dataset cannot be opened");
   EXPECT_EQ(ui_.lastBox().caption, L"Cannot Open Dataset");
   EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_YESNO | MB_ICONQUESTION);
-}
-
-TEST_F(MessageBoxTest, ReturnsTheButtonPressed) {
-  ui_.answerBoxWith(IDYES);
-  EXPECT_EQ(VxKd::yesNoMsgBox(nullptr, 0, L"Delete?"), IDYES);
   // Unscripted, a question gets its safe answer.
   EXPECT_EQ(VxKd::yesNoWarningMsgBox(nullptr, 0, L"Delete?"), IDNO);
   EXPECT_EQ(VxKd::okCancelMsgBox(nullptr, 0, L"Go on?"), IDCANCEL);
@@ -85,47 +68,43 @@ TEST_F(MessageBoxTest, ItemListFollowsTheTextLineByLine) {
   items.append(L"Layer definitions");
   items.append(L"Text formats");
   VxKd::msgBox(nullptr, 0, L"Used in:", 11142, L"#Cannot Delete", items);
-  auto box = ui_.lastBox();
-  EXPECT_EQ(box.text, L"Used in:\r\n\r\n - Layer definitions\r\n - Text formats");
-  EXPECT_EQ(box.caption, L"Cannot Delete");
-  EXPECT_EQ(box.style, MB_TASKMODAL | MB_OK | MB_ICONINFORMATION);
+  EXPECT_EQ(ui_.lastBox().text, L"Used in:\r\n\r\n - Layer definitions\r\n - Text formats");
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Delete");
+  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_OK | MB_ICONINFORMATION);
   VxKd::msgBox(nullptr, 0, L"Used in:", 0, L"x", CWszArray());
   EXPECT_EQ(ui_.lastBox().text, L"Used in:\r\n");
 }
 
-TEST_F(MessageBoxTest, CommonSaveErrorInBothLanguages) {
-  VxKd::commonSaveErrorMsgBox(nullptr);
-  EXPECT_EQ(ui_.lastBox().text, L"Cannot save data");
-  EXPECT_EQ(ui_.lastBox().caption, L"Save Failed");
-  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
-  ASSERT_TRUE(VxKd::lngDb().setActiveLanguage(1501));
-  VxKd::commonSaveErrorMsgBox(nullptr);
-  EXPECT_EQ(ui_.lastBox().text, L"Daten können nicht gespeichert werden");
-  EXPECT_EQ(ui_.lastBox().caption, L"Speichern fehlgeschlagen");
+TEST_F(MessageBoxTest, CommonSaveErrorInBothLanguagesAndWithoutTheDatabase) {
+  const std::pair<long, std::wstring> expected[] = {
+      {vxkd_test::kGerman, L"Daten können nicht gespeichert werden|Speichern fehlgeschlagen"},
+      {vxkd_test::kEnglish, L"Cannot save data|Save Failed"},
+      {0, L"Cannot save data|Save Failed"}};  // closed: the built-in texts
+  for (const auto& [language, texts] : expected) {
+    if (language)
+      ASSERT_TRUE(VxKd::lngDb().setActiveLanguage(language));
+    else
+      VxKd::lngDb().close();
+    VxKd::commonSaveErrorMsgBox(nullptr);
+    EXPECT_EQ(ui_.lastBox().text + L"|" + ui_.lastBox().caption, texts);
+    EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+  }
 }
 
-TEST_F(MessageBoxTest, WithoutLanguageDatabaseTextsKeepTheirDefaults) {
-  VxKd::lngDb().close();
-  VxKd::commonSaveErrorMsgBox(nullptr);
-  EXPECT_EQ(ui_.lastBox().text, L"Cannot save data");
-  EXPECT_EQ(ui_.lastBox().caption, L"Save Failed");
-}
-
-}  // namespace
-
-namespace {
-
-class WarnIfWanted : public RegistryTest {
+// The show-again box of "created with" messages, with the switch in a registry of its own.
+class WarnIfWanted : public vxkd_test::RegistryTest {
  protected:
   int shownCount() const {
     int n = 0;
     for (const auto& i : ui_.interactions()) n += i.kind == CRecordingUiBackend::Kind::showAgain;
     return n;
   }
-  CScopedRecordingUi ui_;
+  vxkd_test::ScopedRecordingUi ui_;
 };
 
-TEST_F(WarnIfWanted, ShowsTheLookedUpTextWithTheApplicationTitle) {
+TEST_F(WarnIfWanted, ShowsTheLookedUpTextWithTheApplicationTitleOnlyForConditionOne) {
+  for (int condition : {0, 2, -1, 256}) VxKd::warnIfWantedMsgBox(nullptr, condition, 0, L"x");
+  EXPECT_TRUE(ui_.interactions().empty());
   VxKd::warnIfWantedMsgBox(nullptr, 1, 99999, L"#Drawing was created with Vantrix 17");
   VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"#As it stands");
   ASSERT_EQ(shownCount(), 2);
@@ -137,11 +116,6 @@ TEST_F(WarnIfWanted, ShowsTheLookedUpTextWithTheApplicationTitle) {
   EXPECT_EQ(registry_.currentUserText(), "");
 }
 
-TEST_F(WarnIfWanted, ConditionOtherThanOneShowsNothing) {
-  for (int condition : {0, 2, -1, 256}) VxKd::warnIfWantedMsgBox(nullptr, condition, 0, L"x");
-  EXPECT_TRUE(ui_.interactions().empty());
-}
-
 TEST_F(WarnIfWanted, UntickingSwitchesOffEveryMessageOfTheKind) {
   ui_.answerShowAgainWith(false);
   VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"first message");
@@ -149,14 +123,13 @@ TEST_F(WarnIfWanted, UntickingSwitchesOffEveryMessageOfTheKind) {
   VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"first message");
   VxKd::warnIfWantedMsgBox(nullptr, 1, 12345, L"#another message");
   EXPECT_EQ(shownCount(), 1);
-  EXPECT_NE(registry_.currentUserText().find("\"DisplayCreatedWithMsg\"=dword:00000000"),
+  EXPECT_NE(registry_.currentUserText().find(vxkd_test::dwordLine("DisplayCreatedWithMsg", 0)),
             std::string::npos);
 }
 
-TEST_F(WarnIfWanted, SwitchedOffInTheRegistryShowsNothing) {
-  registry_.writeCurrentUser(
-      "[HKEY_CURRENT_USER\\SOFTWARE\\Tessund\\Vantrix]\n\"DisplayCreatedWithMsg\"=dword:"
-      "00000000\n");
+TEST_F(WarnIfWanted, SwitchedOffInTheRegistryShowsNothingUntilSwitchedOnAgain) {
+  registry_.writeCurrentUser(vxkd_test::kUserVantrixKey +
+                             vxkd_test::dwordLine("DisplayCreatedWithMsg", 0));
   VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"text");
   EXPECT_EQ(shownCount(), 0);
   VxKd::setDisplayCreatedWithMsg(true);

@@ -10,18 +10,23 @@
 
 namespace vxkd_test {
 
+// The dataset dictionary shipped beside the library.
+inline CWsz datasetDictionary() {
+  return cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq");
+}
+
+// `db_` is a new dataset "test.vkd" in `dir_`, open for writing.
 class TempDatasetTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_FALSE(dir_.native().empty());
-    ASSERT_TRUE(db_.openDatabase(dictionary(), path(), true)) << db_.lastError();
+    ASSERT_TRUE(db_.openDatabase(datasetDictionary(), path(), true)) << db_.lastError();
   }
 
-  static CWsz dictionary() { return cuFile::joinPath(cuFile::libraryFolder(), L"VantVkd.ddq"); }
   CWsz path() const { return dir_.path(L"test.vkd"); }
   // Commits what was written and opens the file again in `db`.
   bool reopen(CQbase& db) {
-    return db_.closeDatabase() && db.openDatabase(dictionary(), path(), false);
+    return db_.closeDatabase() && db.openDatabase(datasetDictionary(), path(), false);
   }
 
   TempFolder dir_;
