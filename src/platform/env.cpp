@@ -55,4 +55,8 @@ int CEnv::lockFd(int fd, int operation) { return ::flock(fd, operation); }
 
 int CEnv::setFdTimes(int fd, const struct timespec times[2]) { return ::futimens(fd, times); }
 
+int CEnv::setPathTimes(const std::string& path, const struct timespec times[2]) {
+  return ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+}
+
 int CEnv::checkDatabaseWrite(const std::string&, size_t) { return 0; }

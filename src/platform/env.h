@@ -39,6 +39,8 @@ class VXKD_API CEnv {
   virtual int renamePath(const std::string& from, const std::string& to);
   virtual int lockFd(int fd, int operation);
   virtual int setFdTimes(int fd, const struct timespec times[2]);
+  // utimensat(2) relative to the working folder, following links.
+  virtual int setPathTimes(const std::string& path, const struct timespec times[2]);
 
   // Asked by the record database before it writes `size` bytes to the file `path` (the
   // dataset or its journal). 0 lets the write go ahead; an errno value fails it (ENOSPC: the

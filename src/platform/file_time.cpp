@@ -33,11 +33,13 @@ bool isUsablePath(const wchar_t* path) {
   return path && *path && std::wcslen(path) <= static_cast<size_t>(CFileTime::kMaxPath);
 }
 
-// The last-write time of the open file `fd`; false when it is not a regular file or fstat
-// fails.
-bool timeOfFd(CEnv& env, int fd, uint64_t& out) {
+// The last-write time of the regular file `path`; false when it is no regular file or
+// cannot be read. The file is never opened: closing any descriptor of a file drops every
+// POSIX lock this process holds on it, and the record database holds such locks on an
+// open dataset while its time is read.
+bool timeOfPath(CEnv& env, const std::string& path, uint64_t& out) {
   struct stat st {};
-  if (env.statFd(fd, &st) != 0 || !S_ISREG(st.st_mode)) return false;
+  if (env.statPath(path, &st) != 0 || !S_ISREG(st.st_mode)) return false;
   out = toUnits(st.st_mtim);
   return true;
 }
@@ -72,15 +74,8 @@ int CFileTime::update() {
 
 int CFileTime::getUpdateTimeOf(const wchar_t* path, uint64_t& out) {
   out = 0;
-  if (!isUsablePath(path)) return -1;
-  CEnv& env = CEnv::current();
-  // O_NONBLOCK: a FIFO at the path must not hang the caller; it is refused below.
-  int fd = env.openFile(nativePath(path), O_RDONLY | O_NONBLOCK | O_NOCTTY);
-  if (fd < 0) return -1;
   uint64_t time = 0;
-  bool ok = timeOfFd(env, fd, time);
-  env.closeFile(fd);
-  if (!ok) return -1;
+  if (!isUsablePath(path) || !timeOfPath(CEnv::current(), nativePath(path), time)) return -1;
   out = time;
   return 0;
 }
@@ -88,18 +83,15 @@ int CFileTime::getUpdateTimeOf(const wchar_t* path, uint64_t& out) {
 bool CFileTime::touchForward(const wchar_t* path, uint64_t before) {
   if (!isUsablePath(path)) return false;
   CEnv& env = CEnv::current();
-  // Setting explicit times needs ownership of the file, not write access to it.
-  int fd = env.openFile(nativePath(path), O_RDONLY | O_NONBLOCK | O_NOCTTY);
-  if (fd < 0) return false;
+  std::string file = nativePath(path);
   uint64_t now = 0;
-  bool ok = timeOfFd(env, fd, now);
+  bool ok = timeOfPath(env, file, now);
   // A file system with coarse time stamps cuts a finer time; each try takes a ten times
   // larger step until the stored time is later.
   for (uint64_t step = 1; ok && now <= before && step <= kLargestStep; step *= 10) {
     struct timespec times[2] = {{0, UTIME_OMIT}, fromUnits(before + step)};
-    ok = env.setFdTimes(fd, times) == 0 && timeOfFd(env, fd, now);
+    ok = env.setPathTimes(file, times) == 0 && timeOfPath(env, file, now);
   }
-  env.closeFile(fd);
   return ok && now > before;
 }
 

@@ -50,9 +50,10 @@ class VXKD_API CFileTime {
   static bool touchForward(const wchar_t* path, uint64_t before);
 
  protected:
-  // Sets `out` to 0, then to the last-write time of the regular file `path`, which is opened
-  // for reading and closed again at once. -1 when it does not exist, cannot be opened for
-  // reading, is not a regular file or its times cannot be read; otherwise 0.
+  // Sets `out` to 0, then to the last-write time of the regular file `path`. -1 when it does
+  // not exist, is not a regular file or its times cannot be read; otherwise 0. The file is
+  // not opened: closing a descriptor would drop the POSIX locks that this process's record
+  // database holds on the same file.
   static int getUpdateTimeOf(const wchar_t* path, uint64_t& out);
 
  private:

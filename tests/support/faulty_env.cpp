@@ -35,7 +35,6 @@ void FaultyEnv::failDatabaseWrites(int first, int error, bool sticky) {
 }
 
 int FaultyEnv::openFile(const std::string& path, int flags, mode_t mode) {
-  lastOpenFlags_ = flags;
   if (openError_ && path == openPath_ && (openMode_ < 0 || (flags & O_ACCMODE) == openMode_))
     return fail(openError_);
   int fd = CEnv::openFile(path, flags, mode);
@@ -65,6 +64,11 @@ int FaultyEnv::statFd(int fd, struct stat* st) {
   return CEnv::statFd(fd, st);
 }
 
+int FaultyEnv::statPath(const std::string& path, struct stat* st) {
+  if (statPathError_ && path == statPath_) return fail(statPathError_);
+  return CEnv::statPath(path, st);
+}
+
 int FaultyEnv::renamePath(const std::string& from, const std::string& to) {
   if (renameError_) return fail(renameError_);
   return CEnv::renamePath(from, to);
@@ -80,12 +84,29 @@ int FaultyEnv::lockFd(int fd, int operation) {
   return result;
 }
 
+namespace {
+
+// The times as a file system that keeps whole seconds stores them.
+void cutToSeconds(const struct timespec times[2], struct timespec cut[2]) {
+  cut[0] = times[0];
+  cut[1] = times[1];
+  if (cut[1].tv_nsec != UTIME_OMIT && cut[1].tv_nsec != UTIME_NOW) cut[1].tv_nsec = 0;
+}
+
+}  // namespace
+
 int FaultyEnv::setFdTimes(int fd, const struct timespec times[2]) {
   if (setTimesError_) return fail(setTimesError_);
-  if (!wholeSeconds_) return CEnv::setFdTimes(fd, times);
-  struct timespec cut[2] = {times[0], times[1]};
-  if (cut[1].tv_nsec != UTIME_OMIT && cut[1].tv_nsec != UTIME_NOW) cut[1].tv_nsec = 0;
-  return CEnv::setFdTimes(fd, cut);
+  struct timespec cut[2];
+  cutToSeconds(times, cut);
+  return CEnv::setFdTimes(fd, wholeSeconds_ ? cut : times);
+}
+
+int FaultyEnv::setPathTimes(const std::string& path, const struct timespec times[2]) {
+  if (setTimesError_) return fail(setTimesError_);
+  struct timespec cut[2];
+  cutToSeconds(times, cut);
+  return CEnv::setPathTimes(path, wholeSeconds_ ? cut : times);
 }
 
 int FaultyEnv::checkDatabaseWrite(const std::string& path, size_t size) {

@@ -27,6 +27,11 @@ class FaultyEnv : public CEnv {
   // Fails every write(2), fstat(2), futimens(2) or rename(2) with `error` (0 stops failing).
   void failWrites(int error) { writeError_ = error; }
   void failStatFd(int error) { statFdError_ = error; }
+  // Fails each stat(2) of `path` with `error` (0 stops failing).
+  void failStatPath(const std::string& path, int error) {
+    statPath_ = path;
+    statPathError_ = error;
+  }
   void failSetTimes(int error) { setTimesError_ = error; }
   void failRenames(int error) { renameError_ = error; }
   // The `first`-th database write from now on (counting from 1) fails with `error`, and every
@@ -40,8 +45,6 @@ class FaultyEnv : public CEnv {
   // Descriptors opened (successfully) and closed through this environment.
   int opened() const { return opened_; }
   int closed() const { return closed_; }
-  // The flags of the last open(2) asked for.
-  int lastOpenFlags() const { return lastOpenFlags_; }
   // Database writes asked about so far, and how many of them failed.
   int databaseWrites() const { return dbWrites_; }
   int databaseWriteFailures() const { return dbFailures_; }
@@ -51,9 +54,11 @@ class FaultyEnv : public CEnv {
   ssize_t writeFile(int fd, const void* data, size_t size) override;
   int closeFile(int fd) override;
   int statFd(int fd, struct stat* st) override;
+  int statPath(const std::string& path, struct stat* st) override;
   int renamePath(const std::string& from, const std::string& to) override;
   int lockFd(int fd, int operation) override;
   int setFdTimes(int fd, const struct timespec times[2]) override;
+  int setPathTimes(const std::string& path, const struct timespec times[2]) override;
   int checkDatabaseWrite(const std::string& path, size_t size) override;
 
  private:
@@ -66,13 +71,14 @@ class FaultyEnv : public CEnv {
   int readError_ = 0;
   int writeError_ = 0;
   int statFdError_ = 0;
+  std::string statPath_;
+  int statPathError_ = 0;
   int setTimesError_ = 0;
   int renameError_ = 0;
   bool wholeSeconds_ = false;
   std::function<void(int)> lockHook_;
   int opened_ = 0;
   int closed_ = 0;
-  int lastOpenFlags_ = 0;
   int dbWrites_ = 0;
   int dbFailures_ = 0;
   int dbFailAt_ = 0;
