@@ -10,7 +10,7 @@
 #include "foundation/record_key.h"
 #include "platform/qbase.h"
 #include "platform/sz.h"
-#include "properties/special_property.h"
+#include "properties/std_property.h"
 #include "ui/language.h"
 #include "ui/message_box.h"
 

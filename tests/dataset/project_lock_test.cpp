@@ -20,17 +20,12 @@
 
 namespace {
 
-class ProjectLockTest : public vxkd_test::RecordingUiTest {
+class ProjectLockTest : public vxkd_test::TextsUiTest {
  protected:
   void SetUp() override {
-    RecordingUiTest::SetUp();
-    ASSERT_TRUE(vxkd_test::openLanguageDb());
+    TextsUiTest::SetUp();
     ASSERT_TRUE(mine_.saveDbAs(nullptr, path()));
     ASSERT_TRUE(theirs_.readDb(nullptr, path()));
-  }
-  void TearDown() override {
-    VxKd::lngDb().close();
-    RecordingUiTest::TearDown();
   }
 
   CWsz path() const { return dir_.path(L"shared.vkd"); }
@@ -51,9 +46,8 @@ TEST_F(ProjectLockTest, AnotherUsersSaveIsNoticedAndReloaded) {
 
   EXPECT_EQ(mine_.checkUpdated(nullptr, true), 1);
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Someone else has just updated file\r\nDataset will be reloaded");
-  EXPECT_EQ(ui_.lastBox().caption, L"Dataset Changed");
-  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONINFORMATION);
+  EXPECT_TRUE(lastBoxIs(L"Someone else has just updated file\r\nDataset will be reloaded",
+                        L"Dataset Changed", MB_TASKMODAL | MB_ICONINFORMATION));
   ASSERT_EQ(mine_.propertyDefs().length(), 1);
   EXPECT_STREQ(mine_.propertyDefs().nameAt(0), L"Width");
   EXPECT_EQ(mine_.checkUpdated(nullptr, true), 0) << "the stamp moved with the reload";
@@ -108,10 +102,8 @@ TEST_F(ProjectLockTest, EditLockHeldByAnotherUserIsRefused) {
   CLockFile lock;
   EXPECT_EQ(mine_.setEditLock(nullptr, lock), -1);
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text,
-            L"Somebody other is currently updating file\r\nOperation cancelled");
-  EXPECT_EQ(ui_.lastBox().caption, L"Update Failed");
-  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+  EXPECT_TRUE(lastBoxIs(L"Somebody other is currently updating file\r\nOperation cancelled",
+                        L"Update Failed", MB_TASKMODAL | MB_ICONSTOP));
   EXPECT_FALSE(lock.isHeld());
 }
 
@@ -121,8 +113,7 @@ TEST_F(ProjectLockTest, LockFileThatCannotBeMadeIsReported) {
   CLockFile lock;
   EXPECT_FALSE(mine_.setLockFile(nullptr, lock));
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Cannot update file");
-  EXPECT_EQ(ui_.lastBox().caption, L"Update Failed");
+  EXPECT_TRUE(lastBoxIs(L"Cannot update file", L"Update Failed", MB_TASKMODAL | MB_ICONSTOP));
 }
 
 // Answers every box without recording it: the children of the load test show many.

@@ -56,17 +56,8 @@ void expectSameSymbols(const CVxSymbolModelArray& a, const CVxSymbolModelArray& 
   for (int i = 0; i < a.length(); ++i) EXPECT_TRUE(*a.objAt(i) == *b.objAt(i)) << "symbol " << i;
 }
 
-class ProjectTest : public vxkd_test::RecordingUiTest {
+class ProjectTest : public vxkd_test::TextsUiTest {
  protected:
-  void SetUp() override {
-    RecordingUiTest::SetUp();
-    ASSERT_TRUE(vxkd_test::openLanguageDb());
-  }
-  void TearDown() override {
-    VxKd::lngDb().close();
-    RecordingUiTest::TearDown();
-  }
-
   CWsz path(const wchar_t* name = L"data.vkd") const { return dir_.path(name); }
 
   // A project with a few definitions and symbols of both storage forms.
@@ -238,9 +229,8 @@ TEST_F(ProjectTest, MissingFileShowsFileNotFound) {
   CKdProject p;
   EXPECT_FALSE(p.readDb(nullptr, path(L"missing.vkd")));
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Selected file cannot be found");
-  EXPECT_EQ(ui_.lastBox().caption, L"File Not Found");
-  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+  EXPECT_TRUE(
+      lastBoxIs(L"Selected file cannot be found", L"File Not Found", MB_TASKMODAL | MB_ICONSTOP));
 }
 
 TEST_F(ProjectTest, FileThatIsNoDatasetLeavesTheProjectUntouched) {
@@ -251,8 +241,8 @@ TEST_F(ProjectTest, FileThatIsNoDatasetLeavesTheProjectUntouched) {
   uint64_t stamp = p.timeStamp().time();
   EXPECT_FALSE(p.readDb(nullptr, path(L"notes.vkd")));
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Dataset cannot be opened");
-  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Open Dataset");
+  EXPECT_TRUE(
+      lastBoxIs(L"Dataset cannot be opened", L"Cannot Open Dataset", MB_TASKMODAL | MB_ICONSTOP));
   EXPECT_EQ(p.fileName(), path());
   EXPECT_EQ(p.propertyDefs().length(), 3);
   EXPECT_EQ(p.symbols().length(), 2);
@@ -279,17 +269,16 @@ TEST_F(MissingDictionaryTest, OpeningReportsCreationFailedUnderCannotOpen) {
   CKdProject p;
   EXPECT_FALSE(p.readDb(nullptr, path()));
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Dataset creation failed");
-  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Open Dataset");
-  EXPECT_EQ(ui_.lastBox().style, MB_TASKMODAL | MB_ICONSTOP);
+  EXPECT_TRUE(
+      lastBoxIs(L"Dataset creation failed", L"Cannot Open Dataset", MB_TASKMODAL | MB_ICONSTOP));
 }
 
 TEST_F(MissingDictionaryTest, CreatingReportsTheMissingDictionary) {
   CKdProject p;
   EXPECT_FALSE(p.saveDbAs(nullptr, path()));
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Vkd data dictionary not found");
-  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Create Dataset");
+  EXPECT_TRUE(lastBoxIs(L"Vkd data dictionary not found", L"Cannot Create Dataset",
+                        MB_TASKMODAL | MB_ICONSTOP));
   EXPECT_FALSE(cuFile::exists(path()));
 }
 
@@ -297,8 +286,8 @@ TEST_F(ProjectTest, CreationInAMissingFolderShowsCreationFailed) {
   CKdProject p;
   EXPECT_FALSE(p.newDb(nullptr, path(L"no/such/folder/data.vkd")));
   ASSERT_EQ(ui_.boxCount(), 1);
-  EXPECT_EQ(ui_.lastBox().text, L"Dataset creation failed");
-  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Create Dataset");
+  EXPECT_TRUE(
+      lastBoxIs(L"Dataset creation failed", L"Cannot Create Dataset", MB_TASKMODAL | MB_ICONSTOP));
   EXPECT_TRUE(p.fileName().isEmpty());
 }
 

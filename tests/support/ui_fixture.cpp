@@ -1,6 +1,7 @@
 #include "support/ui_fixture.h"
 
 #include "platform/paths.h"
+#include "platform/sz.h"
 #include "ui/language.h"
 
 namespace vxkd_test {
@@ -20,6 +21,26 @@ ScopedLanguage::ScopedLanguage(long language) {
 
 ScopedLanguage::~ScopedLanguage() {
   VxKd::lngDb().setActiveLanguage(VxKd::lngDb().defaultLanguage());
+}
+
+::testing::AssertionResult RecordingUiTest::lastBoxIs(const wchar_t* text, const wchar_t* caption,
+                                                      unsigned style) const {
+  auto box = ui_.lastBox();
+  if (box.text == text && box.caption == caption && box.style == style)
+    return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure()
+         << "last box: [" << cuSz::toUtf8(box.caption) << "] " << cuSz::toUtf8(box.text)
+         << " style 0x" << std::hex << box.style;
+}
+
+void TextsUiTest::SetUp() {
+  RecordingUiTest::SetUp();
+  ASSERT_TRUE(openLanguageDb());
+}
+
+void TextsUiTest::TearDown() {
+  VxKd::lngDb().close();
+  RecordingUiTest::TearDown();
 }
 
 }  // namespace vxkd_test

@@ -49,10 +49,23 @@ class RecordingUiTest : public ::testing::Test {
   void SetUp() override { previous_ = CUiBackend::install(&ui_); }
   void TearDown() override { CUiBackend::install(previous_); }
 
+  // Whether the last message box showed `text` under `caption` with the style word `style`
+  // (task-modal included).
+  ::testing::AssertionResult lastBoxIs(const wchar_t* text, const wchar_t* caption,
+                                       unsigned style) const;
+
   CRecordingUiBackend ui_;
 
  private:
   CUiBackend* previous_ = nullptr;
+};
+
+// RecordingUiTest with the language database open in English, closed again after the test,
+// so that the boxes show the texts users read.
+class TextsUiTest : public RecordingUiTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
 };
 
 }  // namespace vxkd_test

@@ -8,17 +8,7 @@
 
 namespace {
 
-class MessageBoxTest : public vxkd_test::RecordingUiTest {
- protected:
-  void SetUp() override {
-    RecordingUiTest::SetUp();
-    ASSERT_TRUE(vxkd_test::openLanguageDb());
-  }
-  void TearDown() override {
-    VxKd::lngDb().close();
-    RecordingUiTest::TearDown();
-  }
-};
+using MessageBoxTest = vxkd_test::TextsUiTest;
 
 TEST_F(MessageBoxTest, EachBoxShowsLookedUpTextUnderAppTitleTaskModalWithItsStyle) {
   const struct {

@@ -1,4 +1,4 @@
-#include "properties/special_property.h"
+#include "properties/std_property.h"
 
 #include <gtest/gtest.h>
 
