@@ -244,6 +244,19 @@ void report(benchmark::State& state, double qbase, double raw) {
   state.counters["ratio"] = benchmark::Counter(qbase / raw);
 }
 
+// Runs the two in turns of order, so that neither always finds the caches warm.
+template <typename A, typename B>
+void runAlternately(bool& aFirst, A a, B b) {
+  if (aFirst) {
+    a();
+    b();
+  } else {
+    b();
+    a();
+  }
+  aFirst = !aFirst;
+}
+
 void BM_Write100kRecords(benchmark::State& state) {
   records();
   double qbase = 0, raw = 0;
@@ -253,14 +266,7 @@ void BM_Write100kRecords(benchmark::State& state) {
     double q = 0, r = 0;
     auto runQ = [&] { q = seconds([&] { ok = writeQbase("q.vkd") && ok; }); };
     auto runR = [&] { r = seconds([&] { ok = writeRaw("r.vkd") && ok; }); };
-    if (first) {
-      runQ();
-      runR();
-    } else {
-      runR();
-      runQ();
-    }
-    first = !first;
+    runAlternately(first, runQ, runR);
     qbase += q;
     raw += r;
     state.SetIterationTime(q);
@@ -282,14 +288,7 @@ void BM_Read100kRecords(benchmark::State& state) {
     double q = 0, r = 0;
     auto runQ = [&] { q = seconds([&] { a = readQbase("read.vkd"); }); };
     auto runR = [&] { r = seconds([&] { b = readRaw("read.vkd"); }); };
-    if (first) {
-      runQ();
-      runR();
-    } else {
-      runR();
-      runQ();
-    }
-    first = !first;
+    runAlternately(first, runQ, runR);
     qbase += q;
     raw += r;
     state.SetIterationTime(q);
