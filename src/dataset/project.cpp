@@ -203,6 +203,22 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
   return r < 0 ? -1 : reload(hwnd, true);
 }
 
+bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
+                                    const std::vector<const iKdPropertyDefUser*>& users) {
+  CQbase db;
+  if (!openDb(hwnd, db, true)) return false;
+  CKdPropertyDefArray before(propertyDefs_);
+  propertyDefs_.deleteUnused(hwnd, indexes, users);
+  for (int i = 0; i < before.length(); ++i)
+    if (!propertyDefs_.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
+  if (!db.closeDatabase()) {
+    propertyDefs_ = before;  // the file kept them: so does the project
+    return false;
+  }
+  timeStamp_.initFor(fileName_);
+  return true;
+}
+
 long CKdProject::nextSymbolDbId() const { return symbols_.nextId(1, kMaxSymbolId); }
 
 bool CKdProject::save2dSymbol(CQbase& db, const CVxSymbolModel& symbol) {

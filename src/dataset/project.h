@@ -3,6 +3,8 @@
 // its file and the file's last-write time, and creates, opens, reads, writes and saves the
 // file. The file is never held open between operations.
 
+#include <vector>
+
 #include "foundation/symbol_model_array.h"
 #include "platform/export.h"
 #include "platform/file_time.h"
@@ -79,6 +81,13 @@ class VXKD_API CKdProject {
   // release. 1: another user had saved, the project was reloaded and the lock is not held;
   // the edit must not be stored. -1: the dataset cannot be locked or reread.
   int setEditLock(HWND hwnd, CLockFile& lock);
+
+  // Deletes the property definitions at `indexes` that none of `users` uses, from the file
+  // and from memory; the ones kept are named to the user in one message. REQUIRES the edit
+  // lock (setEditLock returned 0). False, with nothing deleted, when the file cannot be
+  // opened or the change cannot be committed.
+  bool deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
+                          const std::vector<const iKdPropertyDefUser*>& users);
 
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
   // first gap, else 0.

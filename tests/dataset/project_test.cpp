@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -179,6 +181,47 @@ TEST_F(ProjectTest, FindAndDeleteASymbol) {
   ASSERT_TRUE(back.readDb(nullptr, path()));
   ASSERT_EQ(back.symbols().length(), 1);
   EXPECT_STREQ(back.symbols().objAt(0)->symbolId(), "LARGE");
+}
+
+// Uses the property definitions whose ids it was given.
+class FakeUser : public iKdPropertyDefUser {
+ public:
+  FakeUser(usageKind kind, std::vector<long> ids) : kind_(kind), ids_(std::move(ids)) {}
+  usageKind propertyDefUsageKind() const override { return kind_; }
+  bool usesPropertyDef(long id) const override {
+    return std::find(ids_.begin(), ids_.end(), id) != ids_.end();
+  }
+
+ private:
+  usageKind kind_;
+  std::vector<long> ids_;
+};
+
+TEST_F(ProjectTest, DeletedPropertyDefsLeaveTheFileUnlessInUse) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  FakeUser layers(iKdPropertyDefUser::layerDefinitions, {p.propertyDefs().idAt(1)});
+  EXPECT_TRUE(p.deletePropertyDefs(nullptr, CInt32Array{0, 1, 2}, {&layers}));
+  ASSERT_EQ(p.propertyDefs().length(), 1);
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Delete");
+  EXPECT_NE(ui_.lastBox().text.find(L"Layer definitions"), std::wstring::npos);
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  ASSERT_EQ(back.propertyDefs().length(), 1);
+  EXPECT_STREQ(back.propertyDefs().nameAt(0), L"Flow");
+  EXPECT_EQ(p.checkUpdated(nullptr, false), 0) << "the project's own save";
+}
+
+TEST_F(ProjectTest, DeletionThatCannotReachTheFileDeletesNothing) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  ASSERT_EQ(std::remove(dir_.native("data.vkd").c_str()), 0);
+  EXPECT_FALSE(p.deletePropertyDefs(nullptr, CInt32Array{0}, {}));
+  EXPECT_EQ(p.propertyDefs().length(), 3);
+  EXPECT_TRUE(
+      lastBoxIs(L"Selected file cannot be found", L"File Not Found", MB_TASKMODAL | MB_ICONSTOP));
 }
 
 TEST_F(ProjectTest, CreatingOverAnExistingFileReplacesIt) {
