@@ -10,6 +10,7 @@
 #include "foundation/record_key.h"
 #include "platform/paths.h"
 #include "platform/qbase.h"
+#include "support/fake_property_def_user.h"
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
 #include "ui/language.h"
@@ -183,19 +184,7 @@ TEST_F(ProjectTest, FindAndDeleteASymbol) {
   EXPECT_STREQ(back.symbols().objAt(0)->symbolId(), "LARGE");
 }
 
-// Uses the property definitions whose ids it was given.
-class FakeUser : public iKdPropertyDefUser {
- public:
-  FakeUser(usageKind kind, std::vector<long> ids) : kind_(kind), ids_(std::move(ids)) {}
-  usageKind propertyDefUsageKind() const override { return kind_; }
-  bool usesPropertyDef(long id) const override {
-    return std::find(ids_.begin(), ids_.end(), id) != ids_.end();
-  }
-
- private:
-  usageKind kind_;
-  std::vector<long> ids_;
-};
+using FakeUser = vxkd_test::FakePropertyDefUser;
 
 TEST_F(ProjectTest, DeletedPropertyDefsLeaveTheFileUnlessInUse) {
   CKdProject p;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/fake_property_def_user.h"
 #include "support/temp_dataset.h"
 #include "support/ui_fixture.h"
 
@@ -208,19 +209,7 @@ TEST_F(PropertyDefName, RefusalsShowTheTextsOfTheActiveLanguage) {
   EXPECT_EQ(boxes[2].text, L"Der Eigenschaftsname enthält ein unzulässiges Sonderzeichen");
 }
 
-// A user of the definitions for the deletion check: one kind, a fixed list of ids.
-class FakeUser : public iKdPropertyDefUser {
- public:
-  FakeUser(usageKind kind, std::vector<long> ids) : kind_(kind), ids_(std::move(ids)) {}
-  usageKind propertyDefUsageKind() const override { return kind_; }
-  bool usesPropertyDef(long id) const override {
-    return std::find(ids_.begin(), ids_.end(), id) != ids_.end();
-  }
-
- private:
-  usageKind kind_;
-  std::vector<long> ids_;
-};
+using FakeUser = vxkd_test::FakePropertyDefUser;
 
 using PropertyDefDelete = vxkd_test::RecordingUiTest;
 
