@@ -60,8 +60,10 @@ TEST_F(ProjectLockTest, UnboundProjectCannotBeChecked) {
 }
 
 TEST_F(ProjectLockTest, SavesWithinOneClockTickAreStillNoticed) {
-  // Saves follow each other faster than the file system's clock ticks; each must still be
-  // seen by the other user.
+  // Saves follow each other faster than the file system's clock ticks (here whole seconds);
+  // each must still be seen by the other user.
+  vxkd_test::FaultyEnv coarse;
+  coarse.coarseClock(true);
   for (int round = 0; round < 20; ++round) {
     CKdProject& writer = round % 2 ? mine_ : theirs_;
     CKdProject& reader = round % 2 ? theirs_ : mine_;
@@ -69,6 +71,30 @@ TEST_F(ProjectLockTest, SavesWithinOneClockTickAreStillNoticed) {
     ASSERT_TRUE(writer.updateDb(nullptr));
     ASSERT_EQ(reader.checkUpdated(nullptr, false), 1) << "round " << round;
     ASSERT_EQ(reader.propertyDefs().length(), round + 1);
+  }
+}
+
+TEST_F(ProjectLockTest, AnotherProcessSavingRightAfterUsIsNoticed) {
+  vxkd_test::FaultyEnv coarse;  // whole seconds, as above; the child process inherits it
+  coarse.coarseClock(true);
+  for (int round = 0; round < 10; ++round) {
+    addDef(mine_, (L"Mine" + std::to_wstring(round)).c_str());
+    ASSERT_TRUE(mine_.updateDb(nullptr));
+    pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+      CKdProject other;
+      bool saved = other.readDb(nullptr, path()) &&
+                   other.propertyDefs().add((L"Other" + std::to_wstring(round)).c_str(), L"",
+                                            CKdPropertyValue::typeInt32, CKdUnit(), 0) &&
+                   other.updateDb(nullptr);
+      _exit(saved ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    ASSERT_EQ(mine_.checkUpdated(nullptr, false), 1) << "round " << round;
+    ASSERT_EQ(mine_.propertyDefs().length(), 2 * (round + 1));
   }
 }
 

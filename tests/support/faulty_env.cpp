@@ -61,12 +61,16 @@ int FaultyEnv::closeFile(int fd) {
 
 int FaultyEnv::statFd(int fd, struct stat* st) {
   if (statFdError_) return fail(statFdError_);
-  return CEnv::statFd(fd, st);
+  int result = CEnv::statFd(fd, st);
+  if (result == 0 && coarseReads_) st->st_mtim.tv_nsec = 0;
+  return result;
 }
 
 int FaultyEnv::statPath(const std::string& path, struct stat* st) {
   if (statPathError_ && path == statPath_) return fail(statPathError_);
-  return CEnv::statPath(path, st);
+  int result = CEnv::statPath(path, st);
+  if (result == 0 && coarseReads_) st->st_mtim.tv_nsec = 0;
+  return result;
 }
 
 int FaultyEnv::renamePath(const std::string& from, const std::string& to) {

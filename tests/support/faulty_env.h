@@ -39,6 +39,9 @@ class FaultyEnv : public CEnv {
   void failDatabaseWrites(int first, int error = ENOSPC, bool sticky = true);
   // Keeps only the whole seconds of the times set, as a file system with a coarse clock does.
   void keepWholeSeconds(bool on) { wholeSeconds_ = on; }
+  // A file system whose clock keeps whole seconds: times set and times read are both cut,
+  // so that saves within one second carry the same time unless the writer moves it on.
+  void coarseClock(bool on) { wholeSeconds_ = coarseReads_ = on; }
   // Runs `hook` with the descriptor after each granted flock(2), before the caller goes on.
   void onLockGranted(std::function<void(int fd)> hook) { lockHook_ = std::move(hook); }
 
@@ -76,6 +79,7 @@ class FaultyEnv : public CEnv {
   int setTimesError_ = 0;
   int renameError_ = 0;
   bool wholeSeconds_ = false;
+  bool coarseReads_ = false;
   std::function<void(int)> lockHook_;
   int opened_ = 0;
   int closed_ = 0;
