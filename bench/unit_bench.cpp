@@ -8,37 +8,21 @@
 
 namespace {
 
-// The first row of the conversion table: the cheapest look-up.
-void BM_ConvertFirstRow(benchmark::State& state) {
-  CKdUnit meters(CKdUnit::unitM);
+// One conversion from `from` to `to`. The cases: the first row of the conversion table (the
+// cheapest look-up), the last row reversed (the whole table is walked), and no row at all
+// (walked, nothing found).
+void BM_Convert(benchmark::State& state, CKdUnit::unitId from, CKdUnit::unitId to) {
+  CKdUnit unit(from);
   double value = 1.0;
   for (auto _ : state) {
     value = 1.0;
-    benchmark::DoNotOptimize(meters.convertValueTo(value, CKdUnit::unitMm));
+    benchmark::DoNotOptimize(unit.convertValueTo(value, to));
     benchmark::DoNotOptimize(value);
   }
 }
-BENCHMARK(BM_ConvertFirstRow);
-
-// The last row, reversed: the whole table is walked.
-void BM_ConvertLastRowReversed(benchmark::State& state) {
-  CKdUnit grams(CKdUnit::unitGpkg);
-  double value = 1.0;
-  for (auto _ : state) {
-    value = 1.0;
-    benchmark::DoNotOptimize(grams.convertValueTo(value, CKdUnit::unitKgpkg));
-    benchmark::DoNotOptimize(value);
-  }
-}
-BENCHMARK(BM_ConvertLastRowReversed);
-
-// No row at all: the whole table is walked and nothing found.
-void BM_ConvertNotConvertible(benchmark::State& state) {
-  CKdUnit decibel(CKdUnit::unitDB);
-  double value = 1.0;
-  for (auto _ : state) benchmark::DoNotOptimize(decibel.convertValueTo(value, CKdUnit::unitDBA));
-}
-BENCHMARK(BM_ConvertNotConvertible);
+BENCHMARK_CAPTURE(BM_Convert, FirstRow, CKdUnit::unitM, CKdUnit::unitMm);
+BENCHMARK_CAPTURE(BM_Convert, LastRowReversed, CKdUnit::unitGpkg, CKdUnit::unitKgpkg);
+BENCHMARK_CAPTURE(BM_Convert, NotConvertible, CKdUnit::unitDB, CKdUnit::unitDBA);
 
 void BM_PrintDoubleValue(benchmark::State& state) {
   CKdPropertyValue value;
