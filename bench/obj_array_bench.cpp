@@ -5,8 +5,8 @@
 #include <random>
 #include <string>
 
-#include "foundation/obj_array.h"
-#include "platform/sz.h"
+#include "vxkd/foundation/obj_array.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

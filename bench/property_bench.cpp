@@ -9,10 +9,10 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/paths.h"
-#include "platform/qbase.h"
-#include "properties/format_string.h"
-#include "properties/property.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/properties/format_string.h"
+#include "vxkd/properties/property.h"
 
 namespace {
 

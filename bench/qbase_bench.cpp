@@ -17,8 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/qbase.h"
-#include "platform/sz.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

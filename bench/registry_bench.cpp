@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <string>
 
-#include "foundation/guid.h"
-#include "foundation/registry.h"
+#include "vxkd/foundation/guid.h"
+#include "vxkd/foundation/registry.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include "properties/property_value.h"
-#include "properties/unit.h"
+#include "vxkd/properties/property_value.h"
+#include "vxkd/properties/unit.h"
 
 namespace {
 

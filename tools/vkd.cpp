@@ -13,12 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "dataset/project.h"
-#include "foundation/startup.h"
-#include "platform/lock_file.h"
-#include "platform/paths.h"
-#include "platform/sz.h"
-#include "platform/ui_backend.h"
+#include "vxkd/dataset/project.h"
+#include "vxkd/foundation/startup.h"
+#include "vxkd/platform/lock_file.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/sz.h"
+#include "vxkd/platform/ui_backend.h"
 
 namespace {
 

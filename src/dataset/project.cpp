@@ -1,14 +1,14 @@
-#include "dataset/project.h"
+#include "vxkd/dataset/project.h"
 
 #include <algorithm>
 
 #include "foundation/record_key.h"
-#include "foundation/startup.h"
-#include "platform/env.h"
-#include "platform/paths.h"
-#include "platform/qbase.h"
-#include "platform/ui_backend.h"
-#include "ui/message_box.h"
+#include "vxkd/foundation/startup.h"
+#include "vxkd/platform/env.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/ui_backend.h"
+#include "vxkd/ui/message_box.h"
 
 namespace {
 

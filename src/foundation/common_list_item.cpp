@@ -1,4 +1,4 @@
-#include "foundation/common_list_item.h"
+#include "vxkd/foundation/common_list_item.h"
 
 long CKdCommonListItemArray::idAt(int index) const {
   const CKdCommonListItem* item = objAt(index);

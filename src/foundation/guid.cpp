@@ -1,4 +1,4 @@
-#include "foundation/guid.h"
+#include "vxkd/foundation/guid.h"
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -8,9 +8,9 @@
 #include <cstring>
 #include <vector>
 
-#include "platform/env.h"
-#include "platform/qbase.h"
-#include "platform/sz.h"
+#include "vxkd/platform/env.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "foundation/obj_array.h"
+#include "vxkd/foundation/obj_array.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/sz.h"
-#include "ui/message_box.h"
+#include "vxkd/platform/sz.h"
+#include "vxkd/ui/message_box.h"
 
 CKdObjArray::CKdObjArray() = default;
 

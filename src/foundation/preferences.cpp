@@ -1,9 +1,9 @@
-#include "foundation/preferences.h"
+#include "vxkd/foundation/preferences.h"
 
 #include <cstdint>
 
-#include "foundation/registry.h"
-#include "platform/paths.h"
+#include "vxkd/foundation/registry.h"
+#include "vxkd/platform/paths.h"
 
 namespace VxKd {
 

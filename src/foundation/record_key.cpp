@@ -1,8 +1,8 @@
 #include "foundation/record_key.h"
 
-#include "platform/arrays.h"
-#include "platform/qbase.h"
-#include "platform/sz.h"
+#include "vxkd/platform/arrays.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
 
 namespace VxKd {
 

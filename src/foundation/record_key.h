@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/export.h"
+#include "vxkd/platform/export.h"
 
 class CQbase;
 

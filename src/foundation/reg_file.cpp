@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/sz.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

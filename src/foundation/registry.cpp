@@ -1,4 +1,4 @@
-#include "foundation/registry.h"
+#include "vxkd/foundation/registry.h"
 
 #include <fcntl.h>
 #include <pwd.h>
@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "foundation/reg_file.h"
-#include "platform/env.h"
-#include "platform/sz.h"
+#include "vxkd/platform/env.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "foundation/startup.h"
+#include "vxkd/foundation/startup.h"
 
 #include <cstdlib>
 
-#include "foundation/preferences.h"
-#include "platform/paths.h"
-#include "ui/language.h"
-#include "ui/message_box.h"
+#include "vxkd/foundation/preferences.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/ui/language.h"
+#include "vxkd/ui/message_box.h"
 
 namespace VxKd {
 

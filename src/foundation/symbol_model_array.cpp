@@ -1,4 +1,4 @@
-#include "foundation/symbol_model_array.h"
+#include "vxkd/foundation/symbol_model_array.h"
 
 #include <cstring>
 

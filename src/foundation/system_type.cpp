@@ -1,6 +1,6 @@
-#include "foundation/system_type.h"
+#include "vxkd/foundation/system_type.h"
 
-#include "ui/language.h"
+#include "vxkd/ui/language.h"
 
 namespace VxKd {
 

@@ -1,4 +1,4 @@
-#include "platform/arrays.h"
+#include "vxkd/platform/arrays.h"
 
 void CByteBuffer::set(const void* data, int size) {
   bytes_.clear();

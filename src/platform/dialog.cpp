@@ -1,4 +1,4 @@
-#include "platform/dialog.h"
+#include "vxkd/platform/dialog.h"
 
 #include <set>
 

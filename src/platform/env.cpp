@@ -1,4 +1,4 @@
-#include "platform/env.h"
+#include "vxkd/platform/env.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,4 +1,4 @@
-#include "platform/file_time.h"
+#include "vxkd/platform/file_time.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -6,8 +6,8 @@
 #include <cwchar>
 #include <utility>
 
-#include "platform/env.h"
-#include "platform/paths.h"
+#include "vxkd/platform/env.h"
+#include "vxkd/platform/paths.h"
 
 namespace cuFile {
 

@@ -1,4 +1,4 @@
-#include "platform/lock_file.h"
+#include "vxkd/platform/lock_file.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -8,9 +8,9 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/env.h"
-#include "platform/paths.h"
-#include "platform/sz.h"
+#include "vxkd/platform/env.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

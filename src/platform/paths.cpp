@@ -1,11 +1,11 @@
-#include "platform/paths.h"
+#include "vxkd/platform/paths.h"
 
 #include <dlfcn.h>
 #include <sys/stat.h>
 
 #include <fstream>
 
-#include "platform/sz.h"
+#include "vxkd/platform/sz.h"
 
 namespace cuFile {
 

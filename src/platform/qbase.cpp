@@ -1,4 +1,4 @@
-#include "platform/qbase.h"
+#include "vxkd/platform/qbase.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -11,12 +11,12 @@
 #include <string>
 #include <vector>
 
-#include "platform/env.h"
-#include "platform/file_time.h"
-#include "platform/paths.h"
 #include "platform/qbase_dictionary.h"
 #include "platform/qbase_vfs.h"
-#include "platform/sz.h"
+#include "vxkd/platform/env.h"
+#include "vxkd/platform/file_time.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "platform/env.h"
+#include "vxkd/platform/env.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "platform/env.h"
+#include "vxkd/platform/env.h"
 
 namespace {
 

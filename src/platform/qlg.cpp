@@ -1,9 +1,9 @@
-#include "platform/qlg.h"
+#include "vxkd/platform/qlg.h"
 
 #include <sstream>
 
-#include "platform/paths.h"
-#include "platform/sz.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/symbol.h"
+#include "vxkd/platform/symbol.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -9,8 +9,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/paths.h"
-#include "platform/sz.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

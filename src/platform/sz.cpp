@@ -1,4 +1,4 @@
-#include "platform/sz.h"
+#include "vxkd/platform/sz.h"
 
 #include <algorithm>
 #include <cstdarg>

@@ -1,4 +1,4 @@
-#include "platform/ui_backend.h"
+#include "vxkd/platform/ui_backend.h"
 
 #include <unistd.h>
 
@@ -6,7 +6,7 @@
 #include <iostream>
 #include <string>
 
-#include "platform/sz.h"
+#include "vxkd/platform/sz.h"
 
 CUiBackend::~CUiBackend() = default;
 

@@ -1,6 +1,6 @@
-#include "platform/wsz.h"
+#include "vxkd/platform/wsz.h"
 
-#include "platform/sz.h"
+#include "vxkd/platform/sz.h"
 
 CWsz& CWsz::set(const wchar_t* text) {
   str_ = text ? text : L"";

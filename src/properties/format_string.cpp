@@ -1,4 +1,4 @@
-#include "properties/format_string.h"
+#include "vxkd/properties/format_string.h"
 
 #include <cwchar>
 

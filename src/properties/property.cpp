@@ -1,4 +1,4 @@
-#include "properties/property.h"
+#include "vxkd/properties/property.h"
 
 #include <charconv>
 #include <cmath>
@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/qbase.h"
-#include "platform/sz.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "properties/property_def.h"
+#include "vxkd/properties/property_def.h"
 
 #include <cstdlib>
 #include <cwchar>
@@ -6,13 +6,13 @@
 #include <string>
 #include <utility>
 
-#include "foundation/common_list_item.h"
 #include "foundation/record_key.h"
-#include "platform/qbase.h"
-#include "platform/sz.h"
-#include "properties/std_property.h"
-#include "ui/language.h"
-#include "ui/message_box.h"
+#include "vxkd/foundation/common_list_item.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
+#include "vxkd/properties/std_property.h"
+#include "vxkd/ui/language.h"
+#include "vxkd/ui/message_box.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
-#include "properties/property_value.h"
+#include "vxkd/properties/property_value.h"
 
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cwchar>
 
-#include "platform/sz.h"
-#include "ui/language.h"
+#include "vxkd/platform/sz.h"
+#include "vxkd/ui/language.h"
 
 CKdPropertyValue::CKdPropertyValue() : hasValue_(0), typeId_(typeNone) { value_.bits = 0; }
 

@@ -1,9 +1,9 @@
-#include "properties/std_property.h"
+#include "vxkd/properties/std_property.h"
 
 #include <iterator>
 
-#include "platform/sz.h"
-#include "ui/language.h"
+#include "vxkd/platform/sz.h"
+#include "vxkd/ui/language.h"
 
 namespace VxKd {
 

@@ -1,13 +1,13 @@
-#include "properties/unit.h"
+#include "vxkd/properties/unit.h"
 
 #include <cmath>
 #include <iterator>
 #include <set>
 #include <string>
 
-#include "platform/dialog.h"
-#include "platform/sz.h"
-#include "ui/language.h"
+#include "vxkd/platform/dialog.h"
+#include "vxkd/platform/sz.h"
+#include "vxkd/ui/language.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ui/language.h"
+#include "vxkd/ui/language.h"
 
 namespace VxKd {
 

@@ -1,7 +1,7 @@
-#include "ui/message_box.h"
+#include "vxkd/ui/message_box.h"
 
-#include "foundation/preferences.h"
-#include "platform/ui_backend.h"
+#include "vxkd/foundation/preferences.h"
+#include "vxkd/platform/ui_backend.h"
 
 namespace VxKd {
 

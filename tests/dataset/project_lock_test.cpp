@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "dataset/project.h"
-#include "platform/paths.h"
-#include "platform/ui_backend.h"
 #include "support/faulty_env.h"
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
-#include "ui/language.h"
+#include "vxkd/dataset/project.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/ui_backend.h"
+#include "vxkd/ui/language.h"
 
 namespace {
 

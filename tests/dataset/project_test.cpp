@@ -1,4 +1,4 @@
-#include "dataset/project.h"
+#include "vxkd/dataset/project.h"
 
 #include <gtest/gtest.h>
 
@@ -8,12 +8,12 @@
 #include <string>
 
 #include "foundation/record_key.h"
-#include "platform/paths.h"
-#include "platform/qbase.h"
 #include "support/fake_property_def_user.h"
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
-#include "ui/language.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/ui/language.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "foundation/guid.h"
+#include "vxkd/foundation/guid.h"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/paths.h"
-#include "platform/qbase.h"
 #include "support/temp_dataset.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/qbase.h"
 
 namespace {
 

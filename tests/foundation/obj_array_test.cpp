@@ -1,4 +1,4 @@
-#include "foundation/obj_array.h"
+#include "vxkd/foundation/obj_array.h"
 
 #include <gtest/gtest.h>
 
@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "foundation/record_key.h"
-#include "platform/qbase.h"
-#include "platform/sz.h"
 #include "support/temp_dataset.h"
 #include "support/ui_fixture.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

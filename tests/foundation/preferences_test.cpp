@@ -1,12 +1,12 @@
-#include "foundation/preferences.h"
+#include "vxkd/foundation/preferences.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "foundation/registry.h"
-#include "platform/paths.h"
 #include "support/temp_registry.h"
+#include "vxkd/foundation/registry.h"
+#include "vxkd/platform/paths.h"
 
 namespace {
 

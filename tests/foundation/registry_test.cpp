@@ -1,4 +1,4 @@
-#include "foundation/registry.h"
+#include "vxkd/foundation/registry.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -8,9 +8,9 @@
 #include <random>
 #include <string>
 
-#include "platform/sz.h"
 #include "support/faulty_env.h"
 #include "support/temp_registry.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

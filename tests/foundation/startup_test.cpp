@@ -1,15 +1,15 @@
-#include "foundation/startup.h"
+#include "vxkd/foundation/startup.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "foundation/preferences.h"
-#include "platform/paths.h"
 #include "support/temp_registry.h"
 #include "support/ui_fixture.h"
-#include "ui/language.h"
+#include "vxkd/foundation/preferences.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/ui/language.h"
 
 namespace {
 

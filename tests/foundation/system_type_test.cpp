@@ -1,9 +1,9 @@
-#include "foundation/system_type.h"
+#include "vxkd/foundation/system_type.h"
 
 #include <gtest/gtest.h>
 
 #include "support/ui_fixture.h"
-#include "ui/language.h"
+#include "vxkd/ui/language.h"
 
 namespace {
 

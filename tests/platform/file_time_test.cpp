@@ -1,4 +1,4 @@
-#include "platform/file_time.h"
+#include "vxkd/platform/file_time.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/lock_file.h"
+#include "vxkd/platform/lock_file.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/sz.h"
 #include "support/faulty_env.h"
 #include "support/temp_folder.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

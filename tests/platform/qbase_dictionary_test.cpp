@@ -6,9 +6,9 @@
 
 #include <string>
 
-#include "platform/paths.h"
-#include "platform/qbase.h"
 #include "support/temp_dataset.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/qbase.h"
 
 namespace {
 

@@ -10,11 +10,11 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/paths.h"
-#include "platform/qbase.h"
-#include "platform/sz.h"
 #include "support/faulty_env.h"
 #include "support/temp_dataset.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

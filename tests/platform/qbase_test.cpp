@@ -1,6 +1,6 @@
 // The record database: records, keys, sets and typed fields.
 
-#include "platform/qbase.h"
+#include "vxkd/platform/qbase.h"
 
 #include <gtest/gtest.h>
 

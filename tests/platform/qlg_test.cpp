@@ -1,11 +1,11 @@
-#include "platform/qlg.h"
+#include "vxkd/platform/qlg.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "platform/paths.h"
 #include "support/temp_folder.h"
+#include "vxkd/platform/paths.h"
 
 namespace {
 

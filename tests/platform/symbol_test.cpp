@@ -1,12 +1,12 @@
-#include "platform/symbol.h"
+#include "vxkd/platform/symbol.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "platform/paths.h"
 #include "support/temp_folder.h"
+#include "vxkd/platform/paths.h"
 
 namespace {
 

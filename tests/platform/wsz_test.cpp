@@ -1,9 +1,9 @@
-#include "platform/wsz.h"
+#include "vxkd/platform/wsz.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/arrays.h"
-#include "platform/sz.h"
+#include "vxkd/platform/arrays.h"
+#include "vxkd/platform/sz.h"
 
 namespace {
 

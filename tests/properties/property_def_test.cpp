@@ -1,4 +1,4 @@
-#include "properties/property_def.h"
+#include "vxkd/properties/property_def.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "properties/property.h"
+#include "vxkd/properties/property.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "properties/property_value.h"
+#include "vxkd/properties/property_value.h"
 
 #include <gtest/gtest.h>
 

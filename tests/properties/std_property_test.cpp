@@ -1,4 +1,4 @@
-#include "properties/std_property.h"
+#include "vxkd/properties/std_property.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 
 #include "support/ui_fixture.h"
-#include "ui/language.h"
+#include "vxkd/ui/language.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "properties/unit.h"
+#include "vxkd/properties/unit.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <map>
 #include <vector>
 
-#include "platform/dialog.h"
 #include "support/ui_fixture.h"
+#include "vxkd/platform/dialog.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "properties/property_def.h"
+#include "vxkd/properties/property_def.h"
 
 namespace vxkd_test {
 

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/env.h"
+#include "vxkd/platform/env.h"
 
 namespace vxkd_test {
 

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/paths.h"
-#include "platform/qbase.h"
 #include "support/temp_folder.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/qbase.h"
 
 namespace vxkd_test {
 

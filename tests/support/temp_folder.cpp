@@ -9,7 +9,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "platform/sz.h"
+#include "vxkd/platform/sz.h"
 
 namespace vxkd_test {
 

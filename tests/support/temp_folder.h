@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/wsz.h"
+#include "vxkd/platform/wsz.h"
 
 namespace vxkd_test {
 

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "foundation/preferences.h"
+#include "vxkd/foundation/preferences.h"
 
 namespace vxkd_test {
 

@@ -1,8 +1,8 @@
 #include "support/ui_fixture.h"
 
-#include "platform/paths.h"
-#include "platform/sz.h"
-#include "ui/language.h"
+#include "vxkd/platform/paths.h"
+#include "vxkd/platform/sz.h"
+#include "vxkd/ui/language.h"
 
 namespace vxkd_test {
 

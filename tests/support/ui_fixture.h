@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/ui_backend.h"
+#include "vxkd/platform/ui_backend.h"
 
 namespace vxkd_test {
 

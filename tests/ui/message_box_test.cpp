@@ -1,10 +1,10 @@
-#include "ui/message_box.h"
+#include "vxkd/ui/message_box.h"
 
 #include <gtest/gtest.h>
 
-#include "foundation/preferences.h"
 #include "support/temp_registry.h"
 #include "support/ui_fixture.h"
+#include "vxkd/foundation/preferences.h"
 
 namespace {
 

@@ -1,0 +1,128 @@
+#pragma once
+// CKdProject: the in-memory image of one dataset file. It owns every definition array, knows
+// its file and the file's last-write time, and creates, opens, reads, writes and saves the
+// file. The file is never held open between operations.
+
+#include <vector>
+
+#include "vxkd/foundation/symbol_model_array.h"
+#include "vxkd/platform/export.h"
+#include "vxkd/platform/file_time.h"
+#include "vxkd/platform/lock_file.h"
+#include "vxkd/platform/types.h"
+#include "vxkd/platform/wsz.h"
+#include "vxkd/properties/property_def.h"
+
+class CQbase;
+
+class VXKD_API CKdProject {
+ public:
+  // An empty project bound to no file.
+  CKdProject();
+  // Copies every array deeply.
+  CKdProject(const CKdProject& other) = default;
+  CKdProject& operator=(const CKdProject& other) = default;
+  virtual ~CKdProject();
+
+  const CWsz& fileName() const { return fileName_; }
+  void setFilename(const wchar_t* path) { fileName_.set(path); }
+  const cuFile::CFileTime& timeStamp() const { return timeStamp_; }
+
+  CKdPropertyDefArray& propertyDefs() { return propertyDefs_; }
+  const CKdPropertyDefArray& propertyDefs() const { return propertyDefs_; }
+  CVxSymbolModelArray& symbols() { return symbols_; }
+  const CVxSymbolModelArray& symbols() const { return symbols_; }
+
+  // Kept in memory only, never in the file.
+  long lastInstalledDimtextId() const { return lastInstalledDimtextId_; }
+  void setLastInstalledDimtextId(long id) { lastInstalledDimtextId_ = id; }
+  int lastTreePos() const { return lastTreePos_; }
+  long lastTreePosId() const { return lastTreePosId_; }
+  void setLastTreePos(int pos, long id) {
+    lastTreePos_ = pos;
+    lastTreePosId_ = id;
+  }
+
+  // Creates an empty dataset file at `path` (replacing a file there) and binds the project
+  // to it; the definitions in memory are neither reset nor written. False, with the
+  // message shown, when the file cannot be created.
+  bool newDb(HWND hwnd, const wchar_t* path);
+  // Reads the dataset at `path` into the project and binds the project to it. False, with
+  // the message shown and the project untouched, when the file cannot be opened.
+  bool readDb(HWND hwnd, const wchar_t* path);
+  // Writes every array into the open `db`, commits and closes it, and takes the new time
+  // stamp. False when the commit failed: the file is then as it was before.
+  bool writeDb(HWND hwnd, CQbase& db);
+  // Writes the project back to its file.
+  bool updateDb(HWND hwnd);
+  // Writes the project to a new file at `path` (replacing a file there) and binds to it.
+  bool saveDbAs(HWND hwnd, const wchar_t* path);
+
+  // The open- and save-file dialogs of datasets; false when cancelled.
+  static bool askOpenFileName(HWND hwnd, CWsz& path);
+  static bool askSaveFileName(HWND hwnd, CWsz& path);
+
+  // Empties every definition array and the symbol list, and forgets the last installed
+  // dimension text.
+  void resetData();
+  // The starting content of a new dataset: no property definitions.
+  void buildDefaultProject();
+  // Re-reads the file's last-write time: -3 unbound, -1 unreadable, 0 done.
+  int updateTimeStamp() { return timeStamp_.update(); }
+
+  // Another user's save: -1 when the time stamp is unbound or the file cannot be reopened,
+  // 0 when nothing changed, 1 when the file changed and the project was reloaded (with an
+  // information box first when `notify` is set).
+  int checkUpdated(HWND hwnd, bool notify);
+  // Takes the lock file of the project's dataset; false, with the message shown, when
+  // someone else holds it or it cannot be made.
+  bool setLockFile(HWND hwnd, CLockFile& lock);
+  // Called before an edit is stored. 0: the lock is held, store the edit, then updateDb and
+  // release. 1: another user had saved, the project was reloaded and the lock is not held;
+  // the edit must not be stored. -1: the dataset cannot be locked or reread.
+  int setEditLock(HWND hwnd, CLockFile& lock);
+
+  // Deletes the property definitions at `indexes` that none of `users` uses, from the file
+  // and from memory; the ones kept are named to the user in one message. REQUIRES the edit
+  // lock (setEditLock returned 0). False, with nothing deleted, when the file cannot be
+  // opened or the change cannot be committed.
+  bool deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
+                          const std::vector<const iKdPropertyDefUser*>& users);
+
+  // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
+  // first gap, else 0.
+  long nextSymbolDbId() const;
+  // Stores `symbol` as its own record; false when it cannot be written.
+  bool save2dSymbol(CQbase& db, const CVxSymbolModel& symbol);
+  // A copy of the symbol whose symbol id is `symbolId`; false (and `out` cleared) if none.
+  bool find2dSymbol(const char* symbolId, CVxSymbolModel& out) const;
+  // Deletes the symbol `symbolId` from `db` and the list unless a product definition uses
+  // it; false when it is in use, unknown, or its record cannot be deleted.
+  bool delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId);
+  bool delete2dSymbolIfNotUsed(CQbase& db, const wchar_t* symbolId);
+
+  // The dictionary of dataset files: "VantVkd.ddq" in the program folder.
+  static CWsz dictionaryPath();
+
+ protected:
+  bool createDb(HWND hwnd, CQbase& db, const wchar_t* path);
+  bool openDb(HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate);
+  bool openDb(HWND hwnd, CQbase& db, bool forUpdate);
+  // Replaces the project's content by the file's. Each array reads what it can: the
+  // result is always false and callers ignore it.
+  bool readFromDb(HWND hwnd, CQbase& db);
+  bool read2dSymbols(CQbase& db);
+  bool write2dSymbols(CQbase& db);
+
+ private:
+  // Reloads after another user's save; -1 or 1 as checkUpdated.
+  int reload(HWND hwnd, bool notify);
+
+  CWsz fileName_;
+  cuFile::CFileTime timeStamp_;
+  CKdPropertyDefArray propertyDefs_;
+  CVxSymbolModelArray symbols_;
+  long lastInstalledDimtextId_ = 0;
+  int lastTreePos_ = 0;
+  long lastTreePosId_ = 0;
+};

@@ -1,0 +1,110 @@
+#pragma once
+// CKdProperty, a property definition together with a value, and CKdPropertyArray, the
+// property set that an object carries. Sets are matched to each other by property name
+// (ignoring case), never by id; a set is stored in field 1521 of its owner's record as
+// lines "id=value".
+
+#include "vxkd/foundation/obj_array.h"
+#include "vxkd/platform/export.h"
+#include "vxkd/platform/wsz.h"
+#include "vxkd/properties/property_def.h"
+#include "vxkd/properties/property_value.h"
+
+class CQbase;
+
+// A property: the six fields of its definition, then its value. The definition's value type
+// is the property's type: the constructors, init and setValueType keep the value's type
+// equal to it, and setValue reads its text as that type.
+class VXKD_API CKdProperty : public CKdPropertyDef {
+ public:
+  CKdProperty() = default;
+  // A property of that definition, with no value yet.
+  explicit CKdProperty(const CKdPropertyDef& def);
+
+  // Sets the six definition fields and clears the value, whose type follows `valueType`.
+  void init(long id, const wchar_t* name, const wchar_t* description,
+            CKdPropertyValue::valueTypeId valueType, CKdUnit unit, int decimals);
+  // Sets the type and clears the value.
+  void setValueType(CKdPropertyValue::valueTypeId type);
+
+  const CKdPropertyValue& value() const { return value_; }
+  // For callers that set a value directly; they keep its type equal to valueType().
+  CKdPropertyValue& value() { return value_; }
+  bool hasValue() const { return value_.hasValue(); }
+
+  // True for the four numeric types.
+  bool isNumber() const;
+  // The longest text an edit field takes for this type: text 255, int16 6 ("-32768"),
+  // int32 11 ("-2147483648"), reals 30 (what setValue accepts), any other type 0.
+  int editLength() const;
+  // True when both properties have the same value type and equal values.
+  bool isValueEqualTo(const CKdProperty& other) const;
+
+  // The printed value: "" without a value; a number with this property's decimals (and
+  // "." as the decimal point whatever the locale), a text as it stands. With `withUnit`, a
+  // number is followed by a blank and the unit id.
+  void printValue(CWsz& out, bool withUnit) const;
+  CWsz getValueAsText(bool withUnit) const;
+
+  // Sets the value from what a user typed or a set stored. A null or empty text clears the
+  // value and gives true. A text is stored as it stands. A number may have at most 30
+  // characters (else false and no value); it is read as printf's scanf reads it: leading
+  // blanks, an optional sign, the number, and whatever follows ignored. An integer is cut at
+  // its first "," or "." (12.9 gives 12); a real takes "," as the decimal point. When no
+  // number can be read, or it does not fit the type (an int16 beyond 16 bits, an int32
+  // beyond 32 bits, a real beyond its range or not finite), the value is 0 of the type and
+  // the result false. False for a property without a value type.
+  bool setValue(const wchar_t* text);
+
+ private:
+  CKdPropertyValue value_;
+};
+
+// A property set: an ordered list of properties, matched to other sets by name.
+class VXKD_API CKdPropertyArray : public CKdOwningArray<CKdProperty> {
+ public:
+  long idAt(int index) const override;
+  const wchar_t* nameAt(int index) const override;
+  const wchar_t* descriptionAt(int index) const override;
+
+  // The first property of that name, ignoring case, and its index; null and -1 if none.
+  CKdProperty* findProperty(const wchar_t* name) const;
+  CKdProperty* findProperty(const wchar_t* name, int& index) const;
+
+  // The stored form: one line per property in array order, joined by CR LF, each the id, "="
+  // and the printed value without unit (nothing after "=" without a value).
+  void writeAttributeText(CWsz& out) const;
+  // Replaces the set by the properties of the stored form `text`. Each line is trimmed;
+  // a line without "=", whose id is not a positive number or not defined in `defs`, is
+  // skipped. The value after the first "=" is set as the definition's type.
+  void readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs);
+
+  // Writes the stored form as field 1521 of the current record; an empty set writes nothing
+  // and leaves the field as it was (true). False when the database refuses the field.
+  bool writeToAttributeOf(CQbase& db) const;
+  // Reads field 1521 of the current record as readAttributeText does; an absent or empty
+  // field gives an empty set. True.
+  bool readFromAttributeOf(CQbase& db, const CKdPropertyDefArray& defs);
+
+  // Appends a copy of each property of `other` whose name this set lacks.
+  void addPropertiesFrom(const CKdPropertyArray& other);
+  // Each property of this set takes over all of its first namesake in `other`: definition
+  // fields and value.
+  void copyValuesAndSettingsFrom(const CKdPropertyArray& other);
+  // Each property of this set takes the value of its first namesake in `other` when both
+  // have the same value type; there is no conversion between types, so a namesake of
+  // another type leaves the value alone.
+  void copyValuesFrom(const CKdPropertyArray& other);
+  // Moves the standard properties (names beginning with "*") into `out`, which is emptied
+  // first, in order. True.
+  bool moveStdPropertiesTo(CKdPropertyArray& out);
+  // Removes the standard properties.
+  void deleteStdProperties();
+
+  // True when both sets hold the same names, in any order, each name matched once; with
+  // `compareValues`, each pair also has the same value type and equal values.
+  bool isEqualTo(const CKdPropertyArray& other, bool compareValues) const;
+  // True when the set equals `a` or equals `b`, by isEqualTo.
+  bool isEqualToOr(const CKdPropertyArray& a, const CKdPropertyArray& b,
+                   bool compareValues = true) const;
+};
