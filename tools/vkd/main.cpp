@@ -2,6 +2,7 @@
 //
 //   vkd new [--sample] FILE.vkd   create a dataset with the default content
 //   vkd info FILE.vkd             what a dataset holds, one row per kind of definition
+//   vkd list FILE.vkd KIND        the definitions of one kind, as a table
 //   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
 //
 // Failures print one line on standard error and exit with 1; a wrong command line exits
@@ -13,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "tool.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/foundation/startup.h"
 #include "vxkd/platform/lock_file.h"
@@ -20,41 +22,30 @@
 #include "vxkd/platform/sz.h"
 #include "vxkd/platform/ui_backend.h"
 
+namespace vkd {
 namespace {
 
-const char* kUsage =
-    "usage: vkd COMMAND FILE.vkd\n"
-    "\n"
-    "Look after the dataset files of Vantrix KD.\n"
-    "\n"
-    "commands:\n"
-    "  new [--sample] FILE.vkd   create a dataset with the default content (--sample adds\n"
-    "                            a few example definitions); an existing file is replaced\n"
-    "  info FILE.vkd             show what the dataset holds\n"
-    "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
-    "                            whom\n"
-    "  --help                    show this text\n";
-
-// Keeps the message boxes of the library for one line on standard error.
-class ToolUiBackend : public CRecordingUiBackend {
- public:
-  std::string lastMessage() const {
-    auto box = lastBox();
-    if (box.text.empty()) return "";
-    std::string text = cuSz::toUtf8(box.text);
-    for (auto& c : text)
-      if (c == '\r' || c == '\n') c = ' ';
-    std::string out = cuSz::toUtf8(box.caption);
-    return out.empty() ? text : out + ": " + text;
-  }
-};
-
-int fail(const std::string& message) {
-  std::fprintf(stderr, "vkd: %s\n", message.c_str());
-  return 1;
+std::string usage() {
+  std::string text =
+      "usage: vkd COMMAND FILE.vkd [ARGUMENTS]\n"
+      "\n"
+      "Look after the dataset files of Vantrix KD.\n"
+      "\n"
+      "commands:\n"
+      "  new [--sample] FILE.vkd   create a dataset with the default content (--sample adds\n"
+      "                            a few example definitions); an existing file is replaced\n"
+      "  info FILE.vkd             show what the dataset holds\n"
+      "  list FILE.vkd KIND        show the definitions of one kind as a table\n"
+      "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
+      "                            whom\n"
+      "  --help                    show this text\n"
+      "\n"
+      "kinds of definition for list:\n";
+  for (const ListKind* kind : listKinds())
+    text += "  " + std::string(kind->name) + std::string(24 - std::strlen(kind->name), ' ') +
+            kind->help + "\n";
+  return text;
 }
-
-std::string narrow(const wchar_t* text) { return cuSz::toUtf8(text ? text : L""); }
 
 std::string formatTime(uint64_t units) {
   if (units == 0) return "-";
@@ -64,15 +55,6 @@ std::string formatTime(uint64_t units) {
   char buffer[64];
   std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &tm);
   return buffer;
-}
-
-void printTable(const std::vector<std::pair<std::string, int>>& rows) {
-  size_t width = std::strlen("Kind of definition");
-  for (const auto& row : rows) width = std::max(width, row.first.size());
-  std::printf("%-*s  %5s\n", static_cast<int>(width), "Kind of definition", "Count");
-  std::printf("%s  %s\n", std::string(width, '-').c_str(), "-----");
-  for (const auto& row : rows)
-    std::printf("%-*s  %5d\n", static_cast<int>(width), row.first.c_str(), row.second);
 }
 
 // A few property definitions, and two symbols that show both ways a drawing is stored.
@@ -124,8 +106,31 @@ int commandInfo(const CWsz& path, ToolUiBackend& ui) {
   }
   std::printf("Dataset     %s\n", narrow(path).c_str());
   std::printf("Last saved  %s\n\n", formatTime(project.timeStamp().time()).c_str());
-  printTable({{"Property definitions", project.propertyDefs().length()},
-              {"2D symbols", project.symbols().length()}});
+  Table table;
+  table.columns = {{"Kind of definition"}, {"Count", true}};
+  table.addRow({"Property definitions", std::to_string(project.propertyDefs().length())});
+  table.addRow({"2D symbols", std::to_string(project.symbols().length())});
+  table.print();
+  return 0;
+}
+
+int commandList(const CWsz& path, const std::string& kindName, ToolUiBackend& ui) {
+  const ListKind* kind = nullptr;
+  for (const ListKind* k : listKinds())
+    if (kindName == k->name) kind = k;
+  if (!kind) {
+    std::fprintf(stderr, "vkd: unknown kind of definition \"%s\"\n%s", kindName.c_str(),
+                 usage().c_str());
+    return 2;
+  }
+  CKdProject project;
+  if (!project.readDb(nullptr, path)) {
+    std::string why = ui.lastMessage();
+    return fail("cannot read " + narrow(path) + (why.empty() ? "" : " (" + why + ")"));
+  }
+  Table table;
+  kind->fill(project, table);
+  table.print();
   return 0;
 }
 
@@ -153,21 +158,25 @@ int commandLockStatus(const CWsz& path) {
 }
 
 }  // namespace
+}  // namespace vkd
 
 int main(int argc, char** argv) {
+  using namespace vkd;
   std::vector<std::string> args(argv + 1, argv + argc);
   if (args.empty()) {
-    std::fprintf(stderr, "%s", kUsage);
+    std::fprintf(stderr, "%s", usage().c_str());
     return 2;
   }
   if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
-    std::printf("%s", kUsage);
+    std::printf("%s", usage().c_str());
     return 0;
   }
   bool sample = args.size() == 3 && args[0] == "new" && args[1] == "--sample";
   if (sample) args.erase(args.begin() + 1);
-  if (args.size() != 2 || (args[0] != "new" && args[0] != "info" && args[0] != "lock-status")) {
-    std::fprintf(stderr, "vkd: unknown command line\n%s", kUsage);
+  bool list = args.size() == 3 && args[0] == "list";
+  if (!list &&
+      (args.size() != 2 || (args[0] != "new" && args[0] != "info" && args[0] != "lock-status"))) {
+    std::fprintf(stderr, "vkd: unknown command line\n%s", usage().c_str());
     return 2;
   }
 
@@ -175,7 +184,8 @@ int main(int argc, char** argv) {
   CUiBackend::install(&ui);
   VxKd::initVxKd();
   CWsz path = CWsz::fromUtf8(args[1].c_str());
-  int result = args[0] == "new"    ? commandNew(path, sample, ui)
+  int result = list                ? commandList(path, args[2], ui)
+               : args[0] == "new"  ? commandNew(path, sample, ui)
                : args[0] == "info" ? commandInfo(path, ui)
                                    : commandLockStatus(path);
   VxKd::exitVxKd();

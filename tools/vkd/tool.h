@@ -1,0 +1,55 @@
+#pragma once
+// What the commands of vkd share: the message-box backend that turns the library's boxes
+// into lines on standard error, the failure line, text conversion, aligned tables, and the
+// registry of the kinds of definition that `vkd list` shows.
+
+#include <string>
+#include <vector>
+
+#include "vxkd/dataset/project.h"
+#include "vxkd/platform/ui_backend.h"
+#include "vxkd/platform/wsz.h"
+
+namespace vkd {
+
+// Keeps the library's message boxes, so that a failure can name the box's words.
+class ToolUiBackend : public CRecordingUiBackend {
+ public:
+  // "Caption: text" of the last box, on one line; "" when none was shown.
+  std::string lastMessage() const;
+};
+
+// Prints "vkd: message" on standard error and returns 1.
+int fail(const std::string& message);
+// UTF-8 of a wide text; "" for null.
+std::string narrow(const wchar_t* text);
+
+// A table of text cells that prints with its columns lined up under their headings.
+// Columns whose `right` flag is set are aligned to the right (numbers).
+struct Table {
+  struct Column {
+    std::string heading;
+    bool right = false;
+  };
+  std::vector<Column> columns;
+  std::vector<std::vector<std::string>> rows;
+
+  void addRow(std::vector<std::string> row) { rows.push_back(std::move(row)); }
+  // Headings, a rule of dashes, then the rows; widths count characters, not bytes.
+  void print() const;
+};
+
+// One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
+// of its own and registers itself with a static ListKind object.
+struct ListKind {
+  using Fill = void (*)(const CKdProject& project, Table& table);
+  ListKind(const char* name, const char* help, Fill fill);
+
+  const char* name;
+  const char* help;
+  Fill fill;
+};
+// Every registered kind, in the order of their names.
+std::vector<const ListKind*> listKinds();
+
+}  // namespace vkd
