@@ -107,6 +107,7 @@ bool CKdProject::readDb(HWND hwnd, const wchar_t* path) {
 bool CKdProject::readFromDb(HWND, CQbase& db) {
   resetData();
   propertyDefs_.readFrom(db);
+  dimTextFormats_.readFrom(db);
   read2dSymbols(db);
   return false;
 }
@@ -114,6 +115,7 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
 bool CKdProject::writeDb(HWND, CQbase& db) {
   // Each array brings its records up to date; a failed record does not stop the others.
   propertyDefs_.saveTo(db);
+  dimTextFormats_.saveTo(db);
   write2dSymbols(db);
   bool committed = db.closeDatabase();
   timeStamp_.initFor(fileName_);
@@ -155,11 +157,17 @@ bool CKdProject::askSaveFileName(HWND hwnd, CWsz& path) {
 
 void CKdProject::resetData() {
   propertyDefs_.reset();
+  dimTextFormats_.reset();
   symbols_.reset();
   lastInstalledDimtextId_ = 0;
 }
 
-void CKdProject::buildDefaultProject() { propertyDefs_.reset(); }
+void CKdProject::buildDefaultProject() {
+  propertyDefs_.reset();
+  buildDefaultDimTextFormats();
+}
+
+void CKdProject::buildDefaultDimTextFormats() { dimTextFormats_.reset(); }
 
 int CKdProject::reload(HWND hwnd, bool notify) {
   if (notify)
@@ -205,14 +213,25 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
 
 bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                                     const std::vector<const iKdPropertyDefUser*>& users) {
+  return deleteUnusedFromDb(hwnd, propertyDefs_, indexes, users);
+}
+
+bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
+                                      const std::vector<const iKdDimtextFormatUser*>& users) {
+  return deleteUnusedFromDb(hwnd, dimTextFormats_, indexes, users);
+}
+
+template <typename Array, typename User>
+bool CKdProject::deleteUnusedFromDb(HWND hwnd, Array& array, const CInt32Array& indexes,
+                                    const std::vector<const User*>& users) {
   CQbase db;
   if (!openDb(hwnd, db, true)) return false;
-  CKdPropertyDefArray before(propertyDefs_);
-  propertyDefs_.deleteUnused(hwnd, indexes, users);
+  Array before(array);
+  array.deleteUnused(hwnd, indexes, users);
   for (int i = 0; i < before.length(); ++i)
-    if (!propertyDefs_.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
+    if (!array.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
   if (!db.closeDatabase()) {
-    propertyDefs_ = before;  // the file kept them: so does the project
+    array = before;  // the file kept them: so does the project
     return false;
   }
   timeStamp_.initFor(fileName_);

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "vxkd/dimtext/dimtext_format.h"
 #include "vxkd/foundation/symbol_model_array.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/file_time.h"
@@ -30,6 +31,8 @@ class VXKD_API CKdProject {
 
   CKdPropertyDefArray& propertyDefs() { return propertyDefs_; }
   const CKdPropertyDefArray& propertyDefs() const { return propertyDefs_; }
+  CKdDimtextFormatArray& dimTextFormats() { return dimTextFormats_; }
+  const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
   CVxSymbolModelArray& symbols() { return symbols_; }
   const CVxSymbolModelArray& symbols() const { return symbols_; }
 
@@ -65,8 +68,11 @@ class VXKD_API CKdProject {
   // Empties every definition array and the symbol list, and forgets the last installed
   // dimension text.
   void resetData();
-  // The starting content of a new dataset: no property definitions.
+  // The starting content of a new dataset: no property definitions, no dimension text
+  // formats.
   void buildDefaultProject();
+  // Empties the dimension text formats: a new dataset starts without any.
+  void buildDefaultDimTextFormats();
   // Re-reads the file's last-write time: -3 unbound, -1 unreadable, 0 done.
   int updateTimeStamp() { return timeStamp_.update(); }
 
@@ -88,6 +94,9 @@ class VXKD_API CKdProject {
   // opened or the change cannot be committed.
   bool deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                           const std::vector<const iKdPropertyDefUser*>& users);
+  // The same for the dimension text formats at `indexes`.
+  bool deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
+                            const std::vector<const iKdDimtextFormatUser*>& users);
 
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
   // first gap, else 0.
@@ -115,12 +124,17 @@ class VXKD_API CKdProject {
   bool write2dSymbols(CQbase& db);
 
  private:
+  // Deletes the unused elements of `array` at `indexes` from the file and from memory.
+  template <typename Array, typename User>
+  bool deleteUnusedFromDb(HWND hwnd, Array& array, const CInt32Array& indexes,
+                          const std::vector<const User*>& users);
   // Reloads after another user's save; -1 or 1 as checkUpdated.
   int reload(HWND hwnd, bool notify);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
   CKdPropertyDefArray propertyDefs_;
+  CKdDimtextFormatArray dimTextFormats_;
   CVxSymbolModelArray symbols_;
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;
