@@ -57,8 +57,8 @@ std::string formatTime(uint64_t units) {
   return buffer;
 }
 
-// A few property definitions, dimension text formats that name them, and two symbols that show both
-// ways a drawing is stored.
+// A few property definitions, dimension text formats that name them, and two symbols that
+// show both ways a drawing is stored.
 void addSampleContent(CKdProject& project) {
   CKdPropertyDefArray& defs = project.propertyDefs();
   defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
