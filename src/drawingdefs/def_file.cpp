@@ -1,10 +1,10 @@
 #include "drawingdefs/def_file.h"
 
 #include <fcntl.h>
-#include <locale.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <clocale>
 #include <cstring>
 #include <ctime>
 
@@ -209,12 +209,15 @@ CWsz shortDate() {
   std::tm tm{};
   localtime_r(&now, &tm);
   char buffer[128] = {};
-  // The user's date format, not the process's: a host may run in the "C" locale.
-  locale_t user = newlocale(LC_TIME_MASK, "", nullptr);
-  if (!user) user = newlocale(LC_TIME_MASK, "C", nullptr);
-  size_t n = user ? strftime_l(buffer, sizeof buffer, "%x", &tm, user)
-                  : std::strftime(buffer, sizeof buffer, "%x", &tm);
-  if (user) freelocale(user);
+  // The user's date format, not the process's: a host may run in the "C" locale. The
+  // process's LC_TIME is switched for this one call and put back at once (the library runs
+  // on one thread); newlocale would serve too, but leaks inside the C library when LOCPATH
+  // is set.
+  const char* current = std::setlocale(LC_TIME, nullptr);
+  std::string saved = current ? current : "C";
+  if (!std::setlocale(LC_TIME, "")) std::setlocale(LC_TIME, "C");
+  size_t n = std::strftime(buffer, sizeof buffer, "%x", &tm);
+  std::setlocale(LC_TIME, saved.c_str());
   return CWsz(cuSz::fromUtf8(std::string_view(buffer, n)));
 }
 
