@@ -9,6 +9,7 @@
 #include "support/temp_dataset.h"
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
+#include "vxkd/drawingdefs/layer_def.h"
 #include "vxkd/platform/qbase.h"
 #include "vxkd/platform/sz.h"
 
@@ -135,6 +136,53 @@ TEST_F(LinetypeRecordTest, SaveGivesUpDeletingAfterTheCapButLosesNoLinetype) {
   ASSERT_GE(back.length(), 2);
   EXPECT_TRUE(*back.objAt(1) == *defs.objAt(1));
   EXPECT_EQ(back.length(), 2 + 3);  // the three records beyond the cap were not deleted
+}
+
+}  // namespace
+
+namespace {
+
+// Products name linetypes too; this one names those it was given.
+class FakeLinetypeUser : public iKdLinetypeUser {
+ public:
+  FakeLinetypeUser(usageKind kind, std::vector<std::wstring> names)
+      : kind_(kind), names_(std::move(names)) {}
+  usageKind linetypeUsageKind() const override { return kind_; }
+  bool usesLinetype(const wchar_t* name) const override {
+    for (const std::wstring& n : names_)
+      if (cuSz::equalNoCase(n.c_str(), name)) return true;
+    return false;
+  }
+
+ private:
+  usageKind kind_;
+  std::vector<std::wstring> names_;
+};
+
+class LinetypeDeleteTest : public vxkd_test::TextsUiTest {};
+
+TEST_F(LinetypeDeleteTest, LinetypesInUseAndTheBuiltInOneAreKeptAndNamed) {
+  CKdLinetypeDefArray defs =
+      arrayOf({{L"A", L"", L"A,1"}, {L"B", L"", L"A,2"}, {L"C", L"", L"A,3"}, {L"D", L"", L"A,4"}});
+  CKdLayerDefArray layers;
+  layers.buildHardDefaultsArray();
+  layers.findLayerDef(11)->setLinetype(L"b");
+  FakeLinetypeUser blocks(iKdLinetypeUser::blockDefinitions, {L"D"});
+  FakeLinetypeUser products(iKdLinetypeUser::productDefinitions, {L"X"});
+
+  EXPECT_FALSE(
+      defs.deleteUnused(nullptr, {0, 1, 2, 3, 4, 99}, {&layers, &products, &blocks, nullptr}));
+  EXPECT_EQ(names(defs), L"CONTINUOUS B D");
+  EXPECT_TRUE(
+      lastBoxIs(L"Some of the selected linetypes could not be deleted. They are used in "
+                L"following items:\r\nThe built-in linetype CONTINUOUS\r\nLayer "
+                L"definitions\r\nBlock definitions",
+                L"Cannot Delete", MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL));
+
+  ui_.clear();
+  EXPECT_TRUE(defs.deleteUnused(nullptr, {1}, {&products}));
+  EXPECT_EQ(names(defs), L"CONTINUOUS D");
+  EXPECT_EQ(ui_.boxCount(), 0);
 }
 
 }  // namespace
