@@ -71,14 +71,14 @@ struct Command {
 // Every registered command, in the order of their names.
 std::vector<const Command*> commands();
 
-// Stores an edit of the dataset at `path` as a designer's program does: reads it, takes the
-// edit lock (refused while another user updates the dataset), lets `edit` change the
-// project, writes it back and releases the lock. `edit` returns false, having said why, when
-// there is nothing to store. Returns the exit code.
 // Prints what an import did: the counts, then one line per definition not taken.
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
                        const std::string& into);
 
+// Stores an edit of the dataset at `path` as a designer's program does: reads it, takes the
+// edit lock (refused while another user updates the dataset), lets `edit` change the
+// project, writes it back and releases the lock. `edit` returns false, having said why, when
+// there is nothing to store. Returns the exit code.
 int editDataset(const std::string& path, ToolUiBackend& ui,
                 const std::function<bool(CKdProject&)>& edit);
 
