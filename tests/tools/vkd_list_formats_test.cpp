@@ -1,25 +1,20 @@
 // Runs the built vkd program on datasets with dimension text formats.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
+#include "support/vkd_runner.h"
 #include "vxkd/dataset/project.h"
-#include "vxkd/platform/paths.h"
 
 namespace {
 
-struct VkdRun {
-  int exitCode = -1;
-  std::string out;
-  std::string err;
-};
+using VkdRun = vxkd_test::VkdResult;
 
 class VkdListFormats : public vxkd_test::RecordingUiTest {
  protected:
@@ -27,21 +22,8 @@ class VkdListFormats : public vxkd_test::RecordingUiTest {
   VkdListFormats()
       : hkcu_("VXKD_HKCU", dir_.native("hkcu.reg")), hklm_("VXKD_HKLM", dir_.native("hklm.reg")) {}
 
-  // Runs vkd with `args` (already quoted where needed).
-  VkdRun vkd(const std::string& args) const {
-    std::string program = cuFile::joinPath(cuFile::libraryFolder(), L"vkd").toUtf8();
-    std::string outFile = dir_.native("stdout.txt");
-    std::string errFile = dir_.native("stderr.txt");
-    std::string command = "'" + program + "' " + args + " >'" + outFile + "' 2>'" + errFile + "'";
-    VkdRun run;
-    int status = std::system(command.c_str());
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.out = vxkd_test::readBytes(outFile);
-    run.err = vxkd_test::readBytes(errFile);
-    return run;
-  }
-
-  std::string file(const char* name) const { return "'" + dir_.native(name) + "'"; }
+  VkdRun vkd(const std::vector<std::string>& args) const { return vxkd_test::runVkd(args, dir_); }
+  std::string file(const char* name) const { return dir_.native(name); }
 
   // A dataset "formats.vkd" with two formats, one of them with options out of range.
   void makeDataset() {
@@ -75,8 +57,8 @@ class VkdListFormats : public vxkd_test::RecordingUiTest {
 
 TEST_F(VkdListFormats, ShowsEveryFormatAsARowInKeyOrder) {
   makeDataset();
-  VkdRun run = vkd("list " + file("formats.vkd") + " formats");
-  EXPECT_EQ(run.exitCode, 0) << run.err;
+  VkdRun run = vkd({"list", file("formats.vkd"), "formats"});
+  EXPECT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(run.out,
             "Id  Description  Style     Height  Colour    Border     Refline  Alignment  Format\n"
@@ -89,45 +71,45 @@ TEST_F(VkdListFormats, ShowsEveryFormatAsARowInKeyOrder) {
 }
 
 TEST_F(VkdListFormats, NewDatasetsHaveNoFormatsUnlessSampled) {
-  ASSERT_EQ(vkd("new " + file("empty.vkd")).exitCode, 0);
-  VkdRun empty = vkd("list " + file("empty.vkd") + " formats");
-  EXPECT_EQ(empty.exitCode, 0) << empty.err;
+  ASSERT_EQ(vkd({"new", file("empty.vkd")}).code, 0);
+  VkdRun empty = vkd({"list", file("empty.vkd"), "formats"});
+  EXPECT_EQ(empty.code, 0) << empty.err;
   EXPECT_EQ(empty.out.substr(0, empty.out.find('\n')),
             "Id  Description  Style  Height  Colour  Border  Refline  Alignment  Format");
   EXPECT_EQ(std::count(empty.out.begin(), empty.out.end(), '\n'), 2) << "headings and rule";
 
-  ASSERT_EQ(vkd("new --sample " + file("sample.vkd")).exitCode, 0);
-  VkdRun list = vkd("list " + file("sample.vkd") + " formats");
+  ASSERT_EQ(vkd({"new", "--sample", file("sample.vkd")}).code, 0);
+  VkdRun list = vkd({"list", file("sample.vkd"), "formats"});
   EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '\n'), 5) << list.out;
   EXPECT_NE(list.out.find("DN {Diameter}{*CRNL*}{*NOTE*}"), std::string::npos) << list.out;
-  VkdRun info = vkd("info " + file("sample.vkd"));
-  EXPECT_NE(info.out.find("Dimension text formats      3\n"), std::string::npos) << info.out;
+  VkdRun info = vkd({"info", file("sample.vkd")});
+  EXPECT_THAT(info.out, ::testing::ContainsRegex("\nDimension text formats +3\n"));
 }
 
 TEST_F(VkdListFormats, WrongUseFailsWithItsExitCodeAndAMessage) {
   makeDataset();
-  VkdRun typo = vkd("list " + file("formats.vkd") + " format");
-  EXPECT_EQ(typo.exitCode, 2);
+  VkdRun typo = vkd({"list", file("formats.vkd"), "format"});
+  EXPECT_EQ(typo.code, 2);
   EXPECT_EQ(typo.out, "");
   EXPECT_NE(typo.err.find("vkd: unknown kind of definition \"format\""), std::string::npos);
   EXPECT_NE(typo.err.find("  formats                 the dimension text formats\n"),
             std::string::npos)
       << typo.err;
 
-  VkdRun missing = vkd("list " + file("missing.vkd") + " formats");
-  EXPECT_EQ(missing.exitCode, 1);
+  VkdRun missing = vkd({"list", file("missing.vkd"), "formats"});
+  EXPECT_EQ(missing.code, 1);
   EXPECT_EQ(missing.out, "");
   EXPECT_NE(missing.err.find("vkd: cannot read"), std::string::npos) << missing.err;
   EXPECT_NE(missing.err.find("File Not Found"), std::string::npos) << missing.err;
 
   ASSERT_TRUE(dir_.write("notes.vkd", "not a dataset\n"));
-  VkdRun notes = vkd("list " + file("notes.vkd") + " formats");
-  EXPECT_EQ(notes.exitCode, 1);
+  VkdRun notes = vkd({"list", file("notes.vkd"), "formats"});
+  EXPECT_EQ(notes.code, 1);
   EXPECT_NE(notes.err.find("Dataset cannot be opened"), std::string::npos) << notes.err;
   EXPECT_EQ(vxkd_test::readBytes(dir_.native("notes.vkd")), "not a dataset\n");
 
-  VkdRun extra = vkd("list " + file("formats.vkd") + " formats extra");
-  EXPECT_EQ(extra.exitCode, 2);
+  VkdRun extra = vkd({"list", file("formats.vkd"), "formats", "extra"});
+  EXPECT_EQ(extra.code, 2);
 }
 
 }  // namespace

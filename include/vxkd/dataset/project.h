@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "vxkd/dimtext/dimtext_format.h"
+#include "vxkd/drawingdefs/layer_def.h"
+#include "vxkd/drawingdefs/linetype_def.h"
+#include "vxkd/drawingdefs/text_style_def.h"
 #include "vxkd/foundation/symbol_model_array.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/file_time.h"
@@ -31,10 +34,16 @@ class VXKD_API CKdProject {
 
   CKdPropertyDefArray& propertyDefs() { return propertyDefs_; }
   const CKdPropertyDefArray& propertyDefs() const { return propertyDefs_; }
-  CKdDimtextFormatArray& dimTextFormats() { return dimTextFormats_; }
-  const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
+  CKdLayerDefArray& layerDefs() { return layerDefs_; }
+  const CKdLayerDefArray& layerDefs() const { return layerDefs_; }
   CVxSymbolModelArray& symbols() { return symbols_; }
   const CVxSymbolModelArray& symbols() const { return symbols_; }
+  CKdTextStyleDefArray& textStyleDefs() { return textStyleDefs_; }
+  const CKdTextStyleDefArray& textStyleDefs() const { return textStyleDefs_; }
+  CKdLinetypeDefArray& linetypeDefs() { return linetypeDefs_; }
+  const CKdLinetypeDefArray& linetypeDefs() const { return linetypeDefs_; }
+  CKdDimtextFormatArray& dimTextFormats() { return dimTextFormats_; }
+  const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
 
   // Kept in memory only, never in the file.
   long lastInstalledDimtextId() const { return lastInstalledDimtextId_; }
@@ -65,12 +74,18 @@ class VXKD_API CKdProject {
   static bool askOpenFileName(HWND hwnd, CWsz& path);
   static bool askSaveFileName(HWND hwnd, CWsz& path);
 
-  // Empties every definition array and the symbol list, and forgets the last installed
-  // dimension text.
+  // Empties every definition array and the symbol list, then gives the layers their hard
+  // defaults, and forgets the last installed dimension text. The linetypes keep their
+  // built-in solid linetype: that array is never empty.
   void resetData();
-  // The starting content of a new dataset: no property definitions, no dimension text
-  // formats.
+  // The starting content of a new dataset: no property definitions, the default linetypes
+  // and text styles, no dimension text formats.
   void buildDefaultProject();
+  // The linetypes of a new dataset: the solid linetype "CONTINUOUS" alone.
+  void buildDefaultLinetypes();
+  // The text styles of a new dataset: "Standard" with the font file "txt", character set 1,
+  // x scale 1.0.
+  void buildDefaultTextStyleDefs();
   // Empties the dimension text formats: a new dataset starts without any.
   void buildDefaultDimTextFormats();
   // Re-reads the file's last-write time: -3 unbound, -1 unreadable, 0 done.
@@ -134,8 +149,11 @@ class VXKD_API CKdProject {
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
   CKdPropertyDefArray propertyDefs_;
-  CKdDimtextFormatArray dimTextFormats_;
+  CKdLayerDefArray layerDefs_;
   CVxSymbolModelArray symbols_;
+  CKdTextStyleDefArray textStyleDefs_;
+  CKdLinetypeDefArray linetypeDefs_;
+  CKdDimtextFormatArray dimTextFormats_;
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;
   long lastTreePosId_ = 0;
