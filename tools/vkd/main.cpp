@@ -4,6 +4,7 @@
 //   vkd info FILE.vkd             what a dataset holds, one row per kind of definition
 //   vkd list FILE.vkd KIND        the definitions of one kind, as a table
 //   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
+//   vkd --version                 the version of the library that vkd runs with
 //
 // Failures print one line on standard error and exit with 1; a wrong command line exits
 // with 2.
@@ -17,6 +18,7 @@
 #include "tool.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/foundation/startup.h"
+#include "vxkd/platform/host.h"
 #include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
@@ -39,6 +41,7 @@ std::string usage() {
       "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
       "                            whom\n"
       "  --help                    show this text\n"
+      "  --version                 show the version of the library that vkd runs with\n"
       "\n"
       "kinds of definition for list:\n";
   for (const ListKind* kind : listKinds())
@@ -169,6 +172,11 @@ int main(int argc, char** argv) {
   }
   if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     std::printf("%s", usage().c_str());
+    return 0;
+  }
+  if (args[0] == "--version" && args.size() == 1) {
+    int version = vxkdui_version_nmb();
+    std::printf("vkd %d.%d\n", version / 100, version % 100);
     return 0;
   }
   bool sample = args.size() == 3 && args[0] == "new" && args[1] == "--sample";
