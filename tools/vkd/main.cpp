@@ -6,6 +6,9 @@
 //   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
 //   vkd --version                 the version of the library that vkd runs with
 //
+// and the commands that register themselves from files of their own (vkd --help lists
+// them), such as export-lin and import-lin.
+//
 // Failures print one line on standard error and exit with 1; a wrong command line exits
 // with 2.
 
@@ -41,9 +44,15 @@ std::string usage() {
       "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
       "                            whom\n"
       "  --help                    show this text\n"
-      "  --version                 show the version of the library that vkd runs with\n"
-      "\n"
-      "kinds of definition for list:\n";
+      "  --version                 show the version of the library that vkd runs with\n";
+  for (const Command* command : commands()) {
+    std::string head = "  " + std::string(command->name) + " " + command->usage;
+    // A long command line puts its help under it.
+    text += head +
+            (head.size() < 28 ? std::string(28 - head.size(), ' ') : "\n" + std::string(28, ' ')) +
+            command->help + "\n";
+  }
+  text += "\nkinds of definition for list:\n";
   for (const ListKind* kind : listKinds())
     text += "  " + std::string(kind->name) + std::string(24 - std::strlen(kind->name), ' ') +
             kind->help + "\n";
@@ -112,6 +121,9 @@ int commandInfo(const CWsz& path, ToolUiBackend& ui) {
   Table table;
   table.columns = {{"Kind of definition"}, {"Count", true}};
   table.addRow({"Property definitions", std::to_string(project.propertyDefs().length())});
+  table.addRow({"Layer definitions", std::to_string(project.layerDefs().length())});
+  table.addRow({"Linetypes", std::to_string(project.linetypeDefs().length())});
+  table.addRow({"Text styles", std::to_string(project.textStyleDefs().length())});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
   table.print();
   return 0;
@@ -178,6 +190,20 @@ int main(int argc, char** argv) {
     int version = vxkdui_version_nmb();
     std::printf("vkd %d.%d\n", version / 100, version % 100);
     return 0;
+  }
+  for (const Command* command : commands()) {
+    if (args[0] != command->name) continue;
+    if (static_cast<int>(args.size()) != command->argCount + 1) {
+      std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command->name, command->usage);
+      return 2;
+    }
+    ToolUiBackend ui;
+    CUiBackend::install(&ui);
+    VxKd::initVxKd();
+    int result = command->run(std::vector<std::string>(args.begin() + 1, args.end()), ui);
+    VxKd::exitVxKd();
+    CUiBackend::install(nullptr);
+    return result;
   }
   bool sample = args.size() == 3 && args[0] == "new" && args[1] == "--sample";
   if (sample) args.erase(args.begin() + 1);
