@@ -10,6 +10,8 @@
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/ui/message_box.h"
 
+using namespace cuWin;
+
 namespace {
 
 // Record "S2": one 2D symbol.
@@ -28,6 +30,21 @@ constexpr const wchar_t* kDatasetFilter = L"*.vkd|*.vkd|";
 // The error boxes of creating and opening a file: stop icon, one OK button.
 void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const wchar_t* caption) {
   VxKd::msgBox(hwnd, textId, text, captionId, caption, MB_OK, MB_ICONSTOP);
+}
+
+// Deletes the elements of `array` at `indexes` that none of `users` uses, and their records
+// from the open `db`, and commits. When the commit fails, the array gets them back: the file
+// kept them.
+template <typename Array, typename User>
+bool deleteUnusedFromDb(HWND hwnd, CQbase& db, Array& array, const CInt32Array& indexes,
+                        const std::vector<const User*>& users) {
+  Array before(array);
+  array.deleteUnused(hwnd, indexes, users);
+  for (int i = 0; i < before.length(); ++i)
+    if (!array.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
+  if (db.closeDatabase()) return true;
+  array = before;
+  return false;
 }
 
 }  // namespace
@@ -241,27 +258,18 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
 
 bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                                     const std::vector<const iKdPropertyDefUser*>& users) {
-  return deleteUnusedFromDb(hwnd, propertyDefs_, indexes, users);
+  CQbase db;
+  if (!openDb(hwnd, db, true) || !deleteUnusedFromDb(hwnd, db, propertyDefs_, indexes, users))
+    return false;
+  timeStamp_.initFor(fileName_);
+  return true;
 }
 
 bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
                                       const std::vector<const iKdDimtextFormatUser*>& users) {
-  return deleteUnusedFromDb(hwnd, dimTextFormats_, indexes, users);
-}
-
-template <typename Array, typename User>
-bool CKdProject::deleteUnusedFromDb(HWND hwnd, Array& array, const CInt32Array& indexes,
-                                    const std::vector<const User*>& users) {
   CQbase db;
-  if (!openDb(hwnd, db, true)) return false;
-  Array before(array);
-  array.deleteUnused(hwnd, indexes, users);
-  for (int i = 0; i < before.length(); ++i)
-    if (!array.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
-  if (!db.closeDatabase()) {
-    array = before;  // the file kept them: so does the project
+  if (!openDb(hwnd, db, true) || !deleteUnusedFromDb(hwnd, db, dimTextFormats_, indexes, users))
     return false;
-  }
   timeStamp_.initFor(fileName_);
   return true;
 }

@@ -206,7 +206,7 @@ bool CKdDimtextFormatArray::saveTo(CQbase& db) const {
   return ok;
 }
 
-bool CKdDimtextFormatArray::deleteUnused(HWND hwnd, const CInt32Array& selectedIndexes,
+bool CKdDimtextFormatArray::deleteUnused(cuWin::HWND hwnd, const CInt32Array& selectedIndexes,
                                          const std::vector<const iKdDimtextFormatUser*>& users) {
   std::vector<bool> selected(length(), false);
   for (int32_t index : selectedIndexes)
@@ -247,7 +247,7 @@ bool CKdDimtextFormatArray::deleteUnused(HWND hwnd, const CInt32Array& selectedI
       text.cat(L"\r\n").cat(VxKd::lngDbText(kUserKinds[k].id, kUserKinds[k].text));
       for (const CWsz& item : itemsOfKind[k]) text.cat(L"\r\n - ").cat(item);
     }
-    VxKd::msgBox(hwnd, 0, text, 3560, L"#Cannot Delete", MB_OK, MB_ICONEXCLAMATION);
+    VxKd::msgBox(hwnd, 0, text, 3560, L"#Cannot Delete", cuWin::MB_OK, cuWin::MB_ICONEXCLAMATION);
   }
   return !anyKept;
 }

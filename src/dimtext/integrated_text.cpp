@@ -1,44 +1,8 @@
 #include "vxkd/dimtext/integrated_text.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "vxkd/platform/qbase.h"
-
-namespace {
-
-// Little-endian, one byte at a time.
-void putU32(uint8_t* out, uint32_t value) {
-  for (int i = 0; i < 4; ++i) out[i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
-uint32_t getU32(const uint8_t* in) {
-  uint32_t value = 0;
-  for (int i = 0; i < 4; ++i) value |= static_cast<uint32_t>(in[i]) << (8 * i);
-  return value;
-}
-
-}  // namespace
-
-// ---- sddimtextreftype ----
-
-void sddimtextreftype::toBytes(uint8_t* out) const {
-  putU32(out, static_cast<uint32_t>(formatId));
-  putU32(out + 4, std::bit_cast<uint32_t>(xOffset));
-  putU32(out + 8, std::bit_cast<uint32_t>(yOffset));
-  auto flag = static_cast<uint16_t>(directionByUcs);
-  out[12] = static_cast<uint8_t>(flag);
-  out[13] = static_cast<uint8_t>(flag >> 8);
-}
-
-sddimtextreftype sddimtextreftype::fromBytes(const uint8_t* in) {
-  sddimtextreftype ref;
-  ref.formatId = static_cast<int32_t>(getU32(in));
-  ref.xOffset = std::bit_cast<float>(getU32(in + 4));
-  ref.yOffset = std::bit_cast<float>(getU32(in + 8));
-  ref.directionByUcs = static_cast<int16_t>(in[12] | (in[13] << 8));
-  return ref;
-}
 
 // ---- CKdIntegratedTextArray ----
 

@@ -4,6 +4,7 @@
 //   vkd info FILE.vkd             what a dataset holds, one row per kind of definition
 //   vkd list FILE.vkd KIND        the definitions of one kind, as a table
 //   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
+//   vkd --version                 the version of the library that vkd runs with
 //
 // and the commands that register themselves from files of their own (vkd --help lists
 // them), such as export-lin and import-lin.
@@ -20,6 +21,7 @@
 #include "tool.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/foundation/startup.h"
+#include "vxkd/platform/host.h"
 #include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
@@ -41,7 +43,8 @@ std::string usage() {
       "  list FILE.vkd KIND        show the definitions of one kind as a table\n"
       "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
       "                            whom\n"
-      "  --help                    show this text\n";
+      "  --help                    show this text\n"
+      "  --version                 show the version of the library that vkd runs with\n";
   for (const Command* command : commands()) {
     std::string head = "  " + std::string(command->name) + " " + command->usage;
     // A long command line puts its help under it.
@@ -214,6 +217,11 @@ int main(int argc, char** argv) {
   }
   if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     std::printf("%s", usage().c_str());
+    return 0;
+  }
+  if (args[0] == "--version" && args.size() == 1) {
+    int version = vxkdui_version_nmb();
+    std::printf("vkd %d.%d\n", version / 100, version % 100);
     return 0;
   }
   for (const Command* command : commands()) {

@@ -58,21 +58,21 @@ class VXKD_API CKdProject {
   // Creates an empty dataset file at `path` (replacing a file there) and binds the project
   // to it; the definitions in memory are neither reset nor written. False, with the
   // message shown, when the file cannot be created.
-  bool newDb(HWND hwnd, const wchar_t* path);
+  bool newDb(cuWin::HWND hwnd, const wchar_t* path);
   // Reads the dataset at `path` into the project and binds the project to it. False, with
   // the message shown and the project untouched, when the file cannot be opened.
-  bool readDb(HWND hwnd, const wchar_t* path);
+  bool readDb(cuWin::HWND hwnd, const wchar_t* path);
   // Writes every array into the open `db`, commits and closes it, and takes the new time
   // stamp. False when the commit failed: the file is then as it was before.
-  bool writeDb(HWND hwnd, CQbase& db);
+  bool writeDb(cuWin::HWND hwnd, CQbase& db);
   // Writes the project back to its file.
-  bool updateDb(HWND hwnd);
+  bool updateDb(cuWin::HWND hwnd);
   // Writes the project to a new file at `path` (replacing a file there) and binds to it.
-  bool saveDbAs(HWND hwnd, const wchar_t* path);
+  bool saveDbAs(cuWin::HWND hwnd, const wchar_t* path);
 
   // The open- and save-file dialogs of datasets; false when cancelled.
-  static bool askOpenFileName(HWND hwnd, CWsz& path);
-  static bool askSaveFileName(HWND hwnd, CWsz& path);
+  static bool askOpenFileName(cuWin::HWND hwnd, CWsz& path);
+  static bool askSaveFileName(cuWin::HWND hwnd, CWsz& path);
 
   // Empties every definition array and the symbol list, then gives the layers their hard
   // defaults, and forgets the last installed dimension text. The linetypes keep their
@@ -94,23 +94,23 @@ class VXKD_API CKdProject {
   // Another user's save: -1 when the time stamp is unbound or the file cannot be reopened,
   // 0 when nothing changed, 1 when the file changed and the project was reloaded (with an
   // information box first when `notify` is set).
-  int checkUpdated(HWND hwnd, bool notify);
+  int checkUpdated(cuWin::HWND hwnd, bool notify);
   // Takes the lock file of the project's dataset; false, with the message shown, when
   // someone else holds it or it cannot be made.
-  bool setLockFile(HWND hwnd, CLockFile& lock);
+  bool setLockFile(cuWin::HWND hwnd, CLockFile& lock);
   // Called before an edit is stored. 0: the lock is held, store the edit, then updateDb and
   // release. 1: another user had saved, the project was reloaded and the lock is not held;
   // the edit must not be stored. -1: the dataset cannot be locked or reread.
-  int setEditLock(HWND hwnd, CLockFile& lock);
+  int setEditLock(cuWin::HWND hwnd, CLockFile& lock);
 
   // Deletes the property definitions at `indexes` that none of `users` uses, from the file
   // and from memory; the ones kept are named to the user in one message. REQUIRES the edit
   // lock (setEditLock returned 0). False, with nothing deleted, when the file cannot be
   // opened or the change cannot be committed.
-  bool deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
+  bool deletePropertyDefs(cuWin::HWND hwnd, const CInt32Array& indexes,
                           const std::vector<const iKdPropertyDefUser*>& users);
   // The same for the dimension text formats at `indexes`.
-  bool deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
+  bool deleteDimTextFormats(cuWin::HWND hwnd, const CInt32Array& indexes,
                             const std::vector<const iKdDimtextFormatUser*>& users);
 
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
@@ -129,22 +129,18 @@ class VXKD_API CKdProject {
   static CWsz dictionaryPath();
 
  protected:
-  bool createDb(HWND hwnd, CQbase& db, const wchar_t* path);
-  bool openDb(HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate);
-  bool openDb(HWND hwnd, CQbase& db, bool forUpdate);
+  bool createDb(cuWin::HWND hwnd, CQbase& db, const wchar_t* path);
+  bool openDb(cuWin::HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate);
+  bool openDb(cuWin::HWND hwnd, CQbase& db, bool forUpdate);
   // Replaces the project's content by the file's. Each array reads what it can: the
   // result is always false and callers ignore it.
-  bool readFromDb(HWND hwnd, CQbase& db);
+  bool readFromDb(cuWin::HWND hwnd, CQbase& db);
   bool read2dSymbols(CQbase& db);
   bool write2dSymbols(CQbase& db);
 
  private:
-  // Deletes the unused elements of `array` at `indexes` from the file and from memory.
-  template <typename Array, typename User>
-  bool deleteUnusedFromDb(HWND hwnd, Array& array, const CInt32Array& indexes,
-                          const std::vector<const User*>& users);
   // Reloads after another user's save; -1 or 1 as checkUpdated.
-  int reload(HWND hwnd, bool notify);
+  int reload(cuWin::HWND hwnd, bool notify);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;

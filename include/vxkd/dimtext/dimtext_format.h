@@ -188,7 +188,7 @@ class VXKD_API CKdDimtextFormatArray : public CKdOwningArray<CKdDimtextFormat> {
   // Deletes the formats at `selectedIndexes` (indexes out of range are skipped) unless one
   // of `users` uses them. When any was kept, one message box names the items that use them
   // under the heading of their kind. Returns true when every selected format was deleted.
-  bool deleteUnused(HWND hwnd, const CInt32Array& selectedIndexes,
+  bool deleteUnused(cuWin::HWND hwnd, const CInt32Array& selectedIndexes,
                     const std::vector<const iKdDimtextFormatUser*>& users);
 
  protected:

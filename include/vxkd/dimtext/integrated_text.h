@@ -4,6 +4,7 @@
 // whether it follows the user coordinate system. A product definition keeps them in two
 // fields of its record: the 14-byte items in a binary array, their rotations in field 1111.
 
+#include <bit>
 #include <cstdint>
 
 #include "vxkd/foundation/obj_array.h"
@@ -15,8 +16,8 @@ class CQbase;
 // The stored part of one integrated text. Its file form is 14 bytes, little-endian, without
 // padding: format id (signed 32-bit), x and y offset (32-bit floats), direction-by-UCS flag
 // (signed 16-bit). toBytes and fromBytes write and read it byte by byte, so the layout never
-// depends on the compiler's.
-struct VXKD_API sddimtextreftype {
+// depends on the compiler's. They are inline: the type is plain data, with nothing to export.
+struct sddimtextreftype {
   static constexpr int kSize = 14;
 
   int32_t formatId = -1;  // -1: none
@@ -25,11 +26,29 @@ struct VXKD_API sddimtextreftype {
   int16_t directionByUcs = 0;  // 1: placed in the direction of the current UCS
 
   // REQUIRES `out` holds kSize bytes.
-  void toBytes(uint8_t* out) const;
+  void toBytes(uint8_t* out) const {
+    putLe(out, static_cast<uint32_t>(formatId), 4);
+    putLe(out + 4, std::bit_cast<uint32_t>(xOffset), 4);
+    putLe(out + 8, std::bit_cast<uint32_t>(yOffset), 4);
+    putLe(out + 12, static_cast<uint16_t>(directionByUcs), 2);
+  }
   // REQUIRES `in` holds kSize bytes.
-  static sddimtextreftype fromBytes(const uint8_t* in);
+  static sddimtextreftype fromBytes(const uint8_t* in) {
+    return {static_cast<int32_t>(getLe(in, 4)), std::bit_cast<float>(getLe(in + 4, 4)),
+            std::bit_cast<float>(getLe(in + 8, 4)), static_cast<int16_t>(getLe(in + 12, 2))};
+  }
 
   bool operator==(const sddimtextreftype& other) const = default;
+
+ private:
+  static void putLe(uint8_t* out, uint32_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i) out[i] = static_cast<uint8_t>(value >> (8 * i));
+  }
+  static uint32_t getLe(const uint8_t* in, int bytes) {
+    uint32_t value = 0;
+    for (int i = 0; i < bytes; ++i) value |= static_cast<uint32_t>(in[i]) << (8 * i);
+    return value;
+  }
 };
 
 // One integrated text: the stored part and its rotation.
