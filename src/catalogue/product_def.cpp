@@ -259,8 +259,10 @@ bool CKdProductDefArray::readFrom(CQbase& db, const CKdPropertyDefArray& defs) {
   for (bool more = db.fetchFirstMember(classId_); more; more = db.fetchNextMember()) {
     long id = 0;
     if (!VxKd::readObjId(db, id) || id < 1) continue;
-    CKdProductDef product;
-    if (product.readAttributesFrom(db, id, defs)) append(&product);
+    // Read in place: a product read aside would be copied, properties and all, by append.
+    const CKdProductDef empty;
+    if (!append(&empty)) continue;
+    if (!objAt(length() - 1)->readAttributesFrom(db, id, defs)) deleteAt(length() - 1);
   }
   sort(sortByDescription);
   return true;
