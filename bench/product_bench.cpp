@@ -10,15 +10,14 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "sqlite_baseline.h"
 #include "vxkd/catalogue/product_def.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/platform/qbase.h"
@@ -176,21 +175,8 @@ int64_t readProducts(const char* name) {
 // --- SQLite's C API: the same table, settings (one thread, no connection mutex) and
 // transaction ---
 
-bool exec(sqlite3* db, const char* sql) {
-  return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-sqlite3* openRaw(const std::string& path) {
-  sqlite3* db = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) !=
-          SQLITE_OK ||
-      !exec(db, "PRAGMA journal_mode=DELETE") || !exec(db, "PRAGMA synchronous=FULL") ||
-      !exec(db, "BEGIN IMMEDIATE")) {
-    sqlite3_close(db);
-    return nullptr;
-  }
-  return db;
-}
+using vxkd_bench::exec;
+using vxkd_bench::openRaw;
 
 bool writeRaw(const char* name) {
   sqlite3* db = openRaw(folder().file(name));
@@ -284,55 +270,24 @@ int64_t readRaw(const char* name) {
   return sum;
 }
 
-double seconds(const std::function<void()>& work) {
-  auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-void report(benchmark::State& state, double library, double raw) {
-  state.counters["vxkd_ms"] = benchmark::Counter(library * 1000 / state.iterations());
-  state.counters["sqlite_ms"] = benchmark::Counter(raw * 1000 / state.iterations());
-  state.counters["ratio"] = benchmark::Counter(library / raw);
-}
-
-// Runs the two in turns of order, so that neither always finds the caches warm.
-template <typename A, typename B>
-void runAlternately(bool& aFirst, A a, B b) {
-  if (aFirst) {
-    a();
-    b();
-  } else {
-    b();
-    a();
-  }
-  aFirst = !aFirst;
-}
-
 void BM_Write10kProductDefs(benchmark::State& state) {
   rows();
   if (!folder().ok) {
     state.SkipWithError("cannot create the empty dataset");
     return;
   }
-  double library = 0, raw = 0;
-  bool first = true;
+  vxkd_bench::SqliteBaseline times;
   bool ok = true;
   for (auto _ : state) {
     ok = folder().fresh("v.vkd") && folder().fresh("r.vkd") && ok;
-    double v = 0, r = 0;
-    auto runV = [&] { v = seconds([&] { ok = writeProducts("v.vkd") && ok; }); };
-    auto runR = [&] { r = seconds([&] { ok = writeRaw("r.vkd") && ok; }); };
-    runAlternately(first, runV, runR);
-    library += v;
-    raw += r;
-    state.SetIterationTime(v);
+    state.SetIterationTime(times.timeBoth([&] { ok = writeProducts("v.vkd") && ok; },
+                                          [&] { ok = writeRaw("r.vkd") && ok; }));
   }
   if (!ok) state.SkipWithError("a write failed");
   // Both wrote the same rows: each side reads the other's file alike.
   if (readProducts("r.vkd") != readProducts("v.vkd") || readRaw("v.vkd") != readRaw("r.vkd"))
     state.SkipWithError("the two writes differ");
-  report(state, library, raw);
+  times.report(state, "vxkd");
 }
 
 void BM_Read10kProductDefs(benchmark::State& state) {
@@ -341,21 +296,14 @@ void BM_Read10kProductDefs(benchmark::State& state) {
     state.SkipWithError("could not write the dataset");
     return;
   }
-  double library = 0, raw = 0;
-  bool first = true;
+  vxkd_bench::SqliteBaseline times;
   int64_t a = 0, b = 0;
-  for (auto _ : state) {
-    double v = 0, r = 0;
-    auto runV = [&] { v = seconds([&] { a = readProducts("read.vkd"); }); };
-    auto runR = [&] { r = seconds([&] { b = readRaw("read.vkd"); }); };
-    runAlternately(first, runV, runR);
-    library += v;
-    raw += r;
-    state.SetIterationTime(v);
-  }
+  for (auto _ : state)
+    state.SetIterationTime(
+        times.timeBoth([&] { a = readProducts("read.vkd"); }, [&] { b = readRaw("read.vkd"); }));
   if (a != b || a != int64_t{kProducts} * (kProperties + kTexts))
     state.SkipWithError("the two reads differ");
-  report(state, library, raw);
+  times.report(state, "vxkd");
 }
 
 BENCHMARK(BM_Write10kProductDefs)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(6);

@@ -108,14 +108,22 @@ class ProductDefTest : public vxkd_test::TempDatasetTest {
   CKdPropertyDefArray defs_ = sampleDefs();
 };
 
-TEST(ProductDef, StartsByLayerWithoutSystemTypeAndInitResetsOnlyTheScalars) {
-  CKdProductDef product;
+// The scalars of a new product, which init() restores.
+void expectDefaultScalars(const CKdProductDef& product) {
   EXPECT_EQ(product.dbId(), 0);
   EXPECT_EQ(product.colorNmb(), 256);
   EXPECT_EQ(product.lineWidth(), 0.0f);
   EXPECT_EQ(product.systemId(), 0);
   EXPECT_EQ(product.hpvSystemTypeId(), -1);
   EXPECT_EQ(product.partIdFmtId(), 0);
+  EXPECT_FALSE(product.isModified());
+  EXPECT_FALSE(product.isInCurDwg());
+  EXPECT_EQ(product.pos(), CGmPoint());
+}
+
+TEST(ProductDef, StartsByLayerWithoutSystemTypeAndInitResetsOnlyTheScalars) {
+  CKdProductDef product;
+  expectDefaultScalars(product);
   EXPECT_FALSE(product.hasSymbol());
   EXPECT_TRUE(product.guid().isNull());
 
@@ -131,15 +139,7 @@ TEST(ProductDef, StartsByLayerWithoutSystemTypeAndInitResetsOnlyTheScalars) {
   product.setDesc(L"Kept");
   product.setSymbolId("SOCKET");
   product.init();
-  EXPECT_EQ(product.dbId(), 0);
-  EXPECT_EQ(product.colorNmb(), 256);
-  EXPECT_EQ(product.lineWidth(), 0.0f);
-  EXPECT_EQ(product.systemId(), 0);
-  EXPECT_EQ(product.hpvSystemTypeId(), -1);
-  EXPECT_EQ(product.partIdFmtId(), 0);
-  EXPECT_FALSE(product.isModified());
-  EXPECT_FALSE(product.isInCurDwg());
-  EXPECT_EQ(product.pos(), CGmPoint());
+  expectDefaultScalars(product);
   EXPECT_EQ(product.desc(), L"Kept");
   EXPECT_STREQ(product.symbolId(), "SOCKET");
 }
