@@ -1,0 +1,73 @@
+#pragma once
+// CQbaseSchema: how a data dictionary becomes the tables of one open SQLite database. It
+// checks that a file is a dataset of the dictionary's format, creates the format row and the
+// tables of a new file, upgrades an older file (a newer format version, tables and columns
+// that the file lacks), and keeps each record table's prepared statements. Private to
+// CQbase.
+
+#include <sqlite3.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/qbase_dictionary.h"
+#include "platform/qbase_statement.h"
+
+// The statements of a record table. Every one selects or binds the key first and then the
+// dictionary's fields in their order.
+enum class QbaseStatementKind : uint8_t { insert, select, remove, scanAll, scanAfter, count };
+
+// One record table of the open database.
+struct QbaseTable {
+  const QbaseRecordDef* def = nullptr;
+  std::array<CQbaseStatement, static_cast<size_t>(QbaseStatementKind::count)> statements;
+  // Saves and deletions so far, so that an enumeration notices that its query went stale.
+  uint64_t writes = 0;
+};
+
+class CQbaseSchema {
+ public:
+  // Failures are described in `error`, which must outlive the schema.
+  explicit CQbaseSchema(QbaseError& error) : error_(error) {}
+  CQbaseSchema(const CQbaseSchema&) = delete;
+  CQbaseSchema& operator=(const CQbaseSchema&) = delete;
+
+  // Works on `db` (the file at `path`) with the record codes of `dict`; both must outlive
+  // the attachment. Prepares nothing yet.
+  void attach(sqlite3* db, const CQbaseDictionary& dict, const std::string& path);
+  // Finalizes every statement and forgets the database.
+  void detach();
+
+  // Reads the format row: false when the file is no dataset of the dictionary's format or
+  // was written by a newer version. With `upgrade`, an older version is raised to the
+  // dictionary's (a write).
+  bool checkFormat(bool upgrade);
+  // SQLite writes whole pages: false when the file ends inside one (it has lost its end).
+  bool checkWholePages();
+  // Writes the format row of a new file.
+  bool createFormat();
+  // Creates the tables and adds the columns that the file lacks (writes).
+  bool ensureTables();
+  // True when one of the calls above wrote to the file.
+  bool changed() const { return changed_; }
+
+  // The table of record `code`, or null (with the reason in the error) for an unknown code.
+  QbaseTable* table(const char* code);
+  // The statement `kind` of `t`, prepared when first asked for; null when it cannot be.
+  CQbaseStatement* statement(QbaseTable& t, QbaseStatementKind kind);
+  // Finalizes every prepared statement; they are prepared again when next asked for.
+  void finalizeStatements();
+
+ private:
+  std::string sqlOf(const QbaseRecordDef& def, QbaseStatementKind kind) const;
+
+  QbaseError& error_;
+  sqlite3* db_ = nullptr;
+  const CQbaseDictionary* dict_ = nullptr;
+  std::string path_;
+  std::vector<QbaseTable> tables_;
+  QbaseTable* lastTable_ = nullptr;
+  bool changed_ = false;
+};
