@@ -1,11 +1,9 @@
 #include "platform/qbase_dictionary.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 #include "vxkd/platform/env.h"
 
@@ -142,23 +140,10 @@ bool CQbaseDictionary::fail(int line, const std::string& message) {
 }
 
 bool CQbaseDictionary::load(const std::string& path) {
-  CEnv& env = CEnv::current();
-  int fd = env.openFile(path, O_RDONLY);
-  if (fd < 0) return fail(0, "cannot open " + path);
   std::string text;
-  char buffer[8192];
-  bool ok = true;
-  for (;;) {
-    ssize_t n = env.readFile(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) ok = false;
-    if (n <= 0) break;
-    text.append(buffer, static_cast<size_t>(n));
-    if (text.size() > kMaxFileSize) ok = false;
-    if (!ok) break;
-  }
-  env.closeFile(fd);
-  if (!ok) return fail(0, "cannot read " + path);
+  int error = CEnv::current().readWholeFile(path, text, kMaxFileSize);
+  if (error == ENOENT) return fail(0, "cannot open " + path);
+  if (error != 0) return fail(0, "cannot read " + path + ": " + std::strerror(error));
   return parse(text);
 }
 

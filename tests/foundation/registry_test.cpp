@@ -310,9 +310,38 @@ TEST_F(RegistryFault, FailedReplaceLeavesTheFileAsItWas) {
   env_.failRenames(EXDEV);
   EXPECT_FALSE(userKey().writeDw(L"", L"X", 2));
   EXPECT_EQ(registry_.currentUserText(), before);
-  EXPECT_EQ(registry_.folder().read("hkcu/registry.reg.tmp"), "") << "no temporary file left";
+  EXPECT_EQ(registry_.folder().names("hkcu"),
+            (std::vector<std::string>{"registry.reg", "registry.reg.lock"}))
+      << "no temporary file left";
   env_.failRenames(0);
   EXPECT_EQ(dwordOf(userKey(), L"", L"X"), 1);
+}
+
+TEST_F(RegistryFault, FailedWriteOrFlushLeavesTheFileAsItWas) {
+  const std::string before = registry_.currentUserText();
+  for (bool flush : {false, true}) {
+    SCOPED_TRACE(flush ? "flush" : "write");
+    if (flush)
+      env_.failSyncs(EIO);
+    else
+      env_.failWrites(ENOSPC);
+    EXPECT_FALSE(userKey().writeWsz(L"", L"Y", L"text"));
+    EXPECT_EQ(registry_.currentUserText(), before);
+    EXPECT_EQ(registry_.folder().names("hkcu"),
+              (std::vector<std::string>{"registry.reg", "registry.reg.lock"}));
+    env_.failSyncs(0);
+    env_.failWrites(0);
+  }
+}
+
+TEST_F(RegistryFault, FolderThatCannotBeMadeFailsTheWrite) {
+  vxkd_test::ScopedEnv elsewhere("VXKD_HKCU", registry_.folder().native("new/deeper/registry.reg"));
+  env_.failMakeFolders(EACCES);
+  EXPECT_FALSE(userKey().writeDw(L"", L"X", 2));
+  EXPECT_FALSE(access(registry_.folder().native("new").c_str(), F_OK) == 0);
+  env_.failMakeFolders(0);
+  EXPECT_TRUE(userKey().writeDw(L"", L"X", 2));
+  EXPECT_EQ(dwordOf(userKey(), L"", L"X"), 2);
 }
 
 TEST_F(RegistryFault, FileThatCannotBeReadIsNeverReplaced) {
