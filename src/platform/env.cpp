@@ -79,6 +79,8 @@ int CEnv::makeFolder(const std::string& path, mode_t mode) { return ::mkdir(path
 
 int CEnv::accessPath(const std::string& path, int mode) { return ::access(path.c_str(), mode); }
 
+int CEnv::changeMode(const std::string& path, mode_t mode) { return ::chmod(path.c_str(), mode); }
+
 int CEnv::listFolder(const std::string& path, std::vector<std::string>& names) {
   names.clear();
   DIR* dir = ::opendir(path.c_str());

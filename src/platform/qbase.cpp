@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
@@ -20,8 +22,27 @@
 
 namespace {
 
-// How long an open waits for another process's write transaction to end.
+// How long an open waits for another process's lock on the file to go.
 constexpr int kBusyTimeoutMs = 5000;
+// How long an update, once under way, waits for the readers to let it write: its work is
+// done, and readers leave by themselves.
+constexpr int kWriterTimeoutMs = 30000;
+
+// A failure of the system with errno `error`: a file or folder that this process may not
+// write is read-only, a missing one missing.
+CQbase::failReason reasonOfErrno(int error) {
+  switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return CQbase::reasonReadOnly;
+    case ENOENT:
+    case ENOTDIR:
+      return CQbase::reasonMissing;
+    default:
+      return CQbase::reasonFailed;
+  }
+}
 
 }  // namespace
 
@@ -33,12 +54,17 @@ struct CQbase::Impl {
   CQbaseSchema schema{error};
   CQbaseRecord record{error};
   sqlite3* db = nullptr;
+  openMode mode = openRead;
+  // The file open in `db`: the dataset, or the temporary file a creation builds and
+  // renames to `target` when it closes.
   std::string path;
-  bool created = false;
+  std::string target;
   bool changed = false;
   // A write failed: the transaction is (being) rolled back and every later write fails.
   bool spoiled = false;
-  uint64_t mtimeBefore = 0;  // the file's last-write time when it was opened
+  // A read failed: what was read is not the whole of what was asked for.
+  bool readFailed = false;
+  uint64_t mtimeBefore = 0;  // the last-write time of a file opened for update
 
   // The set being enumerated: its table, the key of the last member and the running query
   // (one of the table's statements).
@@ -48,11 +74,21 @@ struct CQbase::Impl {
   uint64_t cursorWrites = 0;
 
   bool fail(std::string message) { return error.fail(std::move(message)); }
+  bool fail(failReason reason, std::string message) {
+    return error.fail(reason, std::move(message));
+  }
   bool sqlFail(const std::string& what) { return error.sqlFail(db, what); }
   bool exec(const char* sql) { return qbaseExec(db, sql, error); }
 
-  bool openFile(const std::string& file, bool create);
+  bool openFile(const std::string& file, openMode how);
+  bool connect(int flags);
+  bool openForReading();
+  bool playBackJournal();
+  bool openForUpdate();
+  bool openForCreation();
   bool useRollbackJournal();
+  bool putInPlace();
+  void disconnect();
   void teardown(bool removeNewFile);
 
   bool validKey(const QbaseTable& t, const char* key) {
@@ -71,23 +107,34 @@ struct CQbase::Impl {
   }
   bool stepSet();
 
+  // A read that SQLite failed (rc) fails the whole transaction: its caller must not take
+  // what it got for all there is.
+  bool failRead(const std::string& what) {
+    sqlFail(what);
+    readFailed = true;
+    if (mode != openRead) spoil(error.message);
+    return false;
+  }
+
   // True when a write may go ahead; spoils the transaction when it has gone missing.
   bool canWrite() {
     if (!db) return fail("not open");
+    if (mode == openRead) return fail("opened for reading");
     if (spoiled) return false;
     if (sqlite3_get_autocommit(db)) return spoil("the transaction has ended");
     return true;
   }
 
   bool spoil(const std::string& why) {
+    if (error.reason == reasonNone) error.reason = reasonFailed;
     fail(why);
     spoiled = true;
     if (cursor) cursor->reset();
     cursor = nullptr;
     if (!sqlite3_get_autocommit(db)) {
-      std::string keep = error.message;
+      QbaseError keep = error;
       exec("ROLLBACK");
-      error.message = keep;
+      error = keep;
     }
     return false;
   }
@@ -96,37 +143,116 @@ struct CQbase::Impl {
 // ---------------------------------------------------------------------------------------
 // Opening and closing
 
-bool CQbase::Impl::openFile(const std::string& file, bool create) {
-  const char* vfs = qbaseVfsName();
-  if (!vfs) return fail("SQLite has no file layer");
-  CEnv& env = CEnv::current();
-  // The file must be writable by this process: every open is a write transaction.
-  int fd =
-      create ? env.openFile(file, O_RDWR | O_CREAT | O_EXCL, 0644) : env.openFile(file, O_RDWR);
-  if (fd < 0) return fail(file + ": " + std::strerror(errno));
-  env.closeFile(fd);
+bool CQbase::Impl::openFile(const std::string& file, openMode how) {
+  mode = how;
+  if (how == openCreate) {
+    target = file;
+    return openForCreation();
+  }
+  struct stat st {};
+  if (CEnv::current().statPath(file, &st) != 0)
+    return fail(reasonOfErrno(errno), file + ": " + std::strerror(errno));
+  if (!S_ISREG(st.st_mode)) return fail(reasonNotDatabase, file + ": not a file");
   path = file;
-  created = create;
-  // A journal beside a file that did not exist belongs to a file deleted since: it must
-  // never be played back into the new one.
-  if (create) env.unlinkPath(file + "-journal");
+  return how == openRead ? openForReading() : openForUpdate();
+}
 
-  if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, vfs) !=
-      SQLITE_OK)
-    return sqlFail(file);
+bool CQbase::Impl::connect(int flags) {
+  const char* vfs = qbaseVfsName();
+  if (!vfs) return fail(reasonFailed, "SQLite has no file layer");
+  if (sqlite3_open_v2(path.c_str(), &db, flags | SQLITE_OPEN_NOMUTEX, vfs) != SQLITE_OK)
+    return sqlFail(path);
   sqlite3_extended_result_codes(db, 1);
   sqlite3_busy_timeout(db, kBusyTimeoutMs);
-  if (sqlite3_db_readonly(db, "main") != 0) return fail(file + ": read-only");
   schema.attach(db, dict, path);
-  // Check before anything is written: a database that is not a dataset stays untouched.
-  if (!create && (!schema.checkFormat(false) || !schema.checkWholePages())) return false;
+  return true;
+}
+
+void CQbase::Impl::disconnect() {
+  endSet();
+  record.clear();
+  schema.detach();
+  if (!db) return;
+  if (!sqlite3_get_autocommit(db)) sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+  sqlite3_close(db);
+  db = nullptr;
+}
+
+// A read-only connection in a deferred transaction: its first read takes the shared lock,
+// which it keeps to the end, so every later read sees the same commit. Nothing is written,
+// not even a checkpoint of a file that another tool left in WAL mode.
+bool CQbase::Impl::openForReading() {
+  for (int attempt = 0;; ++attempt) {
+    if (!connect(SQLITE_OPEN_READONLY)) return false;
+    sqlite3_db_config(db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    if (!exec("BEGIN DEFERRED")) return false;
+    if (schema.checkFormat(false)) break;
+    // A writer died in the middle of a commit and left its journal: a reader may not play
+    // it back, so a connection that may write does, and the file is read again.
+    if (attempt > 0 || sqlite3_extended_errcode(db) != SQLITE_READONLY_ROLLBACK) return false;
+    disconnect();
+    if (!playBackJournal()) return false;
+  }
+  return schema.checkWholePages() && schema.findMissingColumns();
+}
+
+bool CQbase::Impl::playBackJournal() {
+  if (!connect(SQLITE_OPEN_READWRITE)) return false;
+  bool ok = sqlite3_db_readonly(db, "main") == 0
+                ? exec("SELECT count(*) FROM sqlite_master")
+                : fail(reasonReadOnly, path +
+                                           ": a writer's journal needs playing back, and "
+                                           "this process may not write the file");
+  disconnect();
+  return ok;
+}
+
+// One exclusive transaction, begun only after the file passed the checks: a file that is no
+// dataset, or a damaged one, stays untouched.
+bool CQbase::Impl::openForUpdate() {
+  CEnv& env = CEnv::current();
+  // The journal is made beside the file: both must be writable.
+  for (const std::string& need : {path, folderOfPath(path)}) {
+    if (env.accessPath(need, W_OK) != 0)
+      return fail(reasonOfErrno(errno) == reasonMissing ? reasonFailed : reasonOfErrno(errno),
+                  need + ": " + std::strerror(errno));
+  }
+  if (!connect(SQLITE_OPEN_READWRITE)) return false;
+  if (sqlite3_db_readonly(db, "main") != 0) return fail(reasonReadOnly, path + ": read-only");
+  if (!schema.checkFormat(false) || !schema.checkWholePages()) return false;
   if (!useRollbackJournal()) return false;
   if (!exec("PRAGMA synchronous=FULL") || !exec("BEGIN IMMEDIATE")) return false;
-
+  sqlite3_busy_timeout(db, kWriterTimeoutMs);
   cuFile::CFileTime stamp;
-  if (stamp.initFor(CWsz::fromUtf8(file.c_str())) == 0) mtimeBefore = stamp.time();
-  if (create ? !schema.createFormat() : !schema.checkFormat(true)) return false;
-  return schema.ensureTables();
+  if (stamp.initFor(CWsz::fromUtf8(path.c_str())) == 0) mtimeBefore = stamp.time();
+  if (!schema.checkIntegrity()) return false;
+  return schema.checkFormat(true) && schema.ensureTables();
+}
+
+// A new file under a name of its own beside the target, renamed into place at the close.
+bool CQbase::Impl::openForCreation() {
+  CEnv& env = CEnv::current();
+  static unsigned counter = 0;
+  int fd = -1;
+  for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
+    path = target + ".new-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
+    fd = env.openFile(path, O_RDWR | O_CREAT | O_EXCL, 0644);
+    if (fd < 0 && errno != EEXIST) {
+      int failure = errno;
+      path.clear();
+      return fail(reasonOfErrno(failure) == reasonMissing ? reasonFailed : reasonOfErrno(failure),
+                  target + ": " + std::strerror(failure));
+    }
+  }
+  if (fd < 0) return fail(reasonFailed, target + ": no free temporary name");
+  env.closeFile(fd);
+  // A journal beside a file that did not exist belongs to a file deleted since: it must
+  // never be played back into the new one.
+  env.unlinkPath(path + "-journal");
+  if (!connect(SQLITE_OPEN_READWRITE)) return false;
+  if (!useRollbackJournal()) return false;
+  if (!exec("PRAGMA synchronous=FULL") || !exec("BEGIN IMMEDIATE")) return false;
+  return schema.createFormat() && schema.ensureTables();
 }
 
 // The rollback journal: every commit writes the file itself, and a process that dies in the
@@ -134,28 +260,47 @@ bool CQbase::Impl::openFile(const std::string& file, bool create) {
 bool CQbase::Impl::useRollbackJournal() {
   CQbaseStatement mode;
   if (!mode.prepare(db, "PRAGMA journal_mode=DELETE")) return sqlFail(path);
-  bool rollback =
-      mode.step() == SQLITE_ROW && sqlite3_stricmp(mode.columnText(0).c_str(), "delete") == 0;
-  if (!rollback) return sqlFail(path + ": cannot use the rollback journal");
+  int rc = mode.step();
+  if (rc != SQLITE_ROW) return sqlFail(path + ": cannot use the rollback journal");
+  if (sqlite3_stricmp(mode.columnText(0).c_str(), "delete") != 0)
+    return fail(reasonFailed, path + ": cannot use the rollback journal");
   return true;
 }
 
-// Closes the connection, rolling back what is still open, and forgets the file.
-void CQbase::Impl::teardown(bool removeNewFile) {
-  endSet();
-  record.clear();
-  schema.detach();
-  if (db) {
-    if (!sqlite3_get_autocommit(db)) sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
-    sqlite3_close(db);
-    db = nullptr;
+// Moves the committed new file over the target. Its last-write time is first set later
+// than the file it replaces, so that every user who read that one notices the change.
+bool CQbase::Impl::putInPlace() {
+  CEnv& env = CEnv::current();
+  struct stat old {};
+  bool replaces = env.statPath(target, &old) == 0;
+  if (replaces) {
+    // A shared dataset keeps the permissions its users need (group write, say).
+    env.changeMode(path, old.st_mode & 07777);
+    cuFile::CFileTime previous;
+    previous.initFor(CWsz::fromUtf8(target.c_str()));
+    cuFile::CFileTime::touchForward(CWsz::fromUtf8(path.c_str()), previous.time());
   }
-  if (removeNewFile && created && !path.empty()) {
+  if (env.renamePath(path, target) != 0) {
+    int failure = errno;
+    env.unlinkPath(path);
+    return fail(reasonOfErrno(failure) == reasonMissing ? reasonFailed : reasonOfErrno(failure),
+                target + ": " + std::strerror(failure));
+  }
+  env.syncFolder(folderOfPath(target));
+  return true;
+}
+
+// Closes the connection, rolling back what is still open, and forgets the file; a new file
+// not put in place is removed.
+void CQbase::Impl::teardown(bool removeNewFile) {
+  disconnect();
+  if (removeNewFile && mode == openCreate && !path.empty()) {
     CEnv::current().unlinkPath(path);
     CEnv::current().unlinkPath(path + "-journal");
   }
   path.clear();
-  created = changed = spoiled = false;
+  target.clear();
+  changed = spoiled = readFailed = false;
   mtimeBefore = 0;
 }
 
@@ -164,13 +309,17 @@ CQbase::CQbase() : impl_(std::make_unique<Impl>()) {}
 CQbase::~CQbase() { abandon(); }
 
 bool CQbase::openDatabase(const wchar_t* dictionaryPath, const wchar_t* path, bool create) {
+  return openDatabase(dictionaryPath, path, create ? openCreate : openUpdate);
+}
+
+bool CQbase::openDatabase(const wchar_t* dictionaryPath, const wchar_t* path, openMode mode) {
   Impl& d = *impl_;
-  if (d.db) return d.fail("already open");
-  d.error.message.clear();
-  if (!dictionaryPath || !*dictionaryPath) return d.fail("no dictionary");
-  if (!d.dict.load(cuFile::nativePath(dictionaryPath))) return d.fail(d.dict.error());
-  if (!path || !*path) return d.fail("no dataset path");
-  if (!d.openFile(cuFile::nativePath(path), create)) {
+  if (d.db) return d.fail(reasonFailed, "already open");
+  d.error.clear();
+  if (!dictionaryPath || !*dictionaryPath) return d.fail(reasonFailed, "no dictionary");
+  if (!d.dict.load(cuFile::nativePath(dictionaryPath))) return d.fail(reasonFailed, d.dict.error());
+  if (!path || !*path) return d.fail(reasonMissing, "no dataset path");
+  if (!d.openFile(cuFile::nativePath(path), mode)) {
     d.teardown(true);
     return false;
   }
@@ -182,15 +331,18 @@ bool CQbase::closeDatabase() {
   if (!d.db) return d.fail("not open");
   d.endSet();
   d.schema.finalizeStatements();
-  bool ok = !d.spoiled && d.exec("COMMIT");
-  if (ok) d.error.message.clear();
+  bool ok = !d.spoiled && !d.readFailed && d.exec("COMMIT");
+  if (ok) d.error.clear();
   bool changed = d.changed || d.schema.changed();
-  std::string file = d.path;
+  std::string file = d.mode == openCreate ? d.target : d.path;
   uint64_t before = d.mtimeBefore;
+  d.disconnect();
+  if (ok && d.mode == openCreate) ok = d.putInPlace();
   d.teardown(!ok);
-  // Other users notice a change by a strictly later last-write time, and the file
-  // system's coarse clock can stamp two saves alike: a commit moves the time on.
-  if (ok && changed && !cuFile::CFileTime::touchForward(CWsz::fromUtf8(file.c_str()), before))
+  // Other users notice a change by a strictly later last-write time, and the file system's
+  // coarse clock can stamp two saves alike: an update moves the time on.
+  if (ok && changed && d.mode == openUpdate &&
+      !cuFile::CFileTime::touchForward(CWsz::fromUtf8(file.c_str()), before))
     d.fail(file + ": cannot set the last-write time");
   return ok;
 }
@@ -201,9 +353,29 @@ void CQbase::abandon() {
 
 bool CQbase::isOpen() const { return impl_->db != nullptr; }
 
+bool CQbase::isReadOnly() const { return impl_->db && impl_->mode == openRead; }
+
+bool CQbase::isCurrentFile() const {
+  int moved = 0;
+  return impl_->db &&
+         sqlite3_file_control(impl_->db, "main", SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK &&
+         moved == 0;
+}
+
 void CQbase::setWarnings(bool) {}
 
 const char* CQbase::lastError() const { return impl_->error.message.c_str(); }
+
+CQbase::failReason CQbase::reason() const { return impl_->error.reason; }
+
+const char* CQbase::reasonText(failReason reason) {
+  constexpr const char* kTexts[] = {
+      "no failure", "not a database", "not a dataset", "written by a newer version",
+      "damaged",    "read-only",      "busy",          "missing",
+      "failed",
+  };
+  return reason <= reasonFailed ? kTexts[reason] : kTexts[reasonFailed];
+}
 
 // ---------------------------------------------------------------------------------------
 // Records
@@ -246,7 +418,7 @@ bool CQbase::fetchRec(const char* code, const char* key) {
   stmt->reset();
   if (rc == SQLITE_ROW) return true;
   return rc == SQLITE_DONE ? d.fail("no record " + t->def->code + " " + key)
-                           : d.sqlFail("fetching " + t->def->code);
+                           : d.failRead("fetching " + t->def->code);
 }
 
 bool CQbase::deleteRec(const char* code, const char* key) {
@@ -293,7 +465,7 @@ bool CQbase::Impl::stepSet() {
   cursor->reset();
   cursor = nullptr;
   record.clear();
-  if (rc != SQLITE_DONE) sqlFail("enumerating " + set->def->code);
+  if (rc != SQLITE_DONE) failRead("enumerating " + set->def->code);
   return false;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/qbase_dictionary.h"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -186,6 +188,12 @@ bool CQbaseDictionary::parse(std::string_view text) {
       }
       if (!isCode(w[1])) return fail(lineNo, "bad record code");
       if (indexOf(w[1]) >= 0) return fail(lineNo, "record " + std::string(w[1]) + " twice");
+      // SQLite's table names ignore case: two such codes would share one table.
+      for (const QbaseRecordDef& other : records_) {
+        if (sqlite3_stricmp(other.code.c_str(), std::string(w[1]).c_str()) == 0)
+          return fail(lineNo, "record " + std::string(w[1]) + " differs from " + other.code +
+                                  " only in letter case");
+      }
       if (!parseNumber(w[2], 1, kMaxKeyWidth, number)) return fail(lineNo, "bad key width");
       if (!isName(w[3])) return fail(lineNo, "bad record name");
       QbaseRecordDef rec;

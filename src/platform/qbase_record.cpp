@@ -1,5 +1,6 @@
 #include "platform/qbase_record.h"
 
+#include <algorithm>
 #include <climits>
 
 #include "platform/qbase_coding.h"
@@ -229,17 +230,20 @@ bool CQbaseRecord::getBinaryArray(short number, CByteBuffer& data, int& count) {
   const QbaseFieldDef* def = nullptr;
   const QbaseFieldValue* v = present(number, QbaseFieldType::kBinaryArray, &def);
   if (!v) return false;
-  data.set(v->bytes.data(), static_cast<int>(v->bytes.size()));
-  count = static_cast<int>((v->bytes.size() + def->size - 1) / def->size);
+  size_t size = std::min(v->bytes.size(), static_cast<size_t>(CQbase::kMaxBinaryArrayItems) *
+                                              static_cast<size_t>(def->size));
+  data.set(v->bytes.data(), static_cast<int>(size));
+  count = static_cast<int>((size + def->size - 1) / def->size);
   return true;
 }
 
 bool CQbaseRecord::setBinaryArray(short number, const void* data, int count) {
   const QbaseFieldDef* def = nullptr;
   if (!slot(number, QbaseFieldType::kBinaryArray, &def)) return false;
-  int64_t size = static_cast<int64_t>(count) * def->size;
-  if (count < 0 || (count > 0 && !data) || size > INT_MAX)
+  if (count < 0 || (count > 0 && !data))
     return error_.fail("bad binary array of " + std::to_string(count) + " items");
+  // Every fixed capacity cuts silently.
+  int64_t size = static_cast<int64_t>(std::min(count, CQbase::kMaxBinaryArrayItems)) * def->size;
   return setBytes(number, QbaseFieldType::kBinaryArray, data, static_cast<size_t>(size));
 }
 

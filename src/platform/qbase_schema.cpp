@@ -11,15 +11,6 @@ constexpr const char* kFormatTable = "vxkd_dataset";
 
 std::string quoted(std::string_view name) { return qbaseConcat({"\"", name, "\""}); }
 
-std::string columnList(const QbaseRecordDef& def) {
-  std::string list = quoted(kKeyColumn);
-  for (const QbaseFieldDef& f : def.fields) {
-    list += ',';
-    list += quoted(f.column);
-  }
-  return list;
-}
-
 }  // namespace
 
 void CQbaseSchema::attach(sqlite3* db, const CQbaseDictionary& dict, const std::string& path) {
@@ -41,9 +32,16 @@ void CQbaseSchema::detach() {
 }
 
 bool CQbaseSchema::checkFormat(bool upgrade) {
+  // A table that is missing or cannot be read makes a file that is no dataset, unless
+  // SQLite found it to be no database at all, damaged or busy.
+  auto notDataset = [this] {
+    error_.sqlFail(db_, path_ + ": not a dataset");
+    if (error_.reason == CQbase::reasonFailed) error_.reason = CQbase::reasonNotDataset;
+    return false;
+  };
   CQbaseStatement stmt;
   if (!stmt.prepare(db_, qbaseConcat({"SELECT format, version FROM ", kFormatTable})))
-    return error_.sqlFail(db_, path_ + ": not a dataset");
+    return notDataset();
   int rc = stmt.step();
   std::string format;
   int64_t version = 0;
@@ -51,10 +49,12 @@ bool CQbaseSchema::checkFormat(bool upgrade) {
     format = stmt.columnText(0);
     version = stmt.columnInt(1);
   }
-  if (rc != SQLITE_ROW && rc != SQLITE_DONE) return error_.sqlFail(db_, path_ + ": not a dataset");
-  if (format != dict_->formatName() || version < 1) return error_.fail(path_ + ": not a dataset");
+  if (rc != SQLITE_ROW && rc != SQLITE_DONE) return notDataset();
+  if (format != dict_->formatName() || version < 1)
+    return error_.fail(CQbase::reasonNotDataset, path_ + ": not a dataset");
   // A newer program may have changed the layout in ways that a rewrite here would spoil.
-  if (version > dict_->formatVersion()) return error_.fail(path_ + ": written by a newer version");
+  if (version > dict_->formatVersion())
+    return error_.fail(CQbase::reasonNewerFormat, path_ + ": written by a newer version");
   if (!upgrade || version == dict_->formatVersion()) return true;
   if (!stmt.prepare(db_, qbaseConcat({"UPDATE ", kFormatTable, " SET version=?1"})))
     return error_.sqlFail(db_, path_);
@@ -71,7 +71,19 @@ bool CQbaseSchema::checkWholePages() {
   struct stat st {};
   if (pageSize <= 0 || CEnv::current().statPath(path_, &st) != 0) return error_.sqlFail(db_, path_);
   if (st.st_size % pageSize != 0)
-    return error_.fail(path_ + ": damaged, the file ends inside a page");
+    return error_.fail(CQbase::reasonDamaged, path_ + ": damaged, the file ends inside a page");
+  return true;
+}
+
+bool CQbaseSchema::checkIntegrity() {
+  // The quick check would be cheaper, but it misses keys out of order: a key changed in
+  // place, which a write would turn into duplicate records.
+  CQbaseStatement stmt;
+  if (!stmt.prepare(db_, "PRAGMA integrity_check(1)")) return error_.sqlFail(db_, path_);
+  int rc = stmt.step();
+  if (rc != SQLITE_ROW) return error_.sqlFail(db_, path_ + ": integrity check");
+  std::string result = stmt.columnText(0);
+  if (result != "ok") return error_.fail(CQbase::reasonDamaged, path_ + ": damaged, " + result);
   return true;
 }
 
@@ -90,24 +102,35 @@ bool CQbaseSchema::createFormat() {
   return true;
 }
 
+bool CQbaseSchema::columnsOf(CQbaseStatement& info, const std::string& table,
+                             std::vector<std::string>& out) {
+  out.clear();
+  info.reset();
+  info.bindText(1, table);
+  int rc;
+  while ((rc = info.step()) == SQLITE_ROW) out.push_back(info.columnText(0));
+  return rc == SQLITE_DONE || error_.sqlFail(db_, table);
+}
+
+namespace {
+
+bool hasColumn(const std::vector<std::string>& columns, const std::string& name) {
+  for (const std::string& c : columns) {
+    if (sqlite3_stricmp(c.c_str(), name.c_str()) == 0) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 bool CQbaseSchema::ensureTables() {
   CQbaseStatement info;
   if (!info.prepare(db_, "SELECT name FROM pragma_table_info(?1)"))
     return error_.sqlFail(db_, path_);
+  std::vector<std::string> columns;
   for (const QbaseTable& t : tables_) {
     const QbaseRecordDef& def = *t.def;
-    std::vector<std::string> columns;
-    info.reset();
-    info.bindText(1, def.table);
-    int rc;
-    while ((rc = info.step()) == SQLITE_ROW) columns.push_back(info.columnText(0));
-    if (rc != SQLITE_DONE) return error_.sqlFail(db_, def.table);
-    auto has = [&columns](const std::string& name) {
-      for (const std::string& c : columns) {
-        if (sqlite3_stricmp(c.c_str(), name.c_str()) == 0) return true;
-      }
-      return false;
-    };
+    if (!columnsOf(info, def.table, columns)) return false;
     std::string sql;
     if (columns.empty()) {
       sql = qbaseConcat({"CREATE TABLE ", quoted(def.table), " (", quoted(kKeyColumn),
@@ -120,15 +143,34 @@ bool CQbaseSchema::ensureTables() {
       changed_ = true;
       continue;
     }
-    if (!has(kKeyColumn))
-      return error_.fail(path_ + ": table " + def.table + " is not a record table");
+    if (!hasColumn(columns, kKeyColumn))
+      return error_.fail(CQbase::reasonNotDataset,
+                         path_ + ": table " + def.table + " is not a record table");
     for (const QbaseFieldDef& f : def.fields) {
-      if (has(f.column)) continue;
+      if (hasColumn(columns, f.column)) continue;
       sql = qbaseConcat({"ALTER TABLE ", quoted(def.table), " ADD COLUMN ", quoted(f.column), " ",
                          qbaseColumnType(f.type)});
       if (!qbaseExec(db_, sql.c_str(), error_)) return false;
       changed_ = true;
     }
+  }
+  return true;
+}
+
+bool CQbaseSchema::findMissingColumns() {
+  CQbaseStatement info;
+  if (!info.prepare(db_, "SELECT name FROM pragma_table_info(?1)"))
+    return error_.sqlFail(db_, path_);
+  std::vector<std::string> columns;
+  for (QbaseTable& t : tables_) {
+    if (!columnsOf(info, t.def->table, columns)) return false;
+    t.inFile = !columns.empty();
+    if (t.inFile && !hasColumn(columns, kKeyColumn))
+      return error_.fail(CQbase::reasonNotDataset,
+                         path_ + ": table " + t.def->table + " is not a record table");
+    t.columnInFile.clear();
+    for (const QbaseFieldDef& f : t.def->fields)
+      t.columnInFile.push_back(hasColumn(columns, f.column));
   }
   return true;
 }
@@ -143,9 +185,22 @@ QbaseTable* CQbaseSchema::table(const char* code) {
   return nullptr;
 }
 
-std::string CQbaseSchema::sqlOf(const QbaseRecordDef& def, QbaseStatementKind kind) const {
-  const std::string table = quoted(def.table), columns = columnList(def);
-  const std::string key = quoted(kKeyColumn);
+std::string CQbaseSchema::sqlOf(const QbaseTable& t, QbaseStatementKind kind) const {
+  const QbaseRecordDef& def = *t.def;
+  const std::string table = quoted(def.table), key = quoted(kKeyColumn);
+  // What the reading statements select: the key and every field, NULL for a column that an
+  // older file lacks.
+  std::string columns = key;
+  for (size_t i = 0; i < def.fields.size(); ++i) {
+    columns += ',';
+    columns += t.columnInFile.empty() || t.columnInFile[i] ? quoted(def.fields[i].column) : "NULL";
+  }
+  // A table that the file lacks holds no records.
+  if (!t.inFile && kind != QbaseStatementKind::insert && kind != QbaseStatementKind::remove) {
+    std::string nulls = "''";
+    for (size_t i = 0; i < def.fields.size(); ++i) nulls += ",NULL";
+    return qbaseConcat({"SELECT ", nulls, " WHERE ?1 IS NULL AND 0"});
+  }
   switch (kind) {
     case QbaseStatementKind::insert: {
       std::string sql =
@@ -169,7 +224,7 @@ std::string CQbaseSchema::sqlOf(const QbaseRecordDef& def, QbaseStatementKind ki
 CQbaseStatement* CQbaseSchema::statement(QbaseTable& t, QbaseStatementKind kind) {
   CQbaseStatement& stmt = t.statements[static_cast<size_t>(kind)];
   if (stmt.isPrepared()) return &stmt;
-  const std::string sql = sqlOf(*t.def, kind);
+  const std::string sql = sqlOf(t, kind);
   if (!stmt.prepare(db_, sql, true)) {
     error_.sqlFail(db_, sql);
     return nullptr;

@@ -25,6 +25,11 @@ struct QbaseTable {
   std::array<CQbaseStatement, static_cast<size_t>(QbaseStatementKind::count)> statements;
   // Saves and deletions so far, so that an enumeration notices that its query went stale.
   uint64_t writes = 0;
+  // Which of the dictionary's fields the file's table has (all when empty), and whether the
+  // file has the table at all. Only a file opened for reading can lack them: an update adds
+  // them first.
+  bool inFile = true;
+  std::vector<bool> columnInFile;
 };
 
 class CQbaseSchema {
@@ -50,6 +55,12 @@ class CQbaseSchema {
   bool createFormat();
   // Creates the tables and adds the columns that the file lacks (writes).
   bool ensureTables();
+  // Notes the tables and columns that the file lacks, so that the reading statements
+  // read them as absent (no writes).
+  bool findMissingColumns();
+  // SQLite's integrity check of the whole file: false, with the reason "damaged", when it
+  // finds anything (a broken page, keys out of order, a lost record).
+  bool checkIntegrity();
   // True when one of the calls above wrote to the file.
   bool changed() const { return changed_; }
 
@@ -61,7 +72,9 @@ class CQbaseSchema {
   void finalizeStatements();
 
  private:
-  std::string sqlOf(const QbaseRecordDef& def, QbaseStatementKind kind) const;
+  std::string sqlOf(const QbaseTable& t, QbaseStatementKind kind) const;
+  // The columns of `table` in the file; false when they cannot be read.
+  bool columnsOf(CQbaseStatement& info, const std::string& table, std::vector<std::string>& out);
 
   QbaseError& error_;
   sqlite3* db_ = nullptr;

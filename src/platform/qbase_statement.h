@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "vxkd/platform/qbase.h"
+
 class CQbaseStatement {
  public:
   CQbaseStatement() = default;
@@ -55,18 +57,34 @@ class CQbaseStatement {
   sqlite3_stmt* stmt_ = nullptr;
 };
 
-// Why the last operation of the record database failed, in words for logs and tests.
+// The reason of an SQLite result code that is a failure.
+CQbase::failReason qbaseReasonOf(int rc);
+
+// Why the last operation of the record database failed: in words for logs and tests, and,
+// for the failures of an open, a read or a close, the reason for the caller.
 struct QbaseError {
   std::string message;
+  CQbase::failReason reason = CQbase::reasonNone;
 
   // Keeps `text` and returns false, so that a failure path reads `return error.fail(...)`.
+  // The reason stays: a missing record or a wrong field number is no failure of the file.
   bool fail(std::string text) {
     message = std::move(text);
     return false;
   }
-  // The same with SQLite's own words for the last failure on `db`.
+  // A failure of the file itself, with its reason.
+  bool fail(CQbase::failReason why, std::string text) {
+    reason = why;
+    return fail(std::move(text));
+  }
+  // The same with SQLite's own words and result code for the last failure on `db`.
   bool sqlFail(sqlite3* db, const std::string& what) {
-    return fail(what + ": " + (db ? sqlite3_errmsg(db) : "no database"));
+    return fail(db ? qbaseReasonOf(sqlite3_extended_errcode(db)) : CQbase::reasonFailed,
+                what + ": " + (db ? sqlite3_errmsg(db) : "no database"));
+  }
+  void clear() {
+    message.clear();
+    reason = CQbase::reasonNone;
   }
 };
 

@@ -241,6 +241,18 @@ TEST_F(RegistryTest, KeyPathsAndValueNamesIgnoreCase) {
   EXPECT_EQ(text.find("userpreferences"), std::string::npos) << "one key, its first path";
 }
 
+// A key path that the file could not carry back is refused, and nothing is written.
+TEST_F(RegistryTest, KeyPathsThatCannotBeWrittenAreRefused) {
+  CSystemRegistry key = userKey();
+  for (const wchar_t* sub : {L"A]B", L"Closing]", L"Line\nBreak"}) {
+    EXPECT_FALSE(key.writeDw(sub, L"X", 1)) << cuSz::toUtf8(sub);
+    EXPECT_FALSE(key.writeWsz(sub, L"X", L"text")) << cuSz::toUtf8(sub);
+  }
+  EXPECT_EQ(registry_.currentUserText(), "");
+  EXPECT_TRUE(key.writeDw(L"A[B", L"X", 1)) << "an opening bracket is harmless";
+  EXPECT_EQ(dwordOf(key, L"A[B", L"X"), 1);
+}
+
 TEST(SystemRegistry, UninitialisedRegistryDoesNothingAndRootsHaveTheirOwnFiles) {
   vxkd_test::TempRegistry registry;
   CSystemRegistry key;

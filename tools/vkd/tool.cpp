@@ -20,7 +20,22 @@ std::string ToolUiBackend::lastMessage() const {
 
 int fail(const std::string& message) {
   std::fprintf(stderr, "vkd: %s\n", message.c_str());
-  return 1;
+  return exitFailure;
+}
+
+std::string failureOf(const CKdProject& project, const ToolUiBackend& ui) {
+  std::string why = CQbase::reasonText(project.failReason());
+  std::string box = ui.lastMessage();
+  return box.empty() ? why : why + " (" + box + ")";
+}
+
+CWsz lockFileOf(const CWsz& path, std::string& why) {
+  CWsz lock = CLockFile::lockFileNameFor(path);
+  if (lock.isEmpty())
+    why = narrow(path) +
+          " cannot carry a lock file: its lock file is its name with the last three "
+          "characters replaced by \"lck\"; give the dataset a name ending in \".vkd\"";
+  return lock;
 }
 
 std::string narrow(const wchar_t* text) { return cuSz::toUtf8(text ? text : L""); }
@@ -71,11 +86,28 @@ std::map<std::string, const ListKind*>& registry() {
   return kinds;
 }
 
+std::map<std::string, const Command*>& commandRegistry() {
+  static std::map<std::string, const Command*> all;
+  return all;
+}
+
 }  // namespace
 
 ListKind::ListKind(const char* name, const char* help, Fill fill)
     : name(name), help(help), fill(fill) {
   registry()[name] = this;
+}
+
+Command::Command(const char* name, const char* synopsis, const char* help, int arguments,
+                 const char* options, Run run)
+    : name(name), synopsis(synopsis), help(help), arguments(arguments), options(options), run(run) {
+  commandRegistry()[name] = this;
+}
+
+std::vector<const Command*> commands() {
+  std::vector<const Command*> out;
+  for (const auto& entry : commandRegistry()) out.push_back(entry.second);
+  return out;
 }
 
 std::vector<const ListKind*> listKinds() {

@@ -46,9 +46,10 @@ class VXKD_API CEnv {
   virtual int setFdTimes(int fd, const struct timespec times[2]);
   // utimensat(2) relative to the working folder, following links.
   virtual int setPathTimes(const std::string& path, const struct timespec times[2]);
-  // mkdir(2), access(2).
+  // mkdir(2), access(2), chmod(2).
   virtual int makeFolder(const std::string& path, mode_t mode);
   virtual int accessPath(const std::string& path, int mode);
+  virtual int changeMode(const std::string& path, mode_t mode);
   // The names in the folder `path` (without "." and ".."), in no particular order, into
   // `names`. 0 on success; -1 with errno set when the folder cannot be read (`names` is
   // then empty).
