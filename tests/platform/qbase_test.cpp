@@ -236,9 +236,10 @@ TEST_F(QbaseTest, BinaryArrayHoldsAtMostAThousandItems) {
     ASSERT_TRUE(db.getBinaryArray(1603, out, n));
     EXPECT_EQ(n, std::min(count, kMax));
     EXPECT_EQ(out.size(), n * 36);
-    if (count < 1500)
+    if (count < 1500) {
       EXPECT_EQ(std::string(reinterpret_cast<const char*>(out.data()), out.size()),
                 items.substr(0, out.size()));
+    }
   }
   EXPECT_TRUE(db.closeDatabase());
 }

@@ -49,10 +49,10 @@ VkdRun vkd(const std::vector<std::string>& args, const std::string& folder = "."
     dup2(err, 2);
     if (chdir(folder.c_str()) != 0) _exit(126);
     if (uid >= 0 && (setgid(uid) != 0 || setuid(uid) != 0)) _exit(126);
-    std::vector<char*> argv{const_cast<char*>(VXKD_VKD)};
+    std::vector<char*> argv{const_cast<char*>(VXKD_VKD_PROGRAM)};
     for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
-    execv(VXKD_VKD, argv.data());
+    execv(VXKD_VKD_PROGRAM, argv.data());
     _exit(127);
   }
   int status = 0;
@@ -117,9 +117,9 @@ TEST_F(VkdTest, VersionHelpAndWrongCommandLines) {
   } kWrong[] = {
       {{}, "no command given"},
       {{"frobnicate", "x.vkd"}, "unknown command"},
-      {{"new", "--sample"}, "new takes"},  // no file: no file called "--sample" either
-      {{"new"}, "new takes"},
-      {{"info", "a.vkd", "b.vkd"}, "info takes"},
+      {{"new", "--sample"}, "usage: vkd new"},  // no file: no file called "--sample" either
+      {{"new"}, "usage: vkd new"},
+      {{"info", "a.vkd", "b.vkd"}, "usage: vkd info"},
       {{"info", "--force", "a.vkd"}, "info has no option --force"},
       {{"new", "--bogus", "a.vkd"}, "unknown option --bogus"},
       {{"list", "a.vkd", "nonsense"}, "unknown kind"},

@@ -28,6 +28,9 @@ int runInfo(const std::vector<std::string>& args, const Options&, ToolUiBackend&
   Table table;
   table.columns = {{"Kind of definition"}, {"Count", true}};
   table.addRow({"Property definitions", std::to_string(project.propertyDefs().length())});
+  table.addRow({"Layer definitions", std::to_string(project.layerDefs().length())});
+  table.addRow({"Linetypes", std::to_string(project.linetypeDefs().length())});
+  table.addRow({"Text styles", std::to_string(project.textStyleDefs().length())});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
   table.print();
   return exitOk;

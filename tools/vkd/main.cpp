@@ -1,6 +1,6 @@
 // vkd: the command line of the dataset administrator. Each command lives in a source file
-// of its own (new.cpp, info.cpp, list.cpp, lock_status.cpp); this file reads the command
-// line and runs the command.
+// of its own (new.cpp, info.cpp, list.cpp, lock_status.cpp, import_lin.cpp, ...); this file
+// reads the command line and runs the command.
 //
 // Options are parsed with getopt_long and may stand anywhere; "--" ends them, so that a
 // file name may begin with "-". Failures print one line on standard error and exit with 1;
@@ -28,7 +28,7 @@ std::string usage() {
       "\n"
       "commands:\n";
   for (const Command* command : commands()) {
-    std::string head = "  " + std::string(command->name) + " " + command->synopsis;
+    std::string head = "  " + std::string(command->name) + " " + command->usage;
     std::string help = command->help;
     // The help's lines start in the third column; a long head gets a line of its own.
     std::string indent(30, ' ');
@@ -114,8 +114,10 @@ int main(int argc, char** argv) {
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());
-  if (static_cast<int>(args.size()) != command->arguments)
-    return usageError(std::string(command->name) + " takes " + command->synopsis);
+  if (static_cast<int>(args.size()) != command->argCount) {
+    std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command->name, command->usage);
+    return exitUsage;
+  }
   for (const char* name : given)
     if (!accepts(*command, name))
       return usageError(std::string(command->name) + " has no option --" + name);
@@ -123,7 +125,8 @@ int main(int argc, char** argv) {
   ToolUiBackend ui;
   CUiBackend::install(&ui);
   VxKd::initVxKd();
-  int result = command->run(args, options, ui);
+  int result =
+      command->runWithOptions ? command->runWithOptions(args, options, ui) : command->run(args, ui);
   VxKd::exitVxKd();
   CUiBackend::install(nullptr);
   return result;

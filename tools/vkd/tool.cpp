@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <map>
 
+#include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/sz.h"
 
 namespace vkd {
@@ -36,6 +37,11 @@ CWsz lockFileOf(const CWsz& path, std::string& why) {
           " cannot carry a lock file: its lock file is its name with the last three "
           "characters replaced by \"lck\"; give the dataset a name ending in \".vkd\"";
   return lock;
+}
+
+int failWithBox(const std::string& message, const ToolUiBackend& ui) {
+  std::string why = ui.lastMessage();
+  return fail(message + (why.empty() ? "" : " (" + why + ")"));
 }
 
 std::string narrow(const wchar_t* text) { return cuSz::toUtf8(text ? text : L""); }
@@ -86,11 +92,6 @@ std::map<std::string, const ListKind*>& registry() {
   return kinds;
 }
 
-std::map<std::string, const Command*>& commandRegistry() {
-  static std::map<std::string, const Command*> all;
-  return all;
-}
-
 }  // namespace
 
 ListKind::ListKind(const char* name, const char* help, Fill fill)
@@ -98,9 +99,34 @@ ListKind::ListKind(const char* name, const char* help, Fill fill)
   registry()[name] = this;
 }
 
-Command::Command(const char* name, const char* synopsis, const char* help, int arguments,
-                 const char* options, Run run)
-    : name(name), synopsis(synopsis), help(help), arguments(arguments), options(options), run(run) {
+std::vector<const ListKind*> listKinds() {
+  std::vector<const ListKind*> out;
+  for (const auto& entry : registry()) out.push_back(entry.second);
+  return out;
+}
+
+namespace {
+
+std::map<std::string, const Command*>& commandRegistry() {
+  static std::map<std::string, const Command*> registered;
+  return registered;
+}
+
+}  // namespace
+
+Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run)
+    : name(name), usage(usage), help(help), argCount(argCount), run(run) {
+  commandRegistry()[name] = this;
+}
+
+Command::Command(const char* name, const char* usage, const char* help, int argCount,
+                 const char* options, RunWithOptions run)
+    : name(name),
+      usage(usage),
+      help(help),
+      argCount(argCount),
+      options(options),
+      runWithOptions(run) {
   commandRegistry()[name] = this;
 }
 
@@ -110,10 +136,36 @@ std::vector<const Command*> commands() {
   return out;
 }
 
-std::vector<const ListKind*> listKinds() {
-  std::vector<const ListKind*> out;
-  for (const auto& entry : registry()) out.push_back(entry.second);
-  return out;
+void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
+                       const std::string& into) {
+  std::printf("Imported %d %s from %s into %s: %d new, %d replaced\n", report.importedCount(), what,
+              from.c_str(), into.c_str(), report.added().length(), report.replaced().length());
+  for (const CWsz& skipped : report.skipped())
+    std::printf("  not imported: %s\n", narrow(skipped).c_str());
+}
+
+int editDataset(const std::string& path, ToolUiBackend& ui,
+                const std::function<bool(CKdProject&)>& edit) {
+  CWsz file = CWsz::fromUtf8(path.c_str());
+  CKdProject project;
+  if (!project.readDb(nullptr, file)) return failWithBox("cannot read " + path, ui);
+  CLockFile lock;
+  int locked = project.setEditLock(nullptr, lock);
+  // 1: another user had saved and the project was read again; the edit is made on that.
+  if (locked == 1) locked = project.setEditLock(nullptr, lock);
+  if (locked != 0) {
+    wchar_t owner[CLockFile::kOwnerBufferChars] = {};
+    if (CLockFile::queryOwner(CLockFile::lockFileNameFor(file), owner) ==
+        CLockFile::queryLockedByOther)
+      return fail(path + " is being updated by " + (*owner ? narrow(owner) : "another user") +
+                  "; nothing was changed, try again later");
+    return failWithBox("cannot lock " + path + " for an update; nothing was changed", ui);
+  }
+  if (!edit(project)) return 1;
+  if (!project.updateDb(nullptr))
+    return fail("cannot save " + path + ": " + failureOf(project, ui) +
+                "; the dataset is as it was");
+  return 0;  // the lock is released as it goes out of scope
 }
 
 }  // namespace vkd

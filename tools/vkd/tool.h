@@ -4,6 +4,7 @@
 // registry of the commands (one source file each) and that of the kinds of definition that
 // `vkd list` shows.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ enum exitStatus : int {
 
 // Prints "vkd: message" on standard error and returns exitFailure.
 int fail(const std::string& message);
+// The same, with the words of the library's last message box in brackets when it showed one.
+int failWithBox(const std::string& message, const ToolUiBackend& ui);
 // Why the project's last read or save of `path` failed, for the failure line: the record
 // database's reason and the words of the box the library showed ("damaged (Cannot Open
 // Dataset: Dataset cannot be opened)").
@@ -63,27 +66,6 @@ struct Options {
   bool sample = false;  // new: add example definitions
 };
 
-// One command of vkd. Each lives in a source file of its own and registers itself with a
-// static Command object.
-struct Command {
-  using Run = int (*)(const std::vector<std::string>& args, const Options& options,
-                      ToolUiBackend& ui);
-  // `synopsis` shows the options and arguments ("[--force] [--sample] FILE.vkd"), `help` one
-  // or more lines of what it does; `arguments` is the number of arguments it takes and
-  // `options` the long options it accepts ("force,sample").
-  Command(const char* name, const char* synopsis, const char* help, int arguments,
-          const char* options, Run run);
-
-  const char* name;
-  const char* synopsis;
-  const char* help;
-  int arguments;
-  const char* options;
-  Run run;
-};
-// Every registered command, in the order of their names.
-std::vector<const Command*> commands();
-
 // One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
 // of its own and registers itself with a static ListKind object.
 struct ListKind {
@@ -96,5 +78,39 @@ struct ListKind {
 };
 // Every registered kind, in the order of their names.
 std::vector<const ListKind*> listKinds();
+
+// A command of vkd that lives in a source file of its own and registers itself with a static
+// Command object. `run` gets the arguments after the command name, exactly `argCount` of
+// them, and returns the exit code. A command that takes options names the long options it
+// accepts ("force,sample") and gets them in `runWithOptions`.
+struct Command {
+  using Run = int (*)(const std::vector<std::string>& args, ToolUiBackend& ui);
+  using RunWithOptions = int (*)(const std::vector<std::string>& args, const Options& options,
+                                 ToolUiBackend& ui);
+  Command(const char* name, const char* usage, const char* help, int argCount, Run run);
+  Command(const char* name, const char* usage, const char* help, int argCount, const char* options,
+          RunWithOptions run);
+
+  const char* name;
+  const char* usage;  // the options and arguments, as the usage text shows them
+  const char* help;   // one or more lines
+  int argCount;
+  const char* options = "";
+  Run run = nullptr;
+  RunWithOptions runWithOptions = nullptr;
+};
+// Every registered command, in the order of their names.
+std::vector<const Command*> commands();
+
+// Prints what an import did: the counts, then one line per definition not taken.
+void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
+                       const std::string& into);
+
+// Stores an edit of the dataset at `path` as a designer's program does: reads it, takes the
+// edit lock (refused while another user updates the dataset), lets `edit` change the
+// project, writes it back and releases the lock. `edit` returns false, having said why, when
+// there is nothing to store. Returns the exit code.
+int editDataset(const std::string& path, ToolUiBackend& ui,
+                const std::function<bool(CKdProject&)>& edit);
 
 }  // namespace vkd
