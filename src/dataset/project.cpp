@@ -12,6 +12,8 @@
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/ui/message_box.h"
 
+using namespace cuWin;
+
 namespace {
 
 // Record "S2": one 2D symbol.

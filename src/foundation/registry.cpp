@@ -56,7 +56,7 @@ template <typename Change>
 bool updateFile(const std::string& path, mode_t folderMode, Change change) {
   if (path.empty()) return false;
   // A folder that cannot be made shows up as the lock file that cannot be opened.
-  CEnv::current().makeFolders(folderOfPath(path), folderMode);
+  CEnv::current().makeFolders(cuFile::folderOfPath(path), folderMode);
   CFileLockGuard lock(path + ".lock");
   if (!lock.held()) return false;
   std::string old;

@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <cstring>
 
-CEnv::~CEnv() = default;
+#include "platform/ui_thread.h"
 
 namespace {
 
@@ -37,9 +37,16 @@ int lastError() { return errno != 0 ? errno : EIO; }
 
 CEnv& CEnv::current() { return gInstalled ? *gInstalled : systemEnv(); }
 
+CEnv::~CEnv() {
+  assert(gInstalled != this && "an environment is destroyed while installed");
+  if (gInstalled == this) gInstalled = nullptr;
+}
+
 CEnv* CEnv::install(CEnv* env) {
+  VXKD_ASSERT_UI_THREAD();
   CEnv* previous = &current();
-  gInstalled = env;
+  // The system's environment is installed as none: it outlives every installation.
+  gInstalled = env == &systemEnv() ? nullptr : env;
   return previous;
 }
 
@@ -68,8 +75,6 @@ int CEnv::renamePath(const std::string& from, const std::string& to) {
 }
 
 int CEnv::lockFd(int fd, int operation) { return ::flock(fd, operation); }
-
-int CEnv::setFdTimes(int fd, const struct timespec times[2]) { return ::futimens(fd, times); }
 
 int CEnv::setPathTimes(const std::string& path, const struct timespec times[2]) {
   return ::utimensat(AT_FDCWD, path.c_str(), times, 0);
@@ -158,7 +163,7 @@ int CEnv::writeFileAtomically(const std::string& path, std::string_view data, mo
   }
   // Without this the rename might not outlive a crash; the old file would come back, which
   // is still a whole file, so a failure here is not one of the write.
-  syncFolder(folderOfPath(path));
+  syncFolder(cuFile::folderOfPath(path));
   return 0;
 }
 
@@ -190,7 +195,7 @@ bool CEnv::exists(const std::string& path) {
   return !path.empty() && statPath(path, &st) == 0;
 }
 
-std::string folderOfPath(const std::string& path) {
+std::string cuFile::folderOfPath(const std::string& path) {
   size_t slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
   return slash == 0 ? "/" : path.substr(0, slash);

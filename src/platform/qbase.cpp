@@ -212,7 +212,7 @@ bool CQbase::Impl::playBackJournal() {
 bool CQbase::Impl::openForUpdate() {
   CEnv& env = CEnv::current();
   // The journal is made beside the file: both must be writable.
-  for (const std::string& need : {path, folderOfPath(path)}) {
+  for (const std::string& need : {path, cuFile::folderOfPath(path)}) {
     if (env.accessPath(need, W_OK) != 0)
       return fail(reasonOfErrno(errno) == reasonMissing ? reasonFailed : reasonOfErrno(errno),
                   need + ": " + std::strerror(errno));
@@ -286,7 +286,7 @@ bool CQbase::Impl::putInPlace() {
     return fail(reasonOfErrno(failure) == reasonMissing ? reasonFailed : reasonOfErrno(failure),
                 target + ": " + std::strerror(failure));
   }
-  env.syncFolder(folderOfPath(target));
+  env.syncFolder(cuFile::folderOfPath(target));
   return true;
 }
 

@@ -26,7 +26,7 @@ using vxkd_test::TempFolder;
 // Answers every box without recording it: the children of these tests may show many.
 class SilentUi : public CConsoleUiBackend {
  public:
-  int messageBox(HWND, const wchar_t*, const wchar_t*, unsigned style) override {
+  int messageBox(cuWin::HWND, const wchar_t*, const wchar_t*, unsigned style) override {
     return safeAnswerFor(style);
   }
 };

@@ -15,6 +15,8 @@
 #include "vxkd/platform/qbase.h"
 #include "vxkd/ui/language.h"
 
+using namespace cuWin;
+
 namespace {
 
 // Opens the protected operations to the tests.

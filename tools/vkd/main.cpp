@@ -15,6 +15,7 @@
 
 #include "tool.h"
 #include "vxkd/foundation/startup.h"
+#include "vxkd/platform/host.h"
 #include "vxkd/platform/ui_backend.h"
 
 namespace vkd {
@@ -82,6 +83,7 @@ int main(int argc, char** argv) {
       {nullptr, 0, nullptr, 0},
   };
   Options options;
+  bool version = false;
   std::vector<const char*> given;  // the long names of the options given
   opterr = 0;                      // the messages are ours
   int c;
@@ -99,13 +101,19 @@ int main(int argc, char** argv) {
         std::printf("%s", usage().c_str());
         return exitOk;
       case optVersion:
-        std::printf("vkd (vxkd) %s\n", VKD_VERSION);
-        return exitOk;
+        version = true;
+        break;
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));
     }
   }
   std::vector<std::string> args(argv + optind, argv + argc);
+  if (version) {
+    if (!args.empty() || !given.empty()) return usageError("unknown command line");
+    int number = vxkdui_version_nmb();
+    std::printf("vkd %d.%d\n", number / 100, number % 100);
+    return exitOk;
+  }
   if (args.empty()) return usageError("no command given");
   if (args[0] == "help") {
     std::printf("%s", usage().c_str());

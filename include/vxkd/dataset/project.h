@@ -55,25 +55,25 @@ class VXKD_API CKdProject {
   // memory are neither reset nor written. A file at `path` is replaced, but only by the
   // complete new one (built beside it and renamed into place). False, with the message
   // shown and failReason() set, when the file cannot be created.
-  bool newDb(HWND hwnd, const wchar_t* path);
+  bool newDb(cuWin::HWND hwnd, const wchar_t* path);
   // Reads the dataset at `path` into the project and binds the project to it. The file is
   // opened read-only and shared with other readers. False, with the message shown,
   // failReason() set and the project untouched, when the file cannot be opened or a read
   // fails in the middle (a damaged file).
-  bool readDb(HWND hwnd, const wchar_t* path);
+  bool readDb(cuWin::HWND hwnd, const wchar_t* path);
   // Writes every array into the open `db`, commits and closes it, and takes the new time
   // stamp. False when the commit failed: the file is then as it was before.
-  bool writeDb(HWND hwnd, CQbase& db);
+  bool writeDb(cuWin::HWND hwnd, CQbase& db);
   // Writes the project back to its file in one transaction, after the file passed its
   // integrity check. Each array saves its records over the stored ones; records whose
   // definitions were removed from memory stay in the file (deletePropertyDefs removes
   // them from both). False, with failReason() set (and the open's message shown when the
   // file cannot be opened), when nothing was written.
-  bool updateDb(HWND hwnd);
+  bool updateDb(cuWin::HWND hwnd);
   // Writes the project to a new file at `path` and binds to it. A file at `path`, the
   // project's own included, is replaced only by the complete new one, so a crash or a full
   // disk in between leaves the old file whole. False with failReason() set.
-  bool saveDbAs(HWND hwnd, const wchar_t* path);
+  bool saveDbAs(cuWin::HWND hwnd, const wchar_t* path);
   // Why the last readDb, updateDb, newDb, saveDbAs or deletePropertyDefs failed (the
   // record database's reason: not a database, not a dataset, newer format, damaged,
   // read-only, busy, missing); reasonNone after a success.
@@ -82,8 +82,8 @@ class VXKD_API CKdProject {
   // The open- and save-file dialogs of datasets; false when cancelled. The save dialog
   // appends ".vkd" to a name without it, so that the lock file (the name's last three
   // characters replaced by "lck") lies beside the dataset under a name of its own.
-  static bool askOpenFileName(HWND hwnd, CWsz& path);
-  static bool askSaveFileName(HWND hwnd, CWsz& path);
+  static bool askOpenFileName(cuWin::HWND hwnd, CWsz& path);
+  static bool askSaveFileName(cuWin::HWND hwnd, CWsz& path);
 
   // Empties every definition array and the symbol list, then gives the layers their hard
   // defaults, and forgets the last installed dimension text. The linetypes keep their
@@ -103,20 +103,20 @@ class VXKD_API CKdProject {
   // Another user's save: -1 when the time stamp is unbound or the file cannot be reopened,
   // 0 when nothing changed, 1 when the file changed and the project was reloaded (with an
   // information box first when `notify` is set).
-  int checkUpdated(HWND hwnd, bool notify);
+  int checkUpdated(cuWin::HWND hwnd, bool notify);
   // Takes the lock file of the project's dataset; false, with the message shown, when
   // someone else holds it or it cannot be made.
-  bool setLockFile(HWND hwnd, CLockFile& lock);
+  bool setLockFile(cuWin::HWND hwnd, CLockFile& lock);
   // Called before an edit is stored. 0: the lock is held, store the edit, then updateDb and
   // release. 1: another user had saved, the project was reloaded and the lock is not held;
   // the edit must not be stored. -1: the dataset cannot be locked or reread.
-  int setEditLock(HWND hwnd, CLockFile& lock);
+  int setEditLock(cuWin::HWND hwnd, CLockFile& lock);
 
   // Deletes the property definitions at `indexes` that none of `users` uses, from the file
   // and from memory; the ones kept are named to the user in one message. REQUIRES the edit
   // lock (setEditLock returned 0). False, with nothing deleted, when the file cannot be
   // opened or the change cannot be committed.
-  bool deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
+  bool deletePropertyDefs(cuWin::HWND hwnd, const CInt32Array& indexes,
                           const std::vector<const iKdPropertyDefUser*>& users);
 
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
@@ -136,20 +136,20 @@ class VXKD_API CKdProject {
   static CWsz dictionaryPath();
 
  protected:
-  bool createDb(HWND hwnd, CQbase& db, const wchar_t* path);
-  bool openDb(HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate);
-  bool openDb(HWND hwnd, CQbase& db, bool forUpdate);
+  bool createDb(cuWin::HWND hwnd, CQbase& db, const wchar_t* path);
+  bool openDb(cuWin::HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate);
+  bool openDb(cuWin::HWND hwnd, CQbase& db, bool forUpdate);
   // Replaces the project's content by the file's. Each array reads what it can: the
   // result is always false and callers ignore it.
-  bool readFromDb(HWND hwnd, CQbase& db);
+  bool readFromDb(cuWin::HWND hwnd, CQbase& db);
   bool read2dSymbols(CQbase& db);
   bool write2dSymbols(CQbase& db);
 
  private:
   // Reloads after another user's save; -1 or 1 as checkUpdated.
-  int reload(HWND hwnd, bool notify);
+  int reload(cuWin::HWND hwnd, bool notify);
   // Reads the file at `path` into the project, all or nothing, and binds to it.
-  bool readFile(HWND hwnd, const CWsz& path);
+  bool readFile(cuWin::HWND hwnd, const CWsz& path);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
