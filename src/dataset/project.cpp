@@ -38,6 +38,21 @@ void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const
   VxKd::msgBox(hwnd, textId, text, captionId, caption, MB_OK, MB_ICONSTOP);
 }
 
+// Deletes the elements of `array` at `indexes` that none of `users` uses, and their records
+// from the open `db`, and commits. When the commit fails, the array gets them back: the file
+// kept them.
+template <typename Array, typename User>
+bool deleteUnusedFromDb(HWND hwnd, CQbase& db, Array& array, const CInt32Array& indexes,
+                        const std::vector<const User*>& users) {
+  Array before(array);
+  array.deleteUnused(hwnd, indexes, users);
+  for (int i = 0; i < before.length(); ++i)
+    if (!array.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
+  if (db.closeDatabase()) return true;
+  array = before;
+  return false;
+}
+
 }  // namespace
 
 CKdProject::CKdProject() = default;
@@ -155,6 +170,7 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
   layerDefs_.readFrom(db);
   linetypeDefs_.readFrom(db);
   textStyleDefs_.readFrom(db);
+  dimTextFormats_.readFrom(db);
   read2dSymbols(db);
   return false;
 }
@@ -165,6 +181,7 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
   layerDefs_.saveTo(db);
   linetypeDefs_.saveTo(db);
   textStyleDefs_.saveTo(db);
+  dimTextFormats_.saveTo(db);
   write2dSymbols(db);
   bool committed = db.closeDatabase();
   if (!committed) failReason_ = db.reason();
@@ -219,6 +236,7 @@ void CKdProject::resetData() {
   symbols_.reset();
   textStyleDefs_.reset();
   linetypeDefs_.resetToBuiltIn();
+  dimTextFormats_.reset();
   lastInstalledDimtextId_ = 0;
 }
 
@@ -226,6 +244,7 @@ void CKdProject::buildDefaultProject() {
   propertyDefs_.reset();
   buildDefaultLinetypes();
   buildDefaultTextStyleDefs();
+  buildDefaultDimTextFormats();
 }
 
 void CKdProject::buildDefaultLinetypes() {
@@ -244,6 +263,8 @@ void CKdProject::buildDefaultTextStyleDefs() {
   // Without an id the style could not be read back once stored: it gets the first one.
   textStyleDefs_.append(&standard);
 }
+
+void CKdProject::buildDefaultDimTextFormats() { dimTextFormats_.reset(); }
 
 int CKdProject::reload(HWND hwnd, bool notify) {
   if (notify)
@@ -289,13 +310,21 @@ bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
   failReason_ = CQbase::reasonNone;
   CQbase db;
   if (!openDb(hwnd, db, true)) return false;
-  CKdPropertyDefArray before(propertyDefs_);
-  propertyDefs_.deleteUnused(hwnd, indexes, users);
-  for (int i = 0; i < before.length(); ++i)
-    if (!propertyDefs_.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
-  if (!db.closeDatabase()) {
+  if (!deleteUnusedFromDb(hwnd, db, propertyDefs_, indexes, users)) {
     failReason_ = db.reason();
-    propertyDefs_ = before;  // the file kept them: so does the project
+    return false;
+  }
+  timeStamp_.initFor(fileName_);
+  return true;
+}
+
+bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
+                                      const std::vector<const iKdDimtextFormatUser*>& users) {
+  CQbase db;
+  failReason_ = CQbase::reasonNone;
+  if (!openDb(hwnd, db, true)) return false;
+  if (!deleteUnusedFromDb(hwnd, db, dimTextFormats_, indexes, users)) {
+    failReason_ = db.reason();
     return false;
   }
   timeStamp_.initFor(fileName_);

@@ -31,6 +31,7 @@ int runInfo(const std::vector<std::string>& args, const Options&, ToolUiBackend&
   table.addRow({"Layer definitions", std::to_string(project.layerDefs().length())});
   table.addRow({"Linetypes", std::to_string(project.linetypeDefs().length())});
   table.addRow({"Text styles", std::to_string(project.textStyleDefs().length())});
+  table.addRow({"Dimension text formats", std::to_string(project.dimTextFormats().length())});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
   table.print();
   return exitOk;

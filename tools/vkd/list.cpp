@@ -13,8 +13,9 @@ int runList(const std::vector<std::string>& args, const Options&, ToolUiBackend&
   for (const ListKind* k : listKinds())
     if (args[1] == k->name) kind = k;
   if (!kind) {
-    std::fprintf(stderr, "vkd: unknown kind of definition \"%s\"; vkd --help lists them\n",
+    std::fprintf(stderr, "vkd: unknown kind of definition \"%s\"\nkinds of definition:\n",
                  args[1].c_str());
+    for (const ListKind* k : listKinds()) std::fprintf(stderr, "  %-24s%s\n", k->name, k->help);
     return exitUsage;
   }
   CKdProject project;

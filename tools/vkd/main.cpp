@@ -47,7 +47,7 @@ std::string usage() {
       "\n"
       "kinds of definition for list:\n";
   for (const ListKind* kind : listKinds())
-    text += "  " + std::string(kind->name) + std::string(28 - std::strlen(kind->name), ' ') +
+    text += "  " + std::string(kind->name) + std::string(24 - std::strlen(kind->name), ' ') +
             kind->help + "\n";
   return text;
 }

@@ -15,7 +15,8 @@
 namespace vkd {
 namespace {
 
-// A few property definitions, and two symbols that show both ways a drawing is stored.
+// A few property definitions, dimension text formats that name them, and two symbols that
+// show both ways a drawing is stored.
 void addSampleContent(CKdProject& project) {
   CKdPropertyDefArray& defs = project.propertyDefs();
   defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
@@ -23,6 +24,37 @@ void addSampleContent(CKdProject& project) {
   defs.add(L"Diameter", L"Pipe size", CKdPropertyValue::typeDoubleReal, CKdUnit::unitMm, 1);
   defs.add(L"Flow", L"Volume flow", CKdPropertyValue::typeSingleReal, CKdUnit::unitLps, 1);
   defs.add(L"Material", L"", CKdPropertyValue::typeText, CKdUnit(), 0);
+
+  const struct {
+    long id;
+    const wchar_t* desc;
+    const wchar_t* fmt;
+    float height;
+    short colour;
+    short border;
+    short refline;
+    short alignment;
+  } kFormats[] = {
+      {1, L"Duct size", L"{Width} x {Height}", 2.5f, 256, CKdDimtextOptions::borderRectangle,
+       CKdDimtextOptions::reflineArrow, CKdDimtextOptions::alignLeft},
+      {2, L"Pipe with note", L"DN {Diameter}{*CRNL*}{*NOTE*}", 2.0f, 3,
+       CKdDimtextOptions::borderFirstRowUnderlined, CKdDimtextOptions::reflineLineOnly,
+       CKdDimtextOptions::alignCenter},
+      {3, L"Part ID", L"{*PARTID*}", 3.5f, 1, CKdDimtextOptions::borderCircle,
+       CKdDimtextOptions::reflineFilledCircle, CKdDimtextOptions::alignCenter},
+  };
+  for (const auto& f : kFormats) {
+    CKdDimtextFormat format;
+    format.setId(f.id);
+    format.setDesc(f.desc);
+    format.setFmt(f.fmt);
+    format.setTextHeight(f.height);
+    format.setTextColor(f.colour);
+    format.options().setBorderType(f.border);
+    format.options().setReflineType(f.refline);
+    format.options().setAlignmentFlags(f.alignment);
+    project.dimTextFormats().append(&format);
+  }
 
   const struct {
     const char* id;

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "vxkd/dimtext/dimtext_format.h"
 #include "vxkd/drawingdefs/layer_def.h"
 #include "vxkd/drawingdefs/linetype_def.h"
 #include "vxkd/drawingdefs/text_style_def.h"
@@ -40,6 +41,8 @@ class VXKD_API CKdProject {
   const CKdTextStyleDefArray& textStyleDefs() const { return textStyleDefs_; }
   CKdLinetypeDefArray& linetypeDefs() { return linetypeDefs_; }
   const CKdLinetypeDefArray& linetypeDefs() const { return linetypeDefs_; }
+  CKdDimtextFormatArray& dimTextFormats() { return dimTextFormats_; }
+  const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
 
   // Kept in memory only, never in the file.
   long lastInstalledDimtextId() const { return lastInstalledDimtextId_; }
@@ -90,13 +93,15 @@ class VXKD_API CKdProject {
   // built-in solid linetype: that array is never empty.
   void resetData();
   // The starting content of a new dataset: no property definitions, the default linetypes
-  // and text styles.
+  // and text styles, no dimension text formats.
   void buildDefaultProject();
   // The linetypes of a new dataset: the solid linetype "CONTINUOUS" alone.
   void buildDefaultLinetypes();
   // The text styles of a new dataset: "Standard" with the font file "txt", character set 1,
   // x scale 1.0.
   void buildDefaultTextStyleDefs();
+  // Empties the dimension text formats: a new dataset starts without any.
+  void buildDefaultDimTextFormats();
   // Re-reads the file's last-write time: -3 unbound, -1 unreadable, 0 done.
   int updateTimeStamp() { return timeStamp_.update(); }
 
@@ -118,6 +123,9 @@ class VXKD_API CKdProject {
   // opened or the change cannot be committed.
   bool deletePropertyDefs(cuWin::HWND hwnd, const CInt32Array& indexes,
                           const std::vector<const iKdPropertyDefUser*>& users);
+  // The same for the dimension text formats at `indexes`.
+  bool deleteDimTextFormats(cuWin::HWND hwnd, const CInt32Array& indexes,
+                            const std::vector<const iKdDimtextFormatUser*>& users);
 
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
   // first gap, else 0.
@@ -158,6 +166,7 @@ class VXKD_API CKdProject {
   CVxSymbolModelArray symbols_;
   CKdTextStyleDefArray textStyleDefs_;
   CKdLinetypeDefArray linetypeDefs_;
+  CKdDimtextFormatArray dimTextFormats_;
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;
   long lastTreePosId_ = 0;
