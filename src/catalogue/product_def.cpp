@@ -1,6 +1,7 @@
 #include "vxkd/catalogue/product_def.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -316,6 +317,13 @@ bool CKdProductDefArray::usesDimtextFormat(long id, CWszArray& items) const {
 bool CKdProductDefArray::usesLinetype(const wchar_t* name) const {
   for (int i = 0; i < length(); ++i)
     if (!objAt(i)->lineType().isEmpty() && cuSz::equalNoCase(objAt(i)->lineType(), name))
+      return true;
+  return false;
+}
+
+bool CKdProductDefArray::usesSymbol(const char* symbolId) const {
+  for (int i = 0; i < length(); ++i)
+    if (objAt(i)->hasSymbol() && std::strcmp(objAt(i)->symbolId(), symbolId ? symbolId : "") == 0)
       return true;
   return false;
 }

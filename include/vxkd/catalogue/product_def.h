@@ -232,6 +232,8 @@ class VXKD_API CKdProductDefArray : public CKdOwningArray<CKdProductDef>,
   }
   // True when some product draws with linetype `name` (ignoring case).
   bool usesLinetype(const wchar_t* name) const override;
+  // True when some product draws the symbol `symbolId` (letter case counts).
+  bool usesSymbol(const char* symbolId) const;
 
  protected:
   // Keys: description and part id (ignoring case), the value of the sorted property
