@@ -1,9 +1,14 @@
 #include "tool.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <map>
 
+#include "vxkd/platform/env.h"
 #include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/sz.h"
 
@@ -116,6 +121,36 @@ void printImportReport(const CKdDefImportReport& report, const char* what, const
               from.c_str(), into.c_str(), report.added().length(), report.replaced().length());
   for (const CWsz& skipped : report.skipped())
     std::printf("  not imported: %s\n", narrow(skipped).c_str());
+}
+
+int writeOutputFile(const std::string& path, const std::string& data) {
+  CEnv& env = CEnv::current();
+  mode_t mode = 0644;
+  struct stat st {};
+  if (env.statPath(path, &st) == 0) {
+    if (S_ISDIR(st.st_mode)) return EISDIR;
+    mode = st.st_mode & 07777;
+  }
+  // The process id keeps two programs writing one file at once apart; O_EXCL keeps us out
+  // of a file that someone else left there.
+  const std::string temp = path + "." + std::to_string(getpid()) + ".tmp";
+  const int fd = env.openFile(temp, O_WRONLY | O_CREAT | O_EXCL, mode);
+  if (fd < 0) return errno;
+  int error = 0;
+  for (size_t done = 0; done < data.size() && !error;) {
+    const ssize_t n = env.writeFile(fd, data.data() + done, data.size() - done);
+    if (n > 0)
+      done += static_cast<size_t>(n);
+    else if (n < 0 && errno != EINTR)
+      error = errno;
+    else if (n == 0)
+      error = EIO;
+  }
+  if (!error && env.syncFile(fd) != 0) error = errno;
+  if (env.closeFile(fd) != 0 && !error) error = errno;
+  if (!error && env.renamePath(temp, path) != 0) error = errno;
+  if (error) env.unlinkPath(temp);
+  return error;
 }
 
 int editDataset(const std::string& path, ToolUiBackend& ui,

@@ -87,6 +87,11 @@ std::vector<const Command*> commands();
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
                        const std::string& into);
 
+// Writes `data` as the file `path`, whole or not at all: into a temporary file beside it,
+// flushed, then renamed over `path`. An existing file keeps its permissions. Returns 0, or
+// the errno of the step that failed, with `path` as it was and no temporary file left.
+int writeOutputFile(const std::string& path, const std::string& data);
+
 // Stores an edit of the dataset at `path` as a designer's program does: reads it, takes the
 // edit lock (refused while another user updates the dataset), lets `edit` change the
 // project, writes it back and releases the lock. `edit` returns false, having said why, when
