@@ -99,9 +99,10 @@ TEST_F(VkdPreview, WrongCommandLinesExitWithTwo) {
       {"preview", file("texts.vkd"), "format", "-1", "-o", file("x.svg")},
       {"preview", file("texts.vkd"), "format", "", "-o", file("x.svg")},
       {"preview", file("texts.vkd"), "product", "1", "-o", file("x.svg")},
-      {"preview", file("texts.vkd"), "format", "1", "--out", file("x.svg")},
+      {"preview", file("texts.vkd"), "format", "1", "--outfile", file("x.svg")},
       {"gallery", file("x.svg")},
       {"gallery", "-o"},
+      {"info", file("texts.vkd"), "-o", file("x.svg")},
   };
   for (const auto& args : wrong) {
     VkdRun run = vkd(args);
@@ -110,7 +111,18 @@ TEST_F(VkdPreview, WrongCommandLinesExitWithTwo) {
   }
   EXPECT_THAT(vkd(wrong[2]).err, HasSubstr("the format id must be a number, not \"abc\""));
   EXPECT_THAT(vkd(wrong[0]).err, HasSubstr("usage: vkd preview FILE.vkd format ID -o OUT.svg"));
+  EXPECT_THAT(vkd(wrong[9]).err, HasSubstr("option -o needs a file name"));
+  EXPECT_THAT(vkd(wrong[10]).err, HasSubstr("info has no option --output"));
   EXPECT_TRUE(leftFiles().empty());
+}
+
+TEST_F(VkdPreview, TheOutputOptionMayStandAnywhere) {
+  makeDataset();
+  EXPECT_EQ(vkd({"preview", "-o", file("a.svg"), file("texts.vkd"), "format", "1"}).code, 0);
+  EXPECT_EQ(vkd({"preview", file("texts.vkd"), "--output", file("b.svg"), "format", "1"}).code, 0);
+  EXPECT_EQ(vkd({"gallery", "--output=" + file("c.svg")}).code, 0);
+  EXPECT_EQ(dir_.read("a.svg"), dir_.read("b.svg"));
+  EXPECT_NE(dir_.read("c.svg").find("<svg"), std::string::npos);
 }
 
 TEST_F(VkdPreview, FailuresWriteNothingAndSayWhy) {

@@ -126,11 +126,11 @@ double addSection(CGmModel& page, const char* title, const std::vector<Sample>& 
 
 std::string nameOf(const CWsz& name) { return narrow(name); }
 
-int gallery(const std::vector<std::string>& args, ToolUiBackend&) {
-  if (args[0] != "-o") {
-    std::fprintf(stderr, "vkd: usage: vkd gallery -o OUT.svg\n");
-    return 2;
-  }
+extern const Command kGallery;
+
+int gallery(const std::vector<std::string>&, const Options& options, ToolUiBackend&) {
+  const std::string& out = options.output;
+  if (out.empty()) return usageOf(kGallery);
   CGmModel page;
   double top = 0;
 
@@ -172,17 +172,17 @@ int gallery(const std::vector<std::string>& args, ToolUiBackend&) {
   CGmSvgWriter writer;
   writer.pixelSize = 1800;
   writer.strokePixels = 1.2;
-  if (int error = writeOutputFile(args[1], writer.write(page)))
-    return fail("cannot write " + args[1] + ": " + std::strerror(error));
+  if (int error = writeOutputFile(out, writer.write(page)))
+    return fail("cannot write " + out + ": " + std::strerror(error));
   std::printf("Wrote the gallery of dimension text borders and reference lines to %s\n",
-              args[1].c_str());
+              out.c_str());
   return 0;
 }
 
 const Command kGallery("gallery", "-o OUT.svg",
                        "draw every border, alignment and reference line of the dimension texts "
                        "into one SVG page",
-                       2, gallery);
+                       0, "output", gallery);
 
 }  // namespace
 }  // namespace vkd

@@ -24,13 +24,12 @@ std::string whyNotBuilt(const CKdDimtextFormat& format) {
   return "its format string has a \"{\" without a \"}\"";
 }
 
-int preview(const std::vector<std::string>& args, ToolUiBackend& ui) {
+extern const Command kPreview;
+
+int preview(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   const std::string& path = args[0];
-  const std::string& out = args[4];
-  if (args[1] != "format" || args[3] != "-o") {
-    std::fprintf(stderr, "vkd: usage: vkd preview FILE.vkd format ID -o OUT.svg\n");
-    return 2;
-  }
+  const std::string& out = options.output;
+  if (args[1] != "format" || out.empty()) return usageOf(kPreview);
   // The whole argument is the number: "12x" is a typing error, not format 12.
   long id = 0;
   const char* end = args[2].data() + args[2].size();
@@ -59,8 +58,8 @@ int preview(const std::vector<std::string>& args, ToolUiBackend& ui) {
 }
 
 const Command kPreview("preview", "FILE.vkd format ID -o OUT.svg",
-                       "draw the preview of dimension text format ID as an SVG picture", 5,
-                       preview);
+                       "draw the preview of dimension text format ID as an SVG picture", 3,
+                       "output", preview);
 
 }  // namespace
 }  // namespace vkd

@@ -1,10 +1,8 @@
 #include "tool.h"
 
-#include <fcntl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <map>
 
@@ -42,6 +40,11 @@ CWsz lockFileOf(const CWsz& path, std::string& why) {
           " cannot carry a lock file: its lock file is its name with the last three "
           "characters replaced by \"lck\"; give the dataset a name ending in \".vkd\"";
   return lock;
+}
+
+int usageOf(const Command& command) {
+  std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command.name, command.usage);
+  return exitUsage;
 }
 
 int failWithBox(const std::string& message, const ToolUiBackend& ui) {
@@ -151,32 +154,10 @@ void printImportReport(const CKdDefImportReport& report, const char* what, const
 
 int writeOutputFile(const std::string& path, const std::string& data) {
   CEnv& env = CEnv::current();
-  mode_t mode = 0644;
+  // A picture replaced keeps who may read it.
   struct stat st {};
-  if (env.statPath(path, &st) == 0) {
-    if (S_ISDIR(st.st_mode)) return EISDIR;
-    mode = st.st_mode & 07777;
-  }
-  // The process id keeps two programs writing one file at once apart; O_EXCL keeps us out
-  // of a file that someone else left there.
-  const std::string temp = path + "." + std::to_string(getpid()) + ".tmp";
-  const int fd = env.openFile(temp, O_WRONLY | O_CREAT | O_EXCL, mode);
-  if (fd < 0) return errno;
-  int error = 0;
-  for (size_t done = 0; done < data.size() && !error;) {
-    const ssize_t n = env.writeFile(fd, data.data() + done, data.size() - done);
-    if (n > 0)
-      done += static_cast<size_t>(n);
-    else if (n < 0 && errno != EINTR)
-      error = errno;
-    else if (n == 0)
-      error = EIO;
-  }
-  if (!error && env.syncFile(fd) != 0) error = errno;
-  if (env.closeFile(fd) != 0 && !error) error = errno;
-  if (!error && env.renamePath(temp, path) != 0) error = errno;
-  if (error) env.unlinkPath(temp);
-  return error;
+  const mode_t mode = env.statPath(path, &st) == 0 ? st.st_mode & 07777 : 0644;
+  return env.writeFileAtomically(path, data, mode);
 }
 
 int editDataset(const std::string& path, ToolUiBackend& ui,
