@@ -7,4 +7,5 @@ mkdir -p out
 "$bin/vkd" new --force --sample out/demo.vkd
 "$bin/vkd" info out/demo.vkd
 "$bin/vkd" list out/demo.vkd formats
+"$bin/vkd" list out/demo.vkd polydefs
 "$bin/vkd" lock-status out/demo.vkd
