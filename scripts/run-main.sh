@@ -7,6 +7,7 @@ mkdir -p out
 "$bin/vkd" new --force --sample out/demo.vkd
 "$bin/vkd" info out/demo.vkd
 "$bin/vkd" list out/demo.vkd formats
+"$bin/vkd" list out/demo.vkd polydefs
 "$bin/vkd" lock-status out/demo.vkd
 "$bin/vkd" preview out/demo.vkd format 1 -o out/format1.svg
 "$bin/vkd" gallery -o out/gallery.svg
