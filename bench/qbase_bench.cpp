@@ -264,20 +264,13 @@ void BM_CheckBeforeWrite100kRecords(benchmark::State& state) {
     state.SkipWithError("could not write the dataset");
     return;
   }
-  double qbase = 0, raw = 0;
-  bool first = true;
+  vxkd_bench::SqliteBaseline times;
   bool ok = true;
-  for (auto _ : state) {
-    double q = 0, r = 0;
-    auto runQ = [&] { q = seconds([&] { ok = openForUpdate("check.vkd") && ok; }); };
-    auto runR = [&] { r = seconds([&] { ok = readRaw("check.vkd") > 0 && ok; }); };
-    runAlternately(first, runQ, runR);
-    qbase += q;
-    raw += r;
-    state.SetIterationTime(q);
-  }
+  for (auto _ : state)
+    state.SetIterationTime(times.timeBoth([&] { ok = openForUpdate("check.vkd") && ok; },
+                                          [&] { ok = readRaw("check.vkd") > 0 && ok; }));
   if (!ok) state.SkipWithError("the check or the read failed");
-  report(state, qbase, raw);
+  times.report(state, "check");
 }
 
 BENCHMARK(BM_Write100kRecords)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(6);
