@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -145,6 +146,7 @@ bool CKdBlockItem::saveTo(CQbase& db, long groupId, long blockNmb, long itemNmb)
 
 CKdBlockItem::drawResult CKdBlockItem::addTo(CGmModel& model,
                                              const iKdBlockModelSource& source) const {
+  // An item names its product by the product's GUID (see guid()).
   if (hasGraphics())
     return model.addStoredGraphics(graphics_.data(), graphics_.size()) ? drawnStoredGraphics
                                                                        : damagedGraphics;
@@ -174,8 +176,7 @@ bool CKdBlockItemArray::readFrom(CQbase& db, long groupId, long blockNmb,
     if (!CKdBlockItem::parseDbId(db, group, block, item) || group != groupId || block != blockNmb)
       continue;
     // Read in place: an item read aside would be copied, properties and all, by append.
-    const CKdBlockItem empty;
-    if (append(&empty)) objAt(length() - 1)->readFrom(db, defs);
+    if (CKdBlockItem* added = emplace()) added->readFrom(db, defs);
   }
   return true;
 }
@@ -269,11 +270,52 @@ void VxKd::readBlockItems(CQbase& db, const std::vector<CKdBlockItemTarget>& tar
     if (!CKdBlockItem::parseDbId(db, group, block, item)) continue;
     const auto [first, last] = waiting.equal_range({group, block});
     for (auto it = first; it != last; ++it) {
-      CKdBlockItemArray& items = it->second->items();
-      const CKdBlockItem empty;
-      if (items.append(&empty)) items.objAt(items.length() - 1)->readFrom(db, defs);
+      if (CKdBlockItem* added = it->second->items().emplace()) added->readFrom(db, defs);
     }
   }
+}
+
+bool VxKd::saveGroupBlocks(CQbase& db, const std::vector<CKdGroupBlocks>& groups) {
+  bool ok = true;
+  std::vector<CKdGroupBlocks> saving;
+  std::set<long> savingIds;
+  for (const CKdGroupBlocks& g : groups) {
+    bool keyed = true;
+    for (int i = 0; i < g.blocks->length() && keyed; ++i)
+      keyed = g.blocks->objAt(i)->canBuildDbIds(g.groupId, i + 1);
+    if (!keyed) {
+      ok = false;
+      continue;
+    }
+    saving.push_back(g);
+    savingIds.insert(g.groupId);
+  }
+  if (saving.empty()) return ok;
+
+  // The blocks deleted, by group and number; a key that does not parse counts as number 0,
+  // whose items are those whose key does not parse either.
+  std::set<std::pair<long, long>> deleted;
+  for (bool more = db.fetchFirstMember(kBlockRecord); more; more = db.fetchNextMember()) {
+    long group = 0, number = 0;
+    const bool parsed = CKdBlock::parseDbId(db, group, number);
+    if (parsed && !savingIds.count(group)) continue;
+    CChBuffer key;
+    if (!db.getObjId(key) || !db.deleteRec(kBlockRecord, key)) continue;
+    deleted.emplace(parsed ? group : saving.front().groupId, number);
+  }
+  if (!deleted.empty()) {
+    for (bool more = db.fetchFirstMember(kItemRecord); more; more = db.fetchNextMember()) {
+      long group = 0, block = 0, item = 0;
+      if (CKdBlockItem::parseDbId(db, group, block, item) && !deleted.count({group, block}))
+        continue;
+      CChBuffer key;
+      if (db.getObjId(key)) db.deleteRec(kItemRecord, key);
+    }
+  }
+  for (const CKdGroupBlocks& g : saving)
+    for (int i = 0; i < g.blocks->length(); ++i)
+      ok = g.blocks->objAt(i)->saveTo(db, g.groupId, i + 1) && ok;
+  return ok;
 }
 
 // ---- CKdBlockArray ----
@@ -311,13 +353,24 @@ bool CKdBlockArray::readFrom(CQbase& db, const CKdPropertyDefArray& defs, CInt32
   return true;
 }
 
+bool CKdBlockArray::readFrom(CQbase& db, long groupId, const CKdPropertyDefArray& defs) {
+  reset();
+  std::vector<long> numbers;
+  for (bool more = db.fetchFirstMember(kBlockRecord); more; more = db.fetchNextMember()) {
+    long group = 0, number = 0;
+    if (!CKdBlock::parseDbId(db, group, number) || group != groupId) continue;
+    CKdBlock block;
+    block.readFrom(db);
+    if (append(&block)) numbers.push_back(number);
+  }
+  std::vector<VxKd::CKdBlockItemTarget> targets;
+  for (int i = 0; i < length(); ++i) targets.push_back({objAt(i), groupId, numbers[i]});
+  VxKd::readBlockItems(db, targets, defs);
+  return true;
+}
+
 bool CKdBlockArray::saveTo(CQbase& db, long groupId) const {
-  for (int i = 0; i < length(); ++i)
-    if (!objAt(i)->canBuildDbIds(groupId, i + 1)) return false;
-  deleteBlockRecs(db, groupId);
-  bool ok = true;
-  for (int i = 0; i < length(); ++i) ok = objAt(i)->saveTo(db, groupId, i + 1) && ok;
-  return ok;
+  return VxKd::saveGroupBlocks(db, {{groupId, this}});
 }
 
 bool CKdBlockArray::deleteBlockRecs(CQbase& db, long groupId) const {

@@ -19,4 +19,16 @@ struct CKdBlockItemTarget {
 void readBlockItems(CQbase& db, const std::vector<CKdBlockItemTarget>& targets,
                     const CKdPropertyDefArray& defs);
 
+// The blocks of one group, to be stored.
+struct CKdGroupBlocks {
+  long groupId;
+  const CKdBlockArray* blocks;
+};
+
+// Replaces the stored blocks of each group as CKdBlockArray::saveTo does for it, in one pass
+// over "BS" and one over "BI" rather than one per group and block: the records of the groups
+// (and those whose key does not parse) are deleted, then the blocks written. A group whose
+// blocks no key can carry is left as the file has it. True when every block was stored.
+bool saveGroupBlocks(CQbase& db, const std::vector<CKdGroupBlocks>& groups);
+
 }  // namespace VxKd

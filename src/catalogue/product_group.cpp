@@ -129,8 +129,7 @@ const wchar_t* CKdProductGroupArray::nameAt(int index) const {
 bool CKdProductGroupArray::readFrom(CQbase& db, const CKdPropertyDefArray& defs) {
   reset();
   for (bool more = db.fetchFirstMember(kGroupRecord); more; more = db.fetchNextMember()) {
-    const CKdProductGroup empty;
-    if (append(&empty)) objAt(length() - 1)->readDefinitionsFrom(db);
+    if (CKdProductGroup* added = emplace()) added->readDefinitionsFrom(db);
   }
   // The first group of each id takes the records keyed by it.
   std::unordered_map<long, CKdProductGroup*> byId;
@@ -153,9 +152,8 @@ bool CKdProductGroupArray::readFrom(CQbase& db, const CKdPropertyDefArray& defs)
     }
     if (!products) continue;
     // Read in place: a product read aside would be copied, properties and all, by append.
-    const CKdProductDef empty;
-    if (!products->append(&empty)) continue;
-    if (!products->objAt(products->length() - 1)->readAttributesFrom(db, productId, defs))
+    CKdProductDef* added = products->emplace();
+    if (added && !added->readAttributesFrom(db, productId, defs))
       products->deleteAt(products->length() - 1);
   }
   if (!findGroup(kRoot)) {
@@ -193,9 +191,9 @@ bool CKdProductGroupArray::saveTo(CQbase& db) const {
     // The root -1 has no record, but its products and blocks are stored like any others.
     if (!group->isRoot()) ok = group->saveDefinitionsTo(db) && ok;
     ok = group->saveProductsTo(db) && ok;
-    ok = group->saveBlocksTo(db) && ok;
   }
-  return ok;
+  // All groups' blocks at once: the same records as group by group, in one pass.
+  return saveBlocksTo(db) && ok;
 }
 
 bool CKdProductGroupArray::saveProductsTo(CQbase& db) const {
@@ -206,10 +204,10 @@ bool CKdProductGroupArray::saveProductsTo(CQbase& db) const {
 }
 
 bool CKdProductGroupArray::saveBlocksTo(CQbase& db) const {
-  bool ok = true;
+  std::vector<VxKd::CKdGroupBlocks> groups;
   for (int i = 0; i < length(); ++i)
-    if (!isUnstoredRoot(*objAt(i))) ok = objAt(i)->saveBlocksTo(db) && ok;
-  return ok;
+    if (!isUnstoredRoot(*objAt(i))) groups.push_back({idAt(i), &objAt(i)->blocks()});
+  return VxKd::saveGroupBlocks(db, groups);
 }
 
 bool CKdProductGroupArray::deleteGroup(const CKdGuid& guid) {

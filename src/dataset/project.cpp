@@ -162,7 +162,8 @@ bool CKdProject::readFile(HWND hwnd, const CWsz& path) {
     if (!current) continue;
     loaded.fileName_ = path;
     loaded.timeStamp_ = stamp;
-    *this = loaded;
+    // A catalogue holds many thousands of elements: they are handed over, not copied.
+    *this = std::move(loaded);
     return true;
   }
   failReason_ = CQbase::reasonBusy;

@@ -371,6 +371,27 @@ TEST_F(BlockKeyTest, ReadingTheDatasetGivesEveryBlockWithItsOwnItems) {
   EXPECT_EQ(all.objAt(0)->guid(), twelve.objAt(0)->guid());
 }
 
+TEST_F(BlockKeyTest, OneGroupsBlocksAreReadWithTheirItems) {
+  CKdBlockArray twelve, loose;
+  for (const wchar_t* desc : {L"A", L"B"}) {
+    CKdBlock block = blockOf(desc, 2);
+    twelve.append(&block);
+  }
+  CKdBlock c = blockOf(L"C", 1);
+  loose.append(&c);
+  ASSERT_TRUE(twelve.saveTo(db_, 12));
+  ASSERT_TRUE(loose.saveTo(db_, -1));
+  CKdBlockArray back;
+  ASSERT_TRUE(back.readFrom(db_, 12, CKdPropertyDefArray()));
+  ASSERT_EQ(back.length(), 2);
+  EXPECT_EQ(itemNames(*back.objAt(1)), (std::vector<std::string>{"B item 0", "B item 1"}));
+  ASSERT_TRUE(back.readFrom(db_, -1, CKdPropertyDefArray()));
+  ASSERT_EQ(back.length(), 1);
+  EXPECT_EQ(itemNames(*back.objAt(0)), std::vector<std::string>{"C item 0"});
+  ASSERT_TRUE(back.readFrom(db_, 13, CKdPropertyDefArray()));
+  EXPECT_EQ(back.length(), 0);
+}
+
 TEST(BlockArray, FindsByGuidAndSortsByDescription) {
   CKdBlockArray blocks;
   for (const wchar_t* desc : {L"beta", L"Alpha", L"gamma"}) {

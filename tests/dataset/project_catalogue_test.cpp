@@ -108,9 +108,12 @@ TEST_F(ProjectCatalogueTest, TheCatalogueSurvivesASaveAndARead) {
   EXPECT_EQ(rect->partId(), CWsz(L"R200"));
   EXPECT_EQ(back.productGroups().findBlock(L"tee", 0)->items().length(), 1);
 
-  back.resetData();
-  EXPECT_EQ(back.productGroups().length(), 0);
-  EXPECT_EQ(back.partIdFormats().length(), 0);
+  CKdProject moved(std::move(back));
+  EXPECT_EQ(moved.productGroups().findProduct(1, 1)->partId(), CWsz(L"R200"));
+  EXPECT_EQ(moved.fileName(), path());
+  moved.resetData();
+  EXPECT_EQ(moved.productGroups().length(), 0);
+  EXPECT_EQ(moved.partIdFormats().length(), 0);
 }
 
 // A product id that no key of its group could hold gets a free one rather than be lost.

@@ -230,6 +230,9 @@ class VXKD_API CKdBlockArray : public CKdOwningArray<CKdBlock> {
   // `groupIds` is given, it receives the group of each block (-1 for a key without one).
   // True.
   bool readFrom(CQbase& db, const CKdPropertyDefArray& defs, CInt32Array* groupIds = nullptr);
+  // Replaces the array by the "BS" records of group `groupId` (-1: those without a group
+  // part), in key order, each with the items of its key's number. True.
+  bool readFrom(CQbase& db, long groupId, const CKdPropertyDefArray& defs);
   // Replaces every stored block of group `groupId` by this array's blocks, numbered from 1,
   // so that no record of a removed block stays behind. Goes on after a failed block; true
   // only when every block was stored. When the array holds a block or an item that no key

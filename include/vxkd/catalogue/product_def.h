@@ -171,6 +171,9 @@ class VXKD_API CKdProductDefArray : public CKdOwningArray<CKdProductDef>,
   // Copies the members, the class id, the sort id and the property sorted by.
   CKdProductDefArray(const CKdProductDefArray& other);
   CKdProductDefArray& operator=(const CKdProductDefArray& other);
+  // Moves the members without copying them, with the class id, sort id and sorted property.
+  CKdProductDefArray(CKdProductDefArray&& other) noexcept;
+  CKdProductDefArray& operator=(CKdProductDefArray&& other) noexcept;
   ~CKdProductDefArray() override = default;
 
   const char* classId() const { return classId_; }

@@ -40,6 +40,8 @@ class VXKD_API CKdProductGroup {
   CKdProductGroup() = default;
   CKdProductGroup(const CKdProductGroup& other) = default;
   CKdProductGroup& operator=(const CKdProductGroup& other) = default;
+  CKdProductGroup(CKdProductGroup&& other) noexcept = default;
+  CKdProductGroup& operator=(CKdProductGroup&& other) noexcept = default;
 
   // Empties the group and sets the five values.
   void init(long dbId, long ownerId, long orderNmb, const CKdGuid& guid, const wchar_t* desc);
@@ -111,6 +113,8 @@ class VXKD_API CKdProductGroupArray : public CKdOwningArray<CKdProductGroup>,
   CKdProductGroupArray() = default;
   CKdProductGroupArray(const CKdProductGroupArray& other) = default;
   CKdProductGroupArray& operator=(const CKdProductGroupArray& other) = default;
+  CKdProductGroupArray(CKdProductGroupArray&& other) noexcept = default;
+  CKdProductGroupArray& operator=(CKdProductGroupArray&& other) noexcept = default;
   ~CKdProductGroupArray() override = default;
 
   long idAt(int index) const override;

@@ -32,6 +32,9 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // Copies every array deeply.
   CKdProject(const CKdProject& other) = default;
   CKdProject& operator=(const CKdProject& other) = default;
+  // Moves the arrays without copying their elements.
+  CKdProject(CKdProject&& other) = default;
+  CKdProject& operator=(CKdProject&& other) = default;
   ~CKdProject() override;
 
   const CWsz& fileName() const { return fileName_; }
