@@ -61,6 +61,8 @@ void CKdDatasetComparison::compare(const CKdProject& source, const CKdProject& c
         kind.compare(source, i, current, item.currentIndex, maps, item.fields);
         item.itemState =
             item.fields.empty() ? CKdComparisonItem::equal : CKdComparisonItem::different;
+        item.currentIsDefault =
+            !item.fields.empty() && kind.isProgramDefault(current, item.currentIndex);
       }
       items_.push_back(std::move(item));
     }

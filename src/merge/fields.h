@@ -40,7 +40,7 @@ class LoadContext {
   bool fail(const JsonNode& at, const std::string& message) { return fail(at.line, message); }
   // "\"field\" must be <what>" at `at`.
   bool mustBe(const JsonNode& at, const std::string& what) {
-    return fail(at, "\"" + std::string(field) + "\" must be " + what + ", not " + at.typeName());
+    return fail(at, "\"" + std::string(field) + "\" must be " + what + ", not " + at.describe());
   }
 
   JsonError error;

@@ -31,6 +31,24 @@ const char* JsonNode::typeName() const {
   return "a value";
 }
 
+std::string JsonNode::describe() const {
+  constexpr size_t kMaxShown = 40;
+  switch (type) {
+    case typeBool:
+      return boolean ? "true" : "false";
+    case typeInteger:
+      return tooLarge ? "a number beyond 64 bits" : std::to_string(integer);
+    case typeReal: {
+      const std::string shown = nlohmann::json(real).dump();
+      return shown == "null" ? "a number" : shown;
+    }
+    case typeString:
+      return text.size() <= kMaxShown ? "\"" + text + "\"" : "a text";
+    default:
+      return typeName();
+  }
+}
+
 namespace {
 
 // Where the parser stands: the line of the last character it took that was not white

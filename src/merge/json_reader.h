@@ -40,6 +40,9 @@ struct JsonNode {
   const JsonNode* find(std::string_view key) const;
   // "an object", "a number", ... for messages.
   const char* typeName() const;
+  // The value as a message names it: a number or a short text as it stands, "true",
+  // "null", "a list", "an object".
+  std::string describe() const;
 };
 
 struct JsonMember {

@@ -121,8 +121,11 @@ bool floatFromJson(const JsonNode& node, float& value) {
       return false;
     return true;
   }
-  if (!node.isNumber() || node.tooLarge || std::fabs(node.real) > FLT_MAX) return false;
-  value = static_cast<float>(node.real);
+  if (!node.isNumber() || node.tooLarge) return false;
+  // What rounds to the largest float is taken; what rounds beyond it is not.
+  const float narrowed = static_cast<float>(node.real);
+  if (std::isinf(narrowed)) return false;
+  value = narrowed;
   return true;
 }
 

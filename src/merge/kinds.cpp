@@ -49,6 +49,10 @@ struct TraitsBase {
     return true;
   }
   template <class T>
+  static bool isProgramDefault(const T&) {
+    return false;
+  }
+  template <class T>
   static void afterCopy(const CKdProject&, T&) {}
   template <class T>
   static void afterOverwrite(CKdProject&, const T&) {}
@@ -154,7 +158,7 @@ bool intMember(const JsonNode& n, const char* key, long long min, long long max,
   if (v.type != JsonNode::typeInteger || v.tooLarge || v.integer < min || v.integer > max)
     return c.fail(v, "\"" + std::string(key) + "\" must be a whole number from " +
                          std::to_string(min) + " to " + std::to_string(max) + ", not " +
-                         v.typeName());
+                         v.describe());
   value = v.integer;
   return true;
 }
@@ -163,7 +167,7 @@ bool floatMember(const JsonNode& n, const char* key, float& value, LoadContext& 
   const JsonNode& v = *n.find(key);
   if (!floatFromJson(v, value))
     return c.fail(v, "\"" + std::string(key) + "\" must be a number in the range of a float, not " +
-                         v.typeName());
+                         v.describe());
   return true;
 }
 
@@ -216,7 +220,7 @@ bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
   }
   auto wrong = [&](const char* what) {
     return c.fail(n, "the value of property \"" + utf8(p.name()) + "\" must be " + what +
-                         " or null, not " + n.typeName());
+                         " or null, not " + n.describe());
   };
   switch (type) {
     case CKdPropertyValue::typeText:
@@ -573,10 +577,15 @@ struct LayerTraits : TraitsBase<LayerTraits> {
   }
   static long id(const Item& o) { return o.layerNumber(); }
   static void setId(Item& o, long id) { o.setLayerNumber(id); }
+  static bool isProgramDefault(const Item& o) {
+    Item row;
+    return row.setDefaultsFor(o.layerNumber()) && row.name() == o.name() &&
+           row.linetype() == o.linetype() && row.colorNmb() == o.colorNmb();
+  }
   static bool check(const CKdProject& p, const Item& o, const JsonNode& n, LoadContext& c) {
     if (p.layerDefs().findLayerDef(o.layerNumber())) return true;
-    return c.fail(
-        n, "layer " + std::to_string(o.layerNumber()) + " is not one of the program's layers");
+    return c.fail(*n.find("number"), "layer " + std::to_string(o.layerNumber()) +
+                                         " is not one of the program's layers");
   }
   // The layers are the program's: a stored one only changes name, linetype and colour.
   static void replace(CKdProject& p, int index, const Item& o) {
@@ -614,8 +623,9 @@ struct SymbolTraits : TraitsBase<SymbolTraits> {
   static void setId(Item& o, long id) { o.setProjectId(id); }
   static bool check(const CKdProject&, const Item& o, const JsonNode& n, LoadContext& c) {
     if (o.nodeCount() > 0) return true;
-    return c.fail(n, "symbol \"" + std::string(o.symbolId()) +
-                         "\" has no nodes: a dataset keeps no symbol without a drawing");
+    return c.fail(*n.find("nodes"),
+                  "symbol \"" + std::string(o.symbolId()) +
+                      "\" has no nodes: a dataset keeps no symbol without a drawing");
   }
   static bool append(CKdProject& p, const Item& o) { return p.symbols().append(&o); }
 };
@@ -652,6 +662,14 @@ struct TextStyleTraits : TraitsBase<TextStyleTraits> {
   static CWsz refName(const Item& o) { return o.name(); }
   static long id(const Item& o) { return o.dbId(); }
   static void setId(Item& o, long id) { o.setDbId(id); }
+  static bool isProgramDefault(const Item& o) {
+    CKdProject fresh;
+    fresh.buildDefaultTextStyleDefs();
+    Item standard = *fresh.textStyleDefs().objAt(0);
+    standard.setDbId(o.dbId());
+    standard.setBigFontFile(o.bigFontFile());
+    return standard == o;
+  }
   static bool append(CKdProject& p, const Item& o) { return p.textStyleDefs().append(&o); }
 };
 
@@ -692,7 +710,8 @@ struct LinetypeTraits : TraitsBase<LinetypeTraits> {
   static void setId(Item&, long) {}
   static bool check(const CKdProject&, const Item& o, const JsonNode& n, LoadContext& c) {
     if (!CKdLinetypeDefArray::isBuiltInName(o.name())) return true;
-    return c.fail(n, "the linetype CONTINUOUS is built in: a dataset does not store it");
+    return c.fail(*n.find("name"),
+                  "the linetype CONTINUOUS is built in: a dataset does not store it");
   }
   static bool append(CKdProject& p, const Item& o) { return p.linetypeDefs().append(&o); }
 };
@@ -808,6 +827,9 @@ class ArrayKind final : public KindAdapter {
     return Traits::displayName(at(p, i));
   }
   long idAt(const CKdProject& p, int i) const override { return Traits::id(at(p, i)); }
+  bool isProgramDefault(const CKdProject& p, int i) const override {
+    return Traits::isProgramDefault(at(p, i));
+  }
   CWsz refNameAt(const CKdProject& p, int i) const override { return Traits::refName(at(p, i)); }
 
   Json dump(const CKdProject& p, int i) const override {
@@ -841,8 +863,9 @@ class ArrayKind final : public KindAdapter {
           return c.fail(element, "\"" + std::string(f.key) + "\" is missing in an item of \"" +
                                      datasetKindKey(Traits::kKind) + "\"");
       if (Traits::kHasIds && !ids.insert(Traits::id(item)).second)
-        return c.fail(element, std::string(datasetKindKey(Traits::kKind)) + ": the id " +
-                                   std::to_string(Traits::id(item)) + " appears twice");
+        return c.fail(*element.find(identity().key),
+                      std::string(datasetKindKey(Traits::kKind)) + ": the id " +
+                          std::to_string(Traits::id(item)) + " appears twice");
       if (!Traits::check(p, item, element, c)) return false;
       if (!Traits::append(p, item)) return c.fail(element, "out of memory");
     }
@@ -886,6 +909,12 @@ class ArrayKind final : public KindAdapter {
   static const std::vector<Field<T>>& fields() {
     static const std::vector<Field<T>> table = Traits::fields();
     return table;
+  }
+  // The field of the item's own id. REQUIRES a kind with ids.
+  static const Field<T>& identity() {
+    for (const Field<T>& f : fields())
+      if (f.identity) return f;
+    return fields().front();
   }
   static const Field<T>* find(const std::string& key) {
     for (const Field<T>& f : fields())

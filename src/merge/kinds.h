@@ -27,6 +27,9 @@ class KindAdapter {
   // The id by which other definitions refer to the item (0 for a kind without ids), and the
   // name by which they refer to it (empty for a kind referred to by id).
   virtual long idAt(const CKdProject& project, int index) const = 0;
+  // True when the item holds what every new dataset holds (a layer of the program's table
+  // as it stands, the text style Standard of a new dataset): nobody made it.
+  virtual bool isProgramDefault(const CKdProject& project, int index) const = 0;
   virtual CWsz refNameAt(const CKdProject& project, int index) const = 0;
 
   virtual Json dump(const CKdProject& project, int index) const = 0;

@@ -122,7 +122,9 @@ void CKdMergePlan::buildDefault(const CKdDatasetComparison& comparison) {
         entry.act = actionMap;
         break;
       default:
-        entry.act = actionSkip;
+        // What nobody made in the current dataset takes the source's: merged into a new
+        // dataset, a source then compares equal throughout.
+        entry.act = item.currentIsDefault ? actionOverwrite : actionSkip;
         break;
     }
     put(entry);
@@ -241,7 +243,11 @@ bool CKdMergePlan::fromJson(cuWin::HWND hwnd, std::string_view text,
         if (a > actionSkip)
           return fail(act->line, "\"action\" must be one of create, overwrite, map, skip, not \"" +
                                      act->text + "\"");
-        const int sourceIndex = sourceKeys.find(key->text, occurrences[key->text]++);
+        // The n-th line of a key names the n-th item with that key.
+        const int occurrence = occurrences[key->text]++;
+        const int sourceIndex = sourceKeys.find(key->text, occurrence);
+        if (sourceIndex < 0 && occurrence > 0 && sourceKeys.find(key->text) >= 0)
+          return fail(key->line, "\"" + key->text + "\" is named twice");
         if (sourceIndex < 0)
           return fail(key->line, "no item of the source in \"" + member.key + "\" has the key \"" +
                                      key->text + "\"");

@@ -46,6 +46,9 @@ class VXKD_API CKdComparisonItem {
   std::string key;
   // For `different`: the fields, in the order of the text form.
   std::vector<CKdFieldDifference> fields;
+  // For `different`: the current item holds what every new dataset holds (a layer of the
+  // program's table, the text style Standard as a new dataset has it), so nobody made it.
+  bool currentIsDefault = false;
 
   // "only in source", "equal", "different", "only in current".
   static const char* stateKey(state s);

@@ -33,7 +33,9 @@ class VXKD_API CKdMergePlan {
   };
 
   // The default plan of `comparison`: creates what only the source has (a layer, which no
-  // dataset can add, is skipped), maps what is equal to its partner, and skips what differs.
+  // dataset can add, is skipped), maps what is equal to its partner, and skips what differs
+  // unless the current item is a program default that nobody made (an unchanged layer, the
+  // text style Standard of a new dataset): that one is overwritten.
   void buildDefault(const CKdDatasetComparison& comparison);
 
   const std::vector<Entry>& entries() const { return entries_; }
