@@ -140,10 +140,15 @@ const CKdMergePlan::Entry* CKdMergePlan::find(VxKd::datasetKind kind, int source
 
 bool CKdMergePlan::setAction(const CKdDatasetComparison& comparison, VxKd::datasetKind kind,
                              int sourceIndex, action act, int targetIndex) {
-  if (kind < 0 || kind >= kindCount) return false;
-  if (unfit(comparison, kind, sourceIndex, act, targetIndex)) return false;
+  if (kind < 0 || kind >= kindCount || unfit(comparison, kind, sourceIndex, act, targetIndex))
+    return false;
   put({kind, sourceIndex, act, targetIndex});
   return true;
+}
+
+bool CKdMergePlan::fits(const CKdDatasetComparison& comparison, VxKd::datasetKind kind,
+                        int sourceIndex, action act, int targetIndex) {
+  return kind >= 0 && kind < kindCount && !unfit(comparison, kind, sourceIndex, act, targetIndex);
 }
 
 const char* CKdMergePlan::actionKey(action act) {

@@ -48,6 +48,10 @@ class VXKD_API CKdMergePlan {
   bool setAction(const CKdDatasetComparison& comparison, VxKd::datasetKind kind, int sourceIndex,
                  action act, int targetIndex = -1);
 
+  // True when setAction would take `act` (with `targetIndex`) for the item.
+  static bool fits(const CKdDatasetComparison& comparison, VxKd::datasetKind kind, int sourceIndex,
+                   action act, int targetIndex = -1);
+
   // "create", "overwrite", "map", "skip"; and the same in the active language.
   static const char* actionKey(action act);
   static CWsz actionTitle(action act);

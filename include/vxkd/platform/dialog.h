@@ -1,6 +1,7 @@
 #pragma once
 // The in-memory widget model of the dialogs: a dialog holds its controls by id, a combo box
-// holds entries with item data and a selection. The logic fills and reads them through
+// holds entries with item data and a selection, a list view rows of texts under column
+// headings, a static control its text. The logic fills and reads them through
 // the dialog's handle; a front end renders them, tests read them back.
 
 #include <map>
@@ -42,6 +43,42 @@ class VXKD_API VxComboBox {
   int selection_ = kError;
 };
 
+class VXKD_API VxListView2 {
+ public:
+  static constexpr int kError = -1;
+
+  struct Row {
+    std::vector<CWsz> texts;  // one per column
+    long data = 0;
+  };
+
+  // Replaces the columns by `headings` and removes every row.
+  void setColumns(const std::vector<CWsz>& headings);
+  int columnCount() const { return static_cast<int>(headings_.size()); }
+  CWsz heading(int column) const;
+  // Removes every row; the selection goes with them.
+  void deleteAllItems();
+  // Appends a row (texts beyond the columns are dropped, missing ones are empty); returns its
+  // index.
+  int insertItem(const std::vector<CWsz>& texts, long data = 0);
+  // Replaces the texts of row `row`; false for a bad index.
+  bool setItem(int row, const std::vector<CWsz>& texts);
+  int itemCount() const { return static_cast<int>(rows_.size()); }
+  // The text in `column` of `row`, its data; empty and kError for a bad index.
+  CWsz itemText(int row, int column) const;
+  long itemData(int row) const;
+  // Index of the first row whose data is `data`, or kError.
+  int findData(long data) const;
+  // Selects `row` (-1 clears the selection); false for a bad index.
+  bool setSelection(int row);
+  int selection() const { return selection_; }
+
+ private:
+  std::vector<CWsz> headings_;
+  std::vector<Row> rows_;
+  int selection_ = kError;
+};
+
 class VXKD_API VXDialog {
  public:
   VXDialog();
@@ -58,7 +95,18 @@ class VXKD_API VXDialog {
   VxComboBox& comboBox(int id);
   // The combo box `id` of the dialog behind `handle`, or null.
   static VxComboBox* comboBox(cuWin::HWND handle, int id);
+  // The list view with control id `id`, created on first use; and the same by handle.
+  VxListView2& listView(int id);
+  static VxListView2* listView(cuWin::HWND handle, int id);
+  // The text of control `id` (a static text, a caption): "" until set.
+  CWsz itemText(int id) const;
+  void setItemText(int id, const wchar_t* text) { texts_[id] = CWsz(text); }
+  // Sets the text of control `id` of the dialog behind `handle`; false when the handle names
+  // no live dialog.
+  static bool setItemText(cuWin::HWND handle, int id, const wchar_t* text);
 
  private:
   std::map<int, std::unique_ptr<VxComboBox>> combos_;
+  std::map<int, std::unique_ptr<VxListView2>> lists_;
+  std::map<int, CWsz> texts_;
 };
