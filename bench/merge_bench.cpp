@@ -8,27 +8,23 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "sqlite_baseline.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/merge/comparison.h"
 
 namespace {
 
+using vxkd_bench::seconds;
+
 constexpr int kProducts = 10000;
 constexpr int kProperties = 10;
 constexpr VxKd::systemTypeIds kSets[] = {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemData,
                                          VxKd::systemElectric};
-
-double seconds(const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
 
 // A dataset of kProducts products; `second` changes one in twenty and replaces one in fifty
 // by a product of its own.
