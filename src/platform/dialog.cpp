@@ -84,6 +84,55 @@ int VxTreeView::findData(long data) const {
   return kNone;
 }
 
+void VxListView2::setColumns(const std::vector<CWsz>& headings) {
+  headings_ = headings;
+  deleteAllItems();
+}
+
+CWsz VxListView2::heading(int column) const {
+  return column >= 0 && column < columnCount() ? headings_[column] : CWsz();
+}
+
+void VxListView2::deleteAllItems() {
+  rows_.clear();
+  selection_ = kError;
+}
+
+int VxListView2::insertItem(const std::vector<CWsz>& texts, long data) {
+  rows_.push_back({{}, data});
+  setItem(itemCount() - 1, texts);
+  return itemCount() - 1;
+}
+
+bool VxListView2::setItem(int row, const std::vector<CWsz>& texts) {
+  if (row < 0 || row >= itemCount()) return false;
+  std::vector<CWsz>& cells = rows_[row].texts;
+  cells.assign(headings_.size(), CWsz());
+  for (size_t i = 0; i < cells.size() && i < texts.size(); ++i) cells[i] = texts[i];
+  return true;
+}
+
+CWsz VxListView2::itemText(int row, int column) const {
+  if (row < 0 || row >= itemCount() || column < 0 || column >= columnCount()) return {};
+  return rows_[row].texts[column];
+}
+
+long VxListView2::itemData(int row) const {
+  return row >= 0 && row < itemCount() ? rows_[row].data : kError;
+}
+
+int VxListView2::findData(long data) const {
+  for (int i = 0; i < itemCount(); ++i)
+    if (rows_[i].data == data) return i;
+  return kError;
+}
+
+bool VxListView2::setSelection(int row) {
+  if (row < -1 || row >= itemCount()) return false;
+  selection_ = row;
+  return true;
+}
+
 namespace {
 
 // The live dialogs, so that a stale or foreign handle is refused rather than followed.
@@ -135,4 +184,22 @@ VxTreeView& VXDialog::tree(int id) {
   auto& slot = trees_[id];
   if (!slot) slot = std::make_unique<VxTreeView>();
   return *slot;
+}
+
+VxListView2& VXDialog::listView(int id) {
+  auto& slot = lists_[id];
+  if (!slot) slot = std::make_unique<VxListView2>();
+  return *slot;
+}
+
+VxListView2* VXDialog::listView(cuWin::HWND handle, int id) {
+  VXDialog* dialog = fromHandle(handle);
+  return dialog ? &dialog->listView(id) : nullptr;
+}
+
+bool VXDialog::setItemText(cuWin::HWND handle, int id, const wchar_t* text) {
+  VXDialog* dialog = fromHandle(handle);
+  if (!dialog) return false;
+  dialog->setLabel(id, text);
+  return true;
 }

@@ -83,13 +83,27 @@ bool accepts(const Command& command, const char* name) {
 
 int main(int argc, char** argv) {
   using namespace vkd;
-  enum { optForce = 'f', optSample = 's', optHelp = 'h', optVersion = 'V', optOutput = 'o' };
+  enum {
+    optForce = 'f',
+    optSample = 's',
+    optHelp = 'h',
+    optVersion = 'V',
+    optOutput = 'o',
+    optFormat = 256,  // long options only from here
+    optPlan,
+    optWritePlan,
+    optDryRun,
+  };
   static const option kOptions[] = {
       {"force", no_argument, nullptr, optForce},
       {"sample", no_argument, nullptr, optSample},
       {"help", no_argument, nullptr, optHelp},
       {"version", no_argument, nullptr, optVersion},
       {"output", required_argument, nullptr, optOutput},
+      {"format", required_argument, nullptr, optFormat},
+      {"plan", required_argument, nullptr, optPlan},
+      {"write-plan", required_argument, nullptr, optWritePlan},
+      {"dry-run", no_argument, nullptr, optDryRun},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
@@ -117,7 +131,27 @@ int main(int argc, char** argv) {
         options.output = optarg;
         given.push_back("output");
         break;
+      case optFormat:
+        options.format = optarg;
+        given.push_back("format");
+        if (options.format != "text" && options.format != "json")
+          return usageError("--format takes text or json, not \"" + options.format + "\"");
+        break;
+      case optPlan:
+        options.plan = optarg;
+        given.push_back("plan");
+        break;
+      case optWritePlan:
+        options.writePlan = optarg;
+        given.push_back("write-plan");
+        break;
+      case optDryRun:
+        options.dryRun = true;
+        given.push_back("dry-run");
+        break;
       case ':':
+        if (std::strcmp(argv[optind - 1], "--format") == 0)
+          return usageError("option --format needs text or json");
         return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));

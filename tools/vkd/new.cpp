@@ -5,14 +5,11 @@
 // built beside the target under a temporary name and renamed into place when complete, so
 // a failure leaves the old file whole and nothing half-made.
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <initializer_list>
 
 #include "tool.h"
-#include "vxkd/platform/paths.h"
 
 namespace vkd {
 namespace {
@@ -239,36 +236,10 @@ void addSampleContent(CKdProject& project) {
 }
 
 int runNew(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
-  const CWsz path = CWsz::fromUtf8(args[0].c_str());
-  std::string why;
-  const CWsz lockPath = lockFileOf(path, why);
-  if (lockPath.isEmpty()) return fail(why);
-  // Holding the lock keeps every other user's update (and another vkd new) out until the
-  // new file is in place.
-  CLockFile lock;
-  wchar_t owner[CLockFile::kOwnerBufferChars] = {};
-  switch (lock.set(lockPath, L"vkd new", owner)) {
-    case CLockFile::lockHeld:
-      break;
-    case CLockFile::lockedByOther:
-    case CLockFile::lockUnreadable:
-      return fail(args[0] + " is locked for an update by " +
-                  (*owner ? narrow(owner) : std::string("another user")) + "; nothing was changed");
-    default:
-      return fail("cannot make the lock file " + narrow(lockPath) +
-                  " (is the folder there and writable?); nothing was changed");
-  }
-  if (cuFile::exists(path)) {
-    if (!options.force)
-      return fail(args[0] + " exists; nothing was changed (give --force to replace it)");
-    if (access(args[0].c_str(), W_OK) != 0)
-      return fail(args[0] + " is read-only; nothing was changed");
-  }
   CKdProject project;
   project.buildDefaultProject();
   if (options.sample) addSampleContent(project);
-  if (!project.saveDbAs(nullptr, path))
-    return fail("cannot create " + args[0] + ": " + failureOf(project, ui));
+  if (int result = writeNewDataset(args[0], options.force, project, ui, L"vkd new")) return result;
   std::printf("Created %s\n", args[0].c_str());
   return exitOk;
 }

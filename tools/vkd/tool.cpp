@@ -1,6 +1,7 @@
 #include "tool.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -9,6 +10,7 @@
 
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/lock_file.h"
+#include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
 
 namespace vkd {
@@ -279,6 +281,37 @@ int editDataset(const std::string& path, ToolUiBackend& ui,
     return fail("cannot save " + path + ": " + failureOf(project, ui) +
                 "; the dataset is as it was");
   return 0;  // the lock is released as it goes out of scope
+}
+
+int writeNewDataset(const std::string& path, bool force, CKdProject& project, ToolUiBackend& ui,
+                    const wchar_t* owner) {
+  const CWsz file = CWsz::fromUtf8(path.c_str());
+  std::string why;
+  const CWsz lockPath = lockFileOf(file, why);
+  if (lockPath.isEmpty()) return fail(why);
+  // Holding the lock keeps every other user's update (and another new file) out until the
+  // new file is in place.
+  CLockFile lock;
+  wchar_t lockOwner[CLockFile::kOwnerBufferChars] = {};
+  switch (lock.set(lockPath, owner, lockOwner)) {
+    case CLockFile::lockHeld:
+      break;
+    case CLockFile::lockedByOther:
+    case CLockFile::lockUnreadable:
+      return fail(path + " is locked for an update by " +
+                  (*lockOwner ? narrow(lockOwner) : std::string("another user")) +
+                  "; nothing was changed");
+    default:
+      return fail("cannot make the lock file " + narrow(lockPath) +
+                  " (is the folder there and writable?); nothing was changed");
+  }
+  if (cuFile::exists(file)) {
+    if (!force) return fail(path + " exists; nothing was changed (give --force to replace it)");
+    if (access(path.c_str(), W_OK) != 0) return fail(path + " is read-only; nothing was changed");
+  }
+  if (!project.saveDbAs(nullptr, file))
+    return fail("cannot create " + path + ": " + failureOf(project, ui));
+  return exitOk;
 }
 
 }  // namespace vkd

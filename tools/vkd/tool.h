@@ -78,9 +78,13 @@ struct Table {
 
 // The options of the command line, each for the commands that name it.
 struct Options {
-  bool force = false;   // new: replace an existing dataset
-  bool sample = false;  // new: add example definitions
-  std::string output;   // preview, gallery: the file to write (-o, --output)
+  bool force = false;     // new: replace an existing dataset
+  bool sample = false;    // new: add example definitions
+  std::string output;     // preview, gallery, dump: the file to write (-o, --output)
+  std::string format;     // diff, merge: "text" (the default) or "json" (--format)
+  std::string plan;       // merge: the plan to follow (--plan)
+  std::string writePlan;  // merge: where to write the plan instead of merging (--write-plan)
+  bool dryRun = false;    // merge: show what would be done, change nothing (--dry-run)
 };
 
 // One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
@@ -184,5 +188,12 @@ int writeOutputFile(const std::string& path, const std::string& data);
 // there is nothing to store. Returns the exit code.
 int editDataset(const std::string& path, ToolUiBackend& ui,
                 const std::function<bool(CKdProject&)>& edit);
+
+// Writes `project` as a new dataset file at `path`, as vkd new makes one: under the lock of
+// the new file (taken in the name of `owner`), replacing an existing file only when `force`
+// is set and the file is writable, and only by the complete new file. Returns the exit
+// code, having said on standard error why it failed.
+int writeNewDataset(const std::string& path, bool force, CKdProject& project, ToolUiBackend& ui,
+                    const wchar_t* owner);
 
 }  // namespace vkd

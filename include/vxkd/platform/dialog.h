@@ -1,8 +1,10 @@
 #pragma once
 // The in-memory widget model of the dialogs: a dialog holds its controls by id, a combo box
 // holds entries with item data and a selection, an edit field a text, a tree view items
-// under parents. The logic fills and reads them through the dialog's handle; the
-// user-interface backend shows a dialog (CUiBackend::runDialog), tests read it back.
+// under parents, a list view rows of texts under column headings, a static control its
+// text. The logic fills and reads them through the dialog's handle; the user-interface
+// backend shows a dialog (CUiBackend::runDialog), a front end renders them, tests read
+// them back.
 
 #include <map>
 #include <memory>
@@ -91,6 +93,43 @@ class VXKD_API VxTreeView {
   int selection_ = kNone;
 };
 
+// A table of rows under column headings, each row with item data; at most one selected.
+class VXKD_API VxListView2 {
+ public:
+  static constexpr int kError = -1;
+
+  struct Row {
+    std::vector<CWsz> texts;  // one per column
+    long data = 0;
+  };
+
+  // Replaces the columns by `headings` and removes every row.
+  void setColumns(const std::vector<CWsz>& headings);
+  int columnCount() const { return static_cast<int>(headings_.size()); }
+  CWsz heading(int column) const;
+  // Removes every row; the selection goes with them.
+  void deleteAllItems();
+  // Appends a row (texts beyond the columns are dropped, missing ones are empty); returns its
+  // index.
+  int insertItem(const std::vector<CWsz>& texts, long data = 0);
+  // Replaces the texts of row `row`; false for a bad index.
+  bool setItem(int row, const std::vector<CWsz>& texts);
+  int itemCount() const { return static_cast<int>(rows_.size()); }
+  // The text in `column` of `row`, its data; empty and kError for a bad index.
+  CWsz itemText(int row, int column) const;
+  long itemData(int row) const;
+  // Index of the first row whose data is `data`, or kError.
+  int findData(long data) const;
+  // Selects `row` (-1 clears the selection); false for a bad index.
+  bool setSelection(int row);
+  int selection() const { return selection_; }
+
+ private:
+  std::vector<CWsz> headings_;
+  std::vector<Row> rows_;
+  int selection_ = kError;
+};
+
 class VXKD_API VXDialog {
  public:
   VXDialog();
@@ -117,6 +156,12 @@ class VXKD_API VXDialog {
   // The edit field and the tree view with control id `id`, created on first use.
   VxEdit& edit(int id);
   VxTreeView& tree(int id);
+  // The list view with control id `id`, created on first use; and the same by handle.
+  VxListView2& listView(int id);
+  static VxListView2* listView(cuWin::HWND handle, int id);
+  // Sets the label `id` of the dialog behind `handle`; false when the handle names no live
+  // dialog.
+  static bool setItemText(cuWin::HWND handle, int id, const wchar_t* text);
 
  private:
   CWsz title_;
@@ -124,4 +169,5 @@ class VXKD_API VXDialog {
   std::map<int, std::unique_ptr<VxComboBox>> combos_;
   std::map<int, std::unique_ptr<VxEdit>> edits_;
   std::map<int, std::unique_ptr<VxTreeView>> trees_;
+  std::map<int, std::unique_ptr<VxListView2>> lists_;
 };
