@@ -834,7 +834,9 @@ bool CQbase::setSz(short fieldNo, const char* text) {
 bool CQbase::getWsz(short fieldNo, CWsz& text) const {
   const FieldValue* v = impl_->present(fieldNo, QbaseFieldType::kWsz);
   if (!v) return false;
-  text = CWsz(cuSz::fromUtf8(v->bytes));
+  // Up to the first NUL, as the narrow getters and every writer of a text take it: a NUL
+  // left in a file by another program cannot be written back.
+  text = CWsz(cuSz::fromUtf8(v->bytes.c_str()));
   return true;
 }
 

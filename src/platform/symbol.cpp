@@ -229,7 +229,8 @@ bool CVxSymbolDb::readSeries(const wchar_t* id, std::vector<CVxSymbolModel>& sym
     if (line[0] == '[') {
       current = nullptr;
       size_t close = line.rfind(']');
-      if (close == std::string::npos || close < 2) continue;
+      // An id holding a NUL ("[\0X]") cannot be stored: it is a line that cannot be read.
+      if (close == std::string::npos || close < 2 || line.find('\0') < close) continue;
       CVxSymbolModel symbol;
       symbol.setSymbolId(line.substr(1, close - 1).c_str());
       bool repeated = std::any_of(symbols.begin(), symbols.end(), [&](const CVxSymbolModel& s) {
