@@ -4,9 +4,10 @@
 //   vkd info FILE.vkd             what a dataset holds, one row per kind of definition
 //   vkd list FILE.vkd KIND        the definitions of one kind, as a table
 //   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
+//   vkd check FILE.vkd            what a save of the dataset could not store
 //
 // Failures print one line on standard error and exit with 1; a wrong command line exits
-// with 2.
+// with 2. check exits with 1 when it finds problems and with 2 when it cannot read the file.
 
 #include <cstdio>
 #include <cstring>
@@ -38,6 +39,9 @@ std::string usage() {
       "  list FILE.vkd KIND        show the definitions of one kind as a table\n"
       "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
       "                            whom\n"
+      "  check FILE.vkd            list the problems of the dataset, one per line (records\n"
+      "                            that a save could not store); exit status 0 none, 1\n"
+      "                            problems, 2 the file cannot be read\n"
       "  --help                    show this text\n"
       "\n"
       "kinds of definition for list:\n";
@@ -174,8 +178,8 @@ int main(int argc, char** argv) {
   bool sample = args.size() == 3 && args[0] == "new" && args[1] == "--sample";
   if (sample) args.erase(args.begin() + 1);
   bool list = args.size() == 3 && args[0] == "list";
-  if (!list &&
-      (args.size() != 2 || (args[0] != "new" && args[0] != "info" && args[0] != "lock-status"))) {
+  if (!list && (args.size() != 2 || (args[0] != "new" && args[0] != "info" &&
+                                     args[0] != "lock-status" && args[0] != "check"))) {
     std::fprintf(stderr, "vkd: unknown command line\n%s", usage().c_str());
     return 2;
   }
@@ -184,10 +188,11 @@ int main(int argc, char** argv) {
   CUiBackend::install(&ui);
   VxKd::initVxKd();
   CWsz path = CWsz::fromUtf8(args[1].c_str());
-  int result = list                ? commandList(path, args[2], ui)
-               : args[0] == "new"  ? commandNew(path, sample, ui)
-               : args[0] == "info" ? commandInfo(path, ui)
-                                   : commandLockStatus(path);
+  int result = list                 ? commandList(path, args[2], ui)
+               : args[0] == "new"   ? commandNew(path, sample, ui)
+               : args[0] == "info"  ? commandInfo(path, ui)
+               : args[0] == "check" ? commandCheck(path, ui)
+                                    : commandLockStatus(path);
   VxKd::exitVxKd();
   CUiBackend::install(nullptr);
   return result;

@@ -1,7 +1,8 @@
 #pragma once
 // What the commands of vkd share: the message-box backend that turns the library's boxes
-// into lines on standard error, the failure line, text conversion, aligned tables, and the
-// registry of the kinds of definition that `vkd list` shows.
+// into lines on standard error, the failure line, text conversion, aligned tables, the
+// registry of the kinds of definition that `vkd list` shows and that of the checks that
+// `vkd check` runs.
 
 #include <string>
 #include <vector>
@@ -51,5 +52,25 @@ struct ListKind {
 };
 // Every registered kind, in the order of their names.
 std::vector<const ListKind*> listKinds();
+
+// One check that `vkd check FILE` runs over the dataset it has read. Each kind of definition
+// registers its checks from a source file of its own with a static Check object; a check adds
+// one line to `problems` for each problem it finds.
+struct Check {
+  using Run = void (*)(const CKdProject& project, std::vector<std::string>& problems);
+  Check(const char* name, Run run);
+
+  const char* name;
+  Run run;
+};
+// Every registered check, in the order of their names.
+std::vector<const Check*> checks();
+// `key` in double quotes, control characters and quotes written as escapes, so that an empty
+// key or one with a NUL is visible on a line of its own.
+std::string quotedKey(const std::string& key);
+
+// vkd check FILE: prints every problem that the checks find, one per line. Returns 0 when
+// there is none, 1 when there are problems, 2 when the file cannot be read.
+int commandCheck(const CWsz& path, ToolUiBackend& ui);
 
 }  // namespace vkd
