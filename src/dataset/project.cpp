@@ -107,6 +107,7 @@ bool CKdProject::readDb(HWND hwnd, const wchar_t* path) {
 bool CKdProject::readFromDb(HWND, CQbase& db) {
   resetData();
   propertyDefs_.readFrom(db);
+  reportDefs_.readFrom(db);
   read2dSymbols(db);
   return false;
 }
@@ -114,6 +115,7 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
 bool CKdProject::writeDb(HWND, CQbase& db) {
   // Each array brings its records up to date; a failed record does not stop the others.
   propertyDefs_.saveTo(db);
+  reportDefs_.saveTo(db);  // each report definition in array order
   write2dSymbols(db);
   bool committed = db.closeDatabase();
   timeStamp_.initFor(fileName_);
@@ -156,10 +158,14 @@ bool CKdProject::askSaveFileName(HWND hwnd, CWsz& path) {
 void CKdProject::resetData() {
   propertyDefs_.reset();
   symbols_.reset();
+  reportDefs_.reset();
   lastInstalledDimtextId_ = 0;
 }
 
-void CKdProject::buildDefaultProject() { propertyDefs_.reset(); }
+void CKdProject::buildDefaultProject() {
+  propertyDefs_.reset();
+  reportDefs_.reset();
+}
 
 int CKdProject::reload(HWND hwnd, bool notify) {
   if (notify)

@@ -12,6 +12,7 @@
 #include "vxkd/platform/types.h"
 #include "vxkd/platform/wsz.h"
 #include "vxkd/properties/property_def.h"
+#include "vxkd/reports/report.h"
 
 class CQbase;
 
@@ -32,6 +33,8 @@ class VXKD_API CKdProject {
   const CKdPropertyDefArray& propertyDefs() const { return propertyDefs_; }
   CVxSymbolModelArray& symbols() { return symbols_; }
   const CVxSymbolModelArray& symbols() const { return symbols_; }
+  CKdObjectArray<CKdReport>& reportDefs() { return reportDefs_; }
+  const CKdObjectArray<CKdReport>& reportDefs() const { return reportDefs_; }
 
   // Kept in memory only, never in the file.
   long lastInstalledDimtextId() const { return lastInstalledDimtextId_; }
@@ -65,7 +68,7 @@ class VXKD_API CKdProject {
   // Empties every definition array and the symbol list, and forgets the last installed
   // dimension text.
   void resetData();
-  // The starting content of a new dataset: no property definitions.
+  // The starting content of a new dataset: no property definitions, no report definitions.
   void buildDefaultProject();
   // Re-reads the file's last-write time: -3 unbound, -1 unreadable, 0 done.
   int updateTimeStamp() { return timeStamp_.update(); }
@@ -122,6 +125,7 @@ class VXKD_API CKdProject {
   cuFile::CFileTime timeStamp_;
   CKdPropertyDefArray propertyDefs_;
   CVxSymbolModelArray symbols_;
+  CKdObjectArray<CKdReport> reportDefs_;
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;
   long lastTreePosId_ = 0;
