@@ -61,7 +61,8 @@ std::string formatTime(uint64_t units) {
   return buffer;
 }
 
-// A few property definitions, and two symbols that show both ways a drawing is stored.
+// A few property definitions, two symbols that show both ways a drawing is stored, and a
+// report.
 void addSampleContent(CKdProject& project) {
   CKdPropertyDefArray& defs = project.propertyDefs();
   defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
@@ -88,6 +89,26 @@ void addSampleContent(CKdProject& project) {
     }
     project.symbols().append(&symbol);
   }
+
+  // A duct list: width and height as columns, the widest ducts first.
+  CKdReport ducts;
+  ducts.setDbId(1);
+  ducts.setDesc(L"Duct list");
+  ducts.entityTypeIds().empty();
+  ducts.entityTypeIds().append(CKdReport::entityDucts);
+  for (long id : {1, 2}) {
+    CSReportColumn column;
+    column.setPropertyId(id);
+    column.setLength(25.0f);
+    column.setHeader1(id == 1 ? "Width" : "Height");
+    column.setHeader2("[mm]");
+    column.setLineType(CSReportColumn::lineAfterColumn);
+    ducts.columns().append(&column);
+  }
+  ducts.setSortPropertyId(1);
+  ducts.setSortType(VxKd::sortDescending);
+  ducts.setFirstRowHeight(ducts.calcFirstRowHeight());
+  project.reportDefs().append(&ducts);
 }
 
 int commandNew(const CWsz& path, bool sample, ToolUiBackend& ui) {
@@ -113,6 +134,7 @@ int commandInfo(const CWsz& path, ToolUiBackend& ui) {
   Table table;
   table.columns = {{"Kind of definition"}, {"Count", true}};
   table.addRow({"Property definitions", std::to_string(project.propertyDefs().length())});
+  table.addRow({"Report definitions", std::to_string(project.reportDefs().length())});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
   table.print();
   return 0;

@@ -73,4 +73,53 @@ std::string quotedKey(const std::string& key);
 // there is none, 1 when there are problems, 2 when the file cannot be read.
 int commandCheck(const CWsz& path, ToolUiBackend& ui);
 
+// True when a save stores another element of `items` with the same id under the key that
+// element `index` would take: one read from that very key, or one that can be stored and
+// comes earlier in key order (the order of a save after a read). The save then leaves
+// `index` where it is. Elements have dbId(), origin(), recordKey() and writeObstacle().
+template <typename Array>
+bool idTakenByAnother(const Array& items, int index) {
+  const auto* item = items.objAt(index);
+  const std::string key = item->recordKey();
+  if (!item->origin().isOdd(key)) return false;
+  for (int i = 0; i < items.length(); ++i) {
+    const auto* other = items.objAt(i);
+    if (i != index && other->dbId() == item->dbId() &&
+        other->writeObstacle() == CKdRecordOrigin::noObstacle &&
+        (i < index || !other->origin().isOdd(key)))
+      return true;
+  }
+  return false;
+}
+
+// Adds a problem for each element of `items` (records `code`, a `kind` such as "property
+// definition") that a save could not store under its own key, and so leaves where it is.
+template <typename Array>
+void checkRecordKeys(const Array& items, const char* code, const char* kind,
+                     std::vector<std::string>& problems) {
+  for (int i = 0; i < items.length(); ++i) {
+    const auto& item = *items.objAt(i);
+    const std::string record = std::string("record ") + code + " " +
+                               quotedKey(item.origin().key()) + " (" + kind + " \"" +
+                               narrow(item.name()) + "\"): ";
+    const std::string id = std::to_string(item.dbId());
+    const char* unsaved = ", so the definition cannot be saved";
+    switch (item.writeObstacle()) {
+      case CKdRecordOrigin::idOutOfRange:
+        problems.push_back(record +
+                           (item.dbId() == 0 ? "the key holds no id" : "id " + id + " is not one") +
+                           " of 1 to 999999" + unsaved);
+        break;
+      case CKdRecordOrigin::keyNotRemovable:
+        problems.push_back(record + "id " + id + " cannot be moved to its key " +
+                           quotedKey(item.recordKey()) + unsaved);
+        break;
+      case CKdRecordOrigin::noObstacle:
+        if (idTakenByAnother(items, i))
+          problems.push_back(record + "id " + id + " is read from another record too" + unsaved);
+        break;
+    }
+  }
+}
+
 }  // namespace vkd
