@@ -3,7 +3,8 @@
 # on a machine that has them all it changes nothing.
 set -euo pipefail
 
-packages=(g++ make cmake libsqlite3-dev sqlite3 libgtest-dev libgmock-dev libbenchmark-dev)
+packages=(g++ make cmake libsqlite3-dev sqlite3 libgtest-dev libgmock-dev libbenchmark-dev
+  libfreetype-dev fonts-liberation2 librsvg2-bin)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -107,6 +107,9 @@ bool CKdProject::readDb(HWND hwnd, const wchar_t* path) {
 bool CKdProject::readFromDb(HWND, CQbase& db) {
   resetData();
   propertyDefs_.readFrom(db);
+  layerDefs_.readFrom(db);
+  linetypeDefs_.readFrom(db);
+  textStyleDefs_.readFrom(db);
   reportDefs_.readFrom(db);
   read2dSymbols(db);
   return false;
@@ -115,6 +118,9 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
 bool CKdProject::writeDb(HWND, CQbase& db) {
   // Each array brings its records up to date; a failed record does not stop the others.
   propertyDefs_.saveTo(db);
+  layerDefs_.saveTo(db);
+  linetypeDefs_.saveTo(db);
+  textStyleDefs_.saveTo(db);
   reportDefs_.saveTo(db);  // each report definition in array order
   write2dSymbols(db);
   bool committed = db.closeDatabase();
@@ -157,7 +163,10 @@ bool CKdProject::askSaveFileName(HWND hwnd, CWsz& path) {
 
 void CKdProject::resetData() {
   propertyDefs_.reset();
+  layerDefs_.buildHardDefaultsArray();
   symbols_.reset();
+  textStyleDefs_.reset();
+  linetypeDefs_.resetToBuiltIn();
   reportDefs_.reset();
   lastInstalledDimtextId_ = 0;
 }
@@ -165,6 +174,25 @@ void CKdProject::resetData() {
 void CKdProject::buildDefaultProject() {
   propertyDefs_.reset();
   reportDefs_.reset();
+  buildDefaultLinetypes();
+  buildDefaultTextStyleDefs();
+}
+
+void CKdProject::buildDefaultLinetypes() {
+  linetypeDefs_.reset();
+  CKdLinetypeDef solid(VxKd::getCommonString(VxKd::commonStringContinuous),
+                       VxKd::getCommonString(VxKd::commonStringSolidLine), L"");
+  linetypeDefs_.append(&solid);
+}
+
+void CKdProject::buildDefaultTextStyleDefs() {
+  textStyleDefs_.reset();
+  CKdTextStyleDef standard;
+  standard.setName(L"Standard");
+  standard.setFontFile(L"txt");
+  standard.setCharSet(1);
+  // Without an id the style could not be read back once stored: it gets the first one.
+  textStyleDefs_.append(&standard);
 }
 
 int CKdProject::reload(HWND hwnd, bool notify) {

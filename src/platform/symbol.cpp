@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <fstream>
+#include <numbers>
 #include <sstream>
 
 #include "platform/byte_order.h"
@@ -80,6 +82,97 @@ std::vector<std::pair<CWsz, CWsz>> seriesFilesIn(const CWsz& folder) {
   return found;
 }
 
+double radians(float degrees) { return degrees * std::numbers::pi / 180; }
+
+CGmPoint pointAt(const CGmNode& node, int first) {
+  return {node.v[first], node.v[first + 1], node.v[first + 2]};
+}
+
+// Draws a symbol's nodes one after the other, gathering vertices into polylines.
+class SymbolPainter {
+ public:
+  SymbolPainter(CGmModel& model, const CGmTransform& t) : model_(model), t_(t) {}
+
+  // Draws the nodes from `i` on that belong together; returns the index after them.
+  size_t draw(const std::vector<CGmNode>& nodes, size_t i) {
+    const CGmNode& n = nodes[i];
+    const bool filled = n.flags & CGmNode::flagFilled;
+    switch (n.type) {
+      case CGmNode::typeLine:
+        note(model_.addLine(pointAt(n, 0), pointAt(n, 3), t_));
+        return i + 1;
+      case CGmNode::typeCircle:
+        note(model_.addCircle(pointAt(n, 0), n.v[3], filled ? CGmFill::solid : CGmFill::none, t_));
+        return i + 1;
+      case CGmNode::typeArc:
+        note(model_.addArc(pointAt(n, 0), n.v[3], radians(n.v[4]), radians(n.v[5]), t_));
+        return i + 1;
+      case CGmNode::typeVertex:
+      case CGmNode::typePolygonVertex:
+        return drawFigure(nodes, i);
+      case CGmNode::typeText:
+        return drawText(nodes, i);
+      default:  // characters without their text, or a type this library does not know
+        note(false);
+        return i + 1;
+    }
+  }
+
+  bool allDrawn() const { return allDrawn_; }
+
+ private:
+  void note(bool drawn) { allDrawn_ = allDrawn_ && drawn; }
+
+  size_t drawFigure(const std::vector<CGmNode>& nodes, size_t i) {
+    const CGmNode& first = nodes[i];
+    const bool polygon = first.type == CGmNode::typePolygonVertex;
+    const bool filled = polygon || (first.flags & CGmNode::flagFilled);
+    const bool closed = filled || (first.flags & CGmNode::flagClosed);
+    CGmPointArray points;
+    do {
+      points.append(pointAt(nodes[i], 0));
+      ++i;
+    } while (i < nodes.size() && nodes[i].type == first.type &&
+             !(nodes[i].flags & CGmNode::flagNewFigure));
+    note(model_.addPolyline(points, closed, filled ? CGmFill::solid : CGmFill::none, t_));
+    return i;
+  }
+
+  size_t drawText(const std::vector<CGmNode>& nodes, size_t i) {
+    const CGmNode& head = nodes[i++];
+    const float count = head.v[5];
+    const bool countOk =
+        count >= 0 && count <= CGmNode::maxTextLength && count == std::floor(count);
+    const int length = countOk ? static_cast<int>(count) : 0;
+    std::wstring text;
+    bool ok = countOk && head.flags <= static_cast<uint16_t>(CGmAlign::right);
+    for (int taken = 0; taken < length; ++i) {
+      if (i >= nodes.size() || nodes[i].type != CGmNode::typeCharacters) {
+        ok = false;  // the characters run short: the text is drawn with those there are
+        break;
+      }
+      for (float c : nodes[i].v) {
+        if (taken == length) break;
+        ++taken;
+        if (c >= 1 && c <= 0x10FFFF && c == std::floor(c))
+          text += static_cast<wchar_t>(c);
+        else
+          ok = false;
+      }
+    }
+    const double angle = radians(head.v[4]);
+    const auto align = static_cast<CGmAlign>(std::min<uint16_t>(head.flags, 2));
+    note(model_.addText(text.c_str(), pointAt(head, 0), CGmVector(std::cos(angle), std::sin(angle)),
+                        head.v[3], L"Arial", align, t_) &&
+         ok);
+    return i;
+  }
+
+  CGmModel& model_;
+  const CGmTransform& t_;
+  bool allDrawn_ = true;
+};
+
 }  // namespace
 
 CVxSymbolModel::CVxSymbolModel(long projectId, const char* symbolId, const wchar_t* desc,
@@ -90,6 +183,12 @@ CVxSymbolModel::CVxSymbolModel(long projectId, const char* symbolId, const wchar
 
 const CGmNode* CVxSymbolModel::nodeAt(int index) const {
   return index >= 0 && index < nodeCount() ? &nodes_[index] : nullptr;
+}
+
+bool CVxSymbolModel::addTo(CGmModel& model, const CGmTransform& t) const {
+  SymbolPainter painter(model, t);
+  for (size_t i = 0; i < nodes_.size();) i = painter.draw(nodes_, i);
+  return painter.allDrawn();
 }
 
 CByteBuffer CVxSymbolModel::nodeBytes() const {

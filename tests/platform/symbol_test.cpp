@@ -2,13 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
+#include <numbers>
 #include <string>
 
+#include "support/point_match.h"
 #include "support/temp_folder.h"
 #include "vxkd/platform/paths.h"
+#include "vxkd/platform/svg_writer.h"
 
 namespace {
+
+using vxkd_test::near;
 
 CGmNode node(int16_t type, uint16_t flags, float first) {
   CGmNode n;
@@ -178,6 +184,172 @@ TEST_F(SymbolLibrary, FileThatIsNotASeriesReadsNothingAndGivesNoDefaults) {
   EXPECT_FALSE(db_.readSeries(L"Missing", symbols));
   db_.close();
   EXPECT_EQ(db_.refreshSeries(), 0);
+}
+
+CGmNode nodeOf(int16_t type, uint16_t flags, std::initializer_list<float> values) {
+  CGmNode n;
+  n.type = type;
+  n.flags = flags;
+  int i = 0;
+  for (float v : values) n.v[i++] = v;
+  return n;
+}
+
+// The nodes of a text: its head and the characters, six to a node.
+std::vector<CGmNode> textNodes(const std::wstring& text, float x, float y, float height,
+                               float degrees, uint16_t align) {
+  std::vector<CGmNode> nodes{nodeOf(CGmNode::typeText, align,
+                                    {x, y, 0, height, degrees, static_cast<float>(text.size())})};
+  for (size_t i = 0; i < text.size(); i += 6) {
+    CGmNode chars = nodeOf(CGmNode::typeCharacters, 0, {});
+    for (size_t k = 0; k < 6 && i + k < text.size(); ++k)
+      chars.v[k] = static_cast<float>(text[i + k]);
+    nodes.push_back(chars);
+  }
+  return nodes;
+}
+
+TEST(SymbolDrawing, EachNodeTypeDrawsItsShape) {
+  std::vector<CGmNode> nodes{
+      nodeOf(CGmNode::typeLine, 0, {0, 0, 0, 4, 0, 1}),
+      nodeOf(CGmNode::typeCircle, CGmNode::flagFilled, {1, 2, 0, 0.5f}),
+      nodeOf(CGmNode::typeCircle, 0, {1, 2, 0, 1.5f}),
+      nodeOf(CGmNode::typeArc, 0, {0, 0, 0, 2, 90, 180}),
+  };
+  for (const CGmNode& n : textNodes(L"Pump 1", 2, -1, 0.5f, 90, 1)) nodes.push_back(n);
+  CVxSymbolModel symbol(0, "P", L"", nodes);
+  CGmModel model;
+  model.setColor(4);
+  ASSERT_TRUE(symbol.addTo(model));
+  ASSERT_EQ(model.itemCount(), 5);
+  EXPECT_EQ(model.nodeCount(), 0) << "the caller closes the node";
+
+  const auto& line = std::get<CGmLine>(model.itemAt(0).shape);
+  EXPECT_EQ(line.start, CGmPoint(0, 0, 0));
+  EXPECT_EQ(line.end, CGmPoint(4, 0, 1));
+  EXPECT_EQ(model.itemAt(0).color, 4);
+  const auto& dot = std::get<CGmCircle>(model.itemAt(1).shape);
+  EXPECT_EQ(dot.fill, CGmFill::solid);
+  EXPECT_EQ(dot.radius, 0.5);
+  EXPECT_EQ(std::get<CGmCircle>(model.itemAt(2).shape).fill, CGmFill::none);
+  const auto& arc = std::get<CGmArc>(model.itemAt(3).shape);
+  EXPECT_NEAR(arc.startAngle, std::numbers::pi / 2, 1e-6);
+  EXPECT_NEAR(arc.endAngle, std::numbers::pi, 1e-6);
+  const auto& text = std::get<CGmTextLine>(model.itemAt(4).shape);
+  EXPECT_EQ(text.text.str(), L"Pump 1");
+  EXPECT_EQ(text.font.str(), L"Arial");
+  EXPECT_EQ(text.align, CGmAlign::center);
+  EXPECT_TRUE(near(CGmPoint() + text.direction, {0, 1}, 1e-5));
+  EXPECT_EQ(text.height, 0.5);
+}
+
+TEST(SymbolDrawing, VerticesInARowMakeOnePolylineUntilANewFigureBegins) {
+  using N = CGmNode;
+  CVxSymbolModel symbol(
+      0, "V", L"",
+      {nodeOf(N::typeVertex, N::flagClosed, {0, 0}), nodeOf(N::typeVertex, 0, {1, 0}),
+       nodeOf(N::typeVertex, 0, {1, 1}), nodeOf(N::typeVertex, N::flagNewFigure, {5, 5}),
+       nodeOf(N::typeVertex, 0, {6, 5}), nodeOf(N::typePolygonVertex, 0, {0, 0}),
+       nodeOf(N::typePolygonVertex, 0, {1, 0}), nodeOf(N::typePolygonVertex, 0, {0, 1}),
+       nodeOf(N::typeVertex, N::flagFilled, {2, 2}), nodeOf(N::typeVertex, 0, {3, 2}),
+       nodeOf(N::typeVertex, 0, {3, 3})});
+  CGmModel model;
+  ASSERT_TRUE(symbol.addTo(model));
+  ASSERT_EQ(model.itemCount(), 4);
+  const struct {
+    int points;
+    bool closed;
+    CGmFill fill;
+  } expected[] = {{3, true, CGmFill::none},
+                  {2, false, CGmFill::none},
+                  {3, true, CGmFill::solid},
+                  {3, true, CGmFill::solid}};
+  for (int i = 0; i < 4; ++i) {
+    SCOPED_TRACE(i);
+    const auto& p = std::get<CGmPolyline>(model.itemAt(i).shape);
+    EXPECT_EQ(p.points.length(), expected[i].points);
+    EXPECT_EQ(p.closed, expected[i].closed);
+    EXPECT_EQ(p.fill, expected[i].fill);
+  }
+  EXPECT_EQ(std::get<CGmPolyline>(model.itemAt(1).shape).points[0], CGmPoint(5, 5));
+}
+
+TEST(SymbolDrawing, NodesThatCannotBeDrawnAreLeftOutAndTheRestIsDrawn) {
+  using N = CGmNode;
+  const struct {
+    const char* what;
+    std::vector<CGmNode> nodes;
+    int drawn;  // items drawn besides the line that ends every case
+  } cases[] = {
+      {"unknown type", {nodeOf(42, 0, {1, 2, 3})}, 0},
+      {"type 0", {nodeOf(0, 0, {})}, 0},
+      {"circle of radius 0", {nodeOf(N::typeCircle, 0, {1, 1, 0, 0})}, 0},
+      {"arc of negative radius", {nodeOf(N::typeArc, 0, {1, 1, 0, -1, 0, 90})}, 0},
+      {"not a number", {nodeOf(N::typeLine, 0, {NAN, 0, 0, 1, 1, 0})}, 0},
+      {"a lone vertex", {nodeOf(N::typeVertex, 0, {1, 1})}, 0},
+      {"characters without a text", {nodeOf(N::typeCharacters, 0, {65})}, 0},
+      {"text whose characters run short", textNodes(L"ABCDEFGH", 0, 0, 1, 0, 0), 1},
+      {"text of a broken length", {nodeOf(N::typeText, 0, {0, 0, 0, 1, 0, 2.5f})}, 1},
+      {"text of height 0", textNodes(L"A", 0, 0, 0, 0, 0), 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::vector<CGmNode> nodes = c.nodes;
+    if (std::string(c.what) == "text whose characters run short") nodes.pop_back();
+    nodes.push_back(nodeOf(N::typeLine, 0, {0, 0, 0, 1, 0, 0}));
+    CGmModel model;
+    EXPECT_FALSE(CVxSymbolModel(0, "X", L"", nodes).addTo(model));
+    ASSERT_EQ(model.itemCount(), c.drawn + 1);
+    EXPECT_TRUE(std::holds_alternative<CGmLine>(model.itemAt(c.drawn).shape));
+  }
+}
+
+TEST(SymbolDrawing, SymbolIsScaledThenPlacedInTheItemsCoordinateSystem) {
+  CVxSymbolModel symbol(0, "S", L"",
+                        {nodeOf(CGmNode::typeLine, 0, {0, 0, 0, 1, 0, 0}),
+                         nodeOf(CGmNode::typeCircle, 0, {1, 0, 0, 0.25f}),
+                         nodeOf(CGmNode::typeArc, 0, {0, 0, 0, 1, 0, 90})});
+  CGmModel model;
+  // Scale 2, at (10, 5), turned a quarter counter-clockwise.
+  ASSERT_TRUE(symbol.addTo(model, CGmTransform::placement(2, {10, 5}, {0, 1}, {-1, 0})));
+  const auto& line = std::get<CGmLine>(model.itemAt(0).shape);
+  EXPECT_TRUE(near(line.start, {10, 5}, 1e-5));
+  EXPECT_TRUE(near(line.end, {10, 7}, 1e-5));
+  const auto& circle = std::get<CGmCircle>(model.itemAt(1).shape);
+  EXPECT_TRUE(near(circle.centre, {10, 7}, 1e-5));
+  EXPECT_DOUBLE_EQ(circle.radius, 0.5);
+  const auto& arc = std::get<CGmArc>(model.itemAt(2).shape);
+  EXPECT_NEAR(arc.startAngle, std::numbers::pi / 2, 1e-6);
+  EXPECT_NEAR(arc.endAngle, std::numbers::pi, 1e-6);
+  CGmBox box = model.boundBox();
+  EXPECT_TRUE(near(box.minimum(), {8, 5}, 1e-5));
+  EXPECT_TRUE(near(box.maximum(), {10.5, 7.5}, 1e-5));
+}
+
+// The node lines of a series file are drawn as the dictionary describes them.
+TEST_F(SymbolLibrary, SymbolReadFromASeriesDrawsItsNodes) {
+  folder_.write("common/Motors.vxs",
+                "vxkd-symbol-series 1\n"
+                "[M]\n"
+                "description=Motor\n"
+                "node=2 0 0 0 0 5 0 0\n"
+                "node=6 1 0 -1.25 0 2.5 0 1\n"
+                "node=7 0 77 0 0 0 0 0\n"
+                "node=5 0 5 0 0 0 0 0\n"
+                "node=5 0 7 -1 0 0 0 0\n"
+                "node=5 0 7 1 0 0 0 0\n");
+  ASSERT_TRUE(openLibrary());
+  db_.refreshSeries();
+  std::vector<CVxSymbolModel> symbols;
+  ASSERT_TRUE(db_.readSeries(L"Motors", symbols));
+  ASSERT_EQ(symbols.size(), 1u);
+  CGmModel model;
+  ASSERT_TRUE(symbols[0].addTo(model));
+  ASSERT_EQ(model.itemCount(), 3);
+  EXPECT_EQ(std::get<CGmTextLine>(model.itemAt(1).shape).text.str(), L"M");
+  EXPECT_EQ(std::get<CGmPolyline>(model.itemAt(2).shape).fill, CGmFill::solid);
+  const std::string svg = CGmSvgWriter().write(model);
+  EXPECT_NE(svg.find(">M</text>"), std::string::npos);
 }
 
 }  // namespace

@@ -16,7 +16,11 @@ struct ToolRun {
 // Runs `program` with `args` and waits for it.
 ToolRun runTool(const std::string& program, const std::vector<std::string>& args);
 
-// Runs the vkd tool of the build.
-inline ToolRun runVkd(const std::vector<std::string>& args) { return runTool(VXKD_VKD, args); }
+#ifdef VXKD_VKD_PROGRAM
+// Runs the vkd tool of the build (the test programs know where it is).
+inline ToolRun runVkd(const std::vector<std::string>& args) {
+  return runTool(VXKD_VKD_PROGRAM, args);
+}
+#endif
 
 }  // namespace vxkd_test

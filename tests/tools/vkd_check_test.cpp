@@ -128,11 +128,13 @@ TEST_F(VkdCheck, WrongCommandLineExitsWithTwoAndShowsTheUsage) {
        {std::vector<std::string>{"check"}, std::vector<std::string>{"check", file, "extra"}}) {
     auto run = runVkd(args);
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err.rfind("vkd: unknown command line\nusage: vkd", 0), 0u) << run.err;
+    EXPECT_EQ(run.err, "vkd: usage: vkd check FILE.vkd\n");
   }
   auto help = runVkd({"--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_NE(help.out.find("  check FILE.vkd  "), std::string::npos) << help.out;
+  EXPECT_NE(help.out.find("\n  check FILE.vkd            list what a save could not store"),
+            std::string::npos)
+      << help.out;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // vkd check FILE.vkd: reads the dataset as the library does and runs every registered check
 // over it. The checks of each kind of definition live in files of their own (check_*.cpp).
+// Exit status 0 without problems, 1 with problems, 2 when the file cannot be read.
 
 #include <cstdio>
 #include <string>
@@ -8,12 +9,13 @@
 #include "tool.h"
 
 namespace vkd {
+namespace {
 
-int commandCheck(const CWsz& path, ToolUiBackend& ui) {
+int check(const std::vector<std::string>& args, ToolUiBackend& ui) {
   CKdProject project;
-  if (!project.readDb(nullptr, path)) {
+  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str()))) {
     std::string why = ui.lastMessage();
-    fail("cannot read " + narrow(path) + (why.empty() ? "" : " (" + why + ")"));
+    fail("cannot read " + args[0] + (why.empty() ? "" : " (" + why + ")"));
     return 2;
   }
   std::vector<std::string> problems;
@@ -21,12 +23,18 @@ int commandCheck(const CWsz& path, ToolUiBackend& ui) {
   // The problems alone go to standard output, so that a script can count or filter them.
   for (const std::string& problem : problems) std::printf("%s\n", problem.c_str());
   if (problems.empty()) {
-    std::printf("%s: no problems found\n", narrow(path).c_str());
+    std::printf("%s: no problems found\n", args[0].c_str());
     return 0;
   }
   std::fprintf(stderr, "vkd: %zu problem%s in %s\n", problems.size(),
-               problems.size() == 1 ? "" : "s", narrow(path).c_str());
+               problems.size() == 1 ? "" : "s", args[0].c_str());
   return 1;
 }
 
+const Command kCheck("check", "FILE.vkd",
+                     "list what a save could not store, one problem per line (exit status 1 "
+                     "with problems, 2 when the file cannot be read)",
+                     1, check);
+
+}  // namespace
 }  // namespace vkd

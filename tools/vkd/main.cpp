@@ -4,10 +4,12 @@
 //   vkd info FILE.vkd             what a dataset holds, one row per kind of definition
 //   vkd list FILE.vkd KIND        the definitions of one kind, as a table
 //   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
-//   vkd check FILE.vkd            what a save of the dataset could not store
+//
+// and the commands that register themselves from files of their own (vkd --help lists
+// them), such as export-lin and import-lin.
 //
 // Failures print one line on standard error and exit with 1; a wrong command line exits
-// with 2. check exits with 1 when it finds problems and with 2 when it cannot read the file.
+// with 2.
 
 #include <cstdio>
 #include <cstring>
@@ -39,12 +41,15 @@ std::string usage() {
       "  list FILE.vkd KIND        show the definitions of one kind as a table\n"
       "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
       "                            whom\n"
-      "  check FILE.vkd            list the problems of the dataset, one per line (records\n"
-      "                            that a save could not store); exit status 0 none, 1\n"
-      "                            problems, 2 the file cannot be read\n"
-      "  --help                    show this text\n"
-      "\n"
-      "kinds of definition for list:\n";
+      "  --help                    show this text\n";
+  for (const Command* command : commands()) {
+    std::string head = "  " + std::string(command->name) + " " + command->usage;
+    // A long command line puts its help under it.
+    text += head +
+            (head.size() < 28 ? std::string(28 - head.size(), ' ') : "\n" + std::string(28, ' ')) +
+            command->help + "\n";
+  }
+  text += "\nkinds of definition for list:\n";
   for (const ListKind* kind : listKinds())
     text += "  " + std::string(kind->name) + std::string(24 - std::strlen(kind->name), ' ') +
             kind->help + "\n";
@@ -134,6 +139,9 @@ int commandInfo(const CWsz& path, ToolUiBackend& ui) {
   Table table;
   table.columns = {{"Kind of definition"}, {"Count", true}};
   table.addRow({"Property definitions", std::to_string(project.propertyDefs().length())});
+  table.addRow({"Layer definitions", std::to_string(project.layerDefs().length())});
+  table.addRow({"Linetypes", std::to_string(project.linetypeDefs().length())});
+  table.addRow({"Text styles", std::to_string(project.textStyleDefs().length())});
   table.addRow({"Report definitions", std::to_string(project.reportDefs().length())});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
   table.print();
@@ -197,11 +205,25 @@ int main(int argc, char** argv) {
     std::printf("%s", usage().c_str());
     return 0;
   }
+  for (const Command* command : commands()) {
+    if (args[0] != command->name) continue;
+    if (static_cast<int>(args.size()) != command->argCount + 1) {
+      std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command->name, command->usage);
+      return 2;
+    }
+    ToolUiBackend ui;
+    CUiBackend::install(&ui);
+    VxKd::initVxKd();
+    int result = command->run(std::vector<std::string>(args.begin() + 1, args.end()), ui);
+    VxKd::exitVxKd();
+    CUiBackend::install(nullptr);
+    return result;
+  }
   bool sample = args.size() == 3 && args[0] == "new" && args[1] == "--sample";
   if (sample) args.erase(args.begin() + 1);
   bool list = args.size() == 3 && args[0] == "list";
-  if (!list && (args.size() != 2 || (args[0] != "new" && args[0] != "info" &&
-                                     args[0] != "lock-status" && args[0] != "check"))) {
+  if (!list &&
+      (args.size() != 2 || (args[0] != "new" && args[0] != "info" && args[0] != "lock-status"))) {
     std::fprintf(stderr, "vkd: unknown command line\n%s", usage().c_str());
     return 2;
   }
@@ -210,11 +232,10 @@ int main(int argc, char** argv) {
   CUiBackend::install(&ui);
   VxKd::initVxKd();
   CWsz path = CWsz::fromUtf8(args[1].c_str());
-  int result = list                 ? commandList(path, args[2], ui)
-               : args[0] == "new"   ? commandNew(path, sample, ui)
-               : args[0] == "info"  ? commandInfo(path, ui)
-               : args[0] == "check" ? commandCheck(path, ui)
-                                    : commandLockStatus(path);
+  int result = list                ? commandList(path, args[2], ui)
+               : args[0] == "new"  ? commandNew(path, sample, ui)
+               : args[0] == "info" ? commandInfo(path, ui)
+                                   : commandLockStatus(path);
   VxKd::exitVxKd();
   CUiBackend::install(nullptr);
   return result;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <map>
 
+#include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/sz.h"
 
 namespace vkd {
@@ -21,6 +22,11 @@ std::string ToolUiBackend::lastMessage() const {
 int fail(const std::string& message) {
   std::fprintf(stderr, "vkd: %s\n", message.c_str());
   return 1;
+}
+
+int failWithBox(const std::string& message, const ToolUiBackend& ui) {
+  std::string why = ui.lastMessage();
+  return fail(message + (why.empty() ? "" : " (" + why + ")"));
 }
 
 std::string narrow(const wchar_t* text) { return cuSz::toUtf8(text ? text : L""); }
@@ -105,6 +111,44 @@ std::string quotedKey(const std::string& key) {
       out += static_cast<char>(c);
   }
   return out + "\"";
+}
+
+Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run)
+    : name(name), usage(usage), help(help), argCount(argCount), run(run) {
+  registry<Command>()[name] = this;
+}
+
+std::vector<const Command*> commands() { return registered<Command>(); }
+
+void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
+                       const std::string& into) {
+  std::printf("Imported %d %s from %s into %s: %d new, %d replaced\n", report.importedCount(), what,
+              from.c_str(), into.c_str(), report.added().length(), report.replaced().length());
+  for (const CWsz& skipped : report.skipped())
+    std::printf("  not imported: %s\n", narrow(skipped).c_str());
+}
+
+int editDataset(const std::string& path, ToolUiBackend& ui,
+                const std::function<bool(CKdProject&)>& edit) {
+  CWsz file = CWsz::fromUtf8(path.c_str());
+  CKdProject project;
+  if (!project.readDb(nullptr, file)) return failWithBox("cannot read " + path, ui);
+  CLockFile lock;
+  int locked = project.setEditLock(nullptr, lock);
+  // 1: another user had saved and the project was read again; the edit is made on that.
+  if (locked == 1) locked = project.setEditLock(nullptr, lock);
+  if (locked != 0) {
+    wchar_t owner[CLockFile::kOwnerBufferChars] = {};
+    if (CLockFile::queryOwner(CLockFile::lockFileNameFor(file), owner) ==
+        CLockFile::queryLockedByOther)
+      return fail(path + " is being updated by " + (*owner ? narrow(owner) : "another user") +
+                  "; nothing was changed, try again later");
+    return failWithBox("cannot lock " + path + " for an update; nothing was changed", ui);
+  }
+  if (!edit(project)) return 1;
+  if (!project.updateDb(nullptr))
+    return failWithBox("cannot save " + path + "; the dataset is as it was", ui);
+  return 0;  // the lock is released as it goes out of scope
 }
 
 }  // namespace vkd

@@ -4,6 +4,7 @@
 // registry of the kinds of definition that `vkd list` shows and that of the checks that
 // `vkd check` runs.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,8 @@ class ToolUiBackend : public CRecordingUiBackend {
 
 // Prints "vkd: message" on standard error and returns 1.
 int fail(const std::string& message);
+// The same, with the words of the library's last message box in brackets when it showed one.
+int failWithBox(const std::string& message, const ToolUiBackend& ui);
 // UTF-8 of a wide text; "" for null.
 std::string narrow(const wchar_t* text);
 
@@ -53,6 +56,33 @@ struct ListKind {
 // Every registered kind, in the order of their names.
 std::vector<const ListKind*> listKinds();
 
+// A command of vkd that lives in a source file of its own and registers itself with a static
+// Command object. `run` gets the arguments after the command name, exactly `argCount` of
+// them, and returns the exit code.
+struct Command {
+  using Run = int (*)(const std::vector<std::string>& args, ToolUiBackend& ui);
+  Command(const char* name, const char* usage, const char* help, int argCount, Run run);
+
+  const char* name;
+  const char* usage;  // the arguments, as the usage text shows them
+  const char* help;
+  int argCount;
+  Run run;
+};
+// Every registered command, in the order of their names.
+std::vector<const Command*> commands();
+
+// Prints what an import did: the counts, then one line per definition not taken.
+void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
+                       const std::string& into);
+
+// Stores an edit of the dataset at `path` as a designer's program does: reads it, takes the
+// edit lock (refused while another user updates the dataset), lets `edit` change the
+// project, writes it back and releases the lock. `edit` returns false, having said why, when
+// there is nothing to store. Returns the exit code.
+int editDataset(const std::string& path, ToolUiBackend& ui,
+                const std::function<bool(CKdProject&)>& edit);
+
 // One check that `vkd check FILE` runs over the dataset it has read. Each kind of definition
 // registers its checks from a source file of its own with a static Check object; a check adds
 // one line to `problems` for each problem it finds.
@@ -68,10 +98,6 @@ std::vector<const Check*> checks();
 // `key` in double quotes, control characters and quotes written as escapes, so that an empty
 // key or one with a NUL is visible on a line of its own.
 std::string quotedKey(const std::string& key);
-
-// vkd check FILE: prints every problem that the checks find, one per line. Returns 0 when
-// there is none, 1 when there are problems, 2 when the file cannot be read.
-int commandCheck(const CWsz& path, ToolUiBackend& ui);
 
 // True when a save stores another element of `items` with the same id under the key that
 // element `index` would take: one read from that very key, or one that can be stored and

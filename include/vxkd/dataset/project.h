@@ -5,6 +5,9 @@
 
 #include <vector>
 
+#include "vxkd/drawingdefs/layer_def.h"
+#include "vxkd/drawingdefs/linetype_def.h"
+#include "vxkd/drawingdefs/text_style_def.h"
 #include "vxkd/foundation/symbol_model_array.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/file_time.h"
@@ -31,8 +34,14 @@ class VXKD_API CKdProject {
 
   CKdPropertyDefArray& propertyDefs() { return propertyDefs_; }
   const CKdPropertyDefArray& propertyDefs() const { return propertyDefs_; }
+  CKdLayerDefArray& layerDefs() { return layerDefs_; }
+  const CKdLayerDefArray& layerDefs() const { return layerDefs_; }
   CVxSymbolModelArray& symbols() { return symbols_; }
   const CVxSymbolModelArray& symbols() const { return symbols_; }
+  CKdTextStyleDefArray& textStyleDefs() { return textStyleDefs_; }
+  const CKdTextStyleDefArray& textStyleDefs() const { return textStyleDefs_; }
+  CKdLinetypeDefArray& linetypeDefs() { return linetypeDefs_; }
+  const CKdLinetypeDefArray& linetypeDefs() const { return linetypeDefs_; }
   CKdObjectArray<CKdReport>& reportDefs() { return reportDefs_; }
   const CKdObjectArray<CKdReport>& reportDefs() const { return reportDefs_; }
 
@@ -65,11 +74,18 @@ class VXKD_API CKdProject {
   static bool askOpenFileName(HWND hwnd, CWsz& path);
   static bool askSaveFileName(HWND hwnd, CWsz& path);
 
-  // Empties every definition array and the symbol list, and forgets the last installed
-  // dimension text.
+  // Empties every definition array and the symbol list, then gives the layers their hard
+  // defaults, and forgets the last installed dimension text. The linetypes keep their
+  // built-in solid linetype: that array is never empty.
   void resetData();
-  // The starting content of a new dataset: no property definitions, no report definitions.
+  // The starting content of a new dataset: no property definitions, no report definitions,
+  // the default linetypes and text styles.
   void buildDefaultProject();
+  // The linetypes of a new dataset: the solid linetype "CONTINUOUS" alone.
+  void buildDefaultLinetypes();
+  // The text styles of a new dataset: "Standard" with the font file "txt", character set 1,
+  // x scale 1.0.
+  void buildDefaultTextStyleDefs();
   // Re-reads the file's last-write time: -3 unbound, -1 unreadable, 0 done.
   int updateTimeStamp() { return timeStamp_.update(); }
 
@@ -124,7 +140,10 @@ class VXKD_API CKdProject {
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
   CKdPropertyDefArray propertyDefs_;
+  CKdLayerDefArray layerDefs_;
   CVxSymbolModelArray symbols_;
+  CKdTextStyleDefArray textStyleDefs_;
+  CKdLinetypeDefArray linetypeDefs_;
   CKdObjectArray<CKdReport> reportDefs_;
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;

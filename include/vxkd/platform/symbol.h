@@ -7,11 +7,43 @@
 
 #include "vxkd/platform/arrays.h"
 #include "vxkd/platform/export.h"
+#include "vxkd/platform/graphics_model.h"
 #include "vxkd/platform/wsz.h"
 
 // One node of a symbol's drawing: 28 bytes, stored little-endian in this order (int16 type,
 // uint16 flags, six float32 values), so that the bytes of a stored drawing are the nodes.
+//
+// What a node draws, by type. Coordinates are the symbol's own, y up; angles are degrees
+// counter-clockwise from the x axis; values not named are 0.
+//   1 line            v0-v2 start x, y, z; v3-v5 end x, y, z
+//   2 circle          v0-v2 centre; v3 radius; flags: filled
+//   3 arc             v0-v2 centre; v3 radius; v4 start angle; v5 end angle, reached
+//                     counter-clockwise (equal angles: the whole circle)
+//   4 vertex          v0-v2 one vertex of a polyline. Vertices in a row make one polyline;
+//                     a vertex flagged new figure begins the next one. The first vertex's
+//                     flags tell whether the polyline is closed or filled (filled ones close)
+//   5 polygon vertex  as 4, for a polygon that is always closed and filled (an arrow head)
+//   6 text            v0-v2 start of the baseline; v3 height of the capitals; v4 direction;
+//                     v5 number of characters (0 to 255); flags: 0 left, 1 centred,
+//                     2 right aligned on the start. Set in "Arial". The characters follow
+//                     in nodes of type 7
+//   7 characters      v0-v5 the next six characters of the text before as code point
+//                     numbers
+// A node of another type is left out of the drawing, as is a node whose values cannot be
+// drawn; a reader never fails on one.
 struct CGmNode {
+  enum nodeType : int16_t {
+    typeLine = 1,
+    typeCircle = 2,
+    typeArc = 3,
+    typeVertex = 4,
+    typePolygonVertex = 5,
+    typeText = 6,
+    typeCharacters = 7,
+  };
+  enum nodeFlag : uint16_t { flagNewFigure = 0x1, flagClosed = 0x2, flagFilled = 0x4 };
+  static constexpr int maxTextLength = 255;
+
   int16_t type = 0;
   uint16_t flags = 0;
   float v[6] = {0, 0, 0, 0, 0, 0};
@@ -45,6 +77,11 @@ class VXKD_API CVxSymbolModel {
   const std::vector<CGmNode>& nodes() const { return nodes_; }
   void setNodes(std::vector<CGmNode> nodes) { nodes_ = std::move(nodes); }
   void appendNode(const CGmNode& node) { nodes_.push_back(node); }
+
+  // Adds the drawing to `model` under `t`, every item in the model's current colour, and
+  // closes no node. Nodes that cannot be drawn (see CGmNode) are left out and the rest is
+  // drawn; true when none was left out.
+  bool addTo(CGmModel& model, const CGmTransform& t = {}) const;
 
   // The drawing's stored form: nodeCount() × 28 bytes, little-endian.
   CByteBuffer nodeBytes() const;
