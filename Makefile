@@ -1,9 +1,10 @@
 # The two commands of the README: `make run` and `make test`. Each installs what is
-# missing, configures, builds and runs.
+# missing, configures, builds and runs. `make test` also installs the release build into a
+# temporary prefix and builds programs against it, as CI does.
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps run test bench build-release build-asan clean format
+.PHONY: all deps run test bench package build-release build-asan clean format
 
 all: build-release
 
@@ -21,8 +22,13 @@ build-asan: deps
 run: build-release
 	@bash scripts/run-main.sh build/release/bin
 
-test: build-asan
+test: build-asan package
 	@cd build/asan && ctest --output-on-failure -j $(JOBS)
+	@bash scripts/check-install.sh build/release
+
+# The Debian package of the release build, in build/release/package.
+package: build-release
+	@cd build/release && cpack -G DEB >/dev/null && ls package/*.deb
 
 bench: build-release
 	@for b in build/release/bin/*_bench; do echo "== $$b"; $$b --benchmark_min_time=0.2; done

@@ -10,6 +10,8 @@
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/ui/message_box.h"
 
+using namespace cuWin;
+
 namespace {
 
 // Record "S2": one 2D symbol.
@@ -28,6 +30,21 @@ constexpr const wchar_t* kDatasetFilter = L"*.vkd|*.vkd|";
 // The error boxes of creating and opening a file: stop icon, one OK button.
 void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const wchar_t* caption) {
   VxKd::msgBox(hwnd, textId, text, captionId, caption, MB_OK, MB_ICONSTOP);
+}
+
+// Deletes the elements of `array` at `indexes` that none of `users` uses, and their records
+// from the open `db`, and commits. When the commit fails, the array gets them back: the file
+// kept them.
+template <typename Array, typename User>
+bool deleteUnusedFromDb(HWND hwnd, CQbase& db, Array& array, const CInt32Array& indexes,
+                        const std::vector<const User*>& users) {
+  Array before(array);
+  array.deleteUnused(hwnd, indexes, users);
+  for (int i = 0; i < before.length(); ++i)
+    if (!array.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
+  if (db.closeDatabase()) return true;
+  array = before;
+  return false;
 }
 
 }  // namespace
@@ -110,6 +127,7 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
   layerDefs_.readFrom(db);
   linetypeDefs_.readFrom(db);
   textStyleDefs_.readFrom(db);
+  dimTextFormats_.readFrom(db);
   reportDefs_.readFrom(db);
   read2dSymbols(db);
   return false;
@@ -121,6 +139,7 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
   layerDefs_.saveTo(db);
   linetypeDefs_.saveTo(db);
   textStyleDefs_.saveTo(db);
+  dimTextFormats_.saveTo(db);
   reportDefs_.saveTo(db);  // each report definition in array order
   write2dSymbols(db);
   bool committed = db.closeDatabase();
@@ -167,6 +186,7 @@ void CKdProject::resetData() {
   symbols_.reset();
   textStyleDefs_.reset();
   linetypeDefs_.resetToBuiltIn();
+  dimTextFormats_.reset();
   reportDefs_.reset();
   lastInstalledDimtextId_ = 0;
 }
@@ -176,6 +196,7 @@ void CKdProject::buildDefaultProject() {
   reportDefs_.reset();
   buildDefaultLinetypes();
   buildDefaultTextStyleDefs();
+  buildDefaultDimTextFormats();
 }
 
 void CKdProject::buildDefaultLinetypes() {
@@ -194,6 +215,8 @@ void CKdProject::buildDefaultTextStyleDefs() {
   // Without an id the style could not be read back once stored: it gets the first one.
   textStyleDefs_.append(&standard);
 }
+
+void CKdProject::buildDefaultDimTextFormats() { dimTextFormats_.reset(); }
 
 int CKdProject::reload(HWND hwnd, bool notify) {
   if (notify)
@@ -240,15 +263,17 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
 bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                                     const std::vector<const iKdPropertyDefUser*>& users) {
   CQbase db;
-  if (!openDb(hwnd, db, true)) return false;
-  CKdPropertyDefArray before(propertyDefs_);
-  propertyDefs_.deleteUnused(hwnd, indexes, users);
-  for (int i = 0; i < before.length(); ++i)
-    if (!propertyDefs_.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
-  if (!db.closeDatabase()) {
-    propertyDefs_ = before;  // the file kept them: so does the project
+  if (!openDb(hwnd, db, true) || !deleteUnusedFromDb(hwnd, db, propertyDefs_, indexes, users))
     return false;
-  }
+  timeStamp_.initFor(fileName_);
+  return true;
+}
+
+bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
+                                      const std::vector<const iKdDimtextFormatUser*>& users) {
+  CQbase db;
+  if (!openDb(hwnd, db, true) || !deleteUnusedFromDb(hwnd, db, dimTextFormats_, indexes, users))
+    return false;
   timeStamp_.initFor(fileName_);
   return true;
 }

@@ -231,7 +231,7 @@ CWsz withDefaultExtension(const wchar_t* path, const wchar_t* ext) {
   return out;
 }
 
-bool askExportFileName(HWND hwnd, const wchar_t* filter, const wchar_t* ext, CWsz& path) {
+bool askExportFileName(cuWin::HWND hwnd, const wchar_t* filter, const wchar_t* ext, CWsz& path) {
   path.empty();
   CWsz chosen;
   if (!CUiBackend::current().saveFileDialog(hwnd, lngDbText(7510, L"#Export File Name"), filter,
@@ -242,7 +242,7 @@ bool askExportFileName(HWND hwnd, const wchar_t* filter, const wchar_t* ext, CWs
   return true;
 }
 
-bool askImportFileName(HWND hwnd, const wchar_t* filter, CWsz& path) {
+bool askImportFileName(cuWin::HWND hwnd, const wchar_t* filter, CWsz& path) {
   path.empty();
   CWsz chosen;
   if (!CUiBackend::current().openFileDialog(hwnd, lngDbText(7512, L"#Import File Name"), filter,
@@ -253,10 +253,10 @@ bool askImportFileName(HWND hwnd, const wchar_t* filter, CWsz& path) {
   return true;
 }
 
-void showWriteError(HWND hwnd, const wchar_t* path, int error) {
+void showWriteError(cuWin::HWND hwnd, const wchar_t* path, int error) {
   CWsz text = lngDbText(7516, L"#The file cannot be written:");
   text.cat(L"\r\n").cat(path).cat(L"\r\n").cat(cuSz::fromUtf8(std::strerror(error)).c_str());
-  msgBox(hwnd, 0, text, 7518, L"#Export Failed", MB_OK, MB_ICONSTOP);
+  msgBox(hwnd, 0, text, 7518, L"#Export Failed", cuWin::MB_OK, cuWin::MB_ICONSTOP);
 }
 
 }  // namespace VxKd

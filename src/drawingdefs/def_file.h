@@ -43,11 +43,11 @@ CWsz withDefaultExtension(const wchar_t* path, const wchar_t* ext);
 
 // The file name of an export, asked with the save-file dialog titled "Export File Name";
 // false when cancelled.
-bool askExportFileName(HWND hwnd, const wchar_t* filter, const wchar_t* ext, CWsz& path);
+bool askExportFileName(cuWin::HWND hwnd, const wchar_t* filter, const wchar_t* ext, CWsz& path);
 // The file name of an import, asked with the open-file dialog; false when cancelled.
-bool askImportFileName(HWND hwnd, const wchar_t* filter, CWsz& path);
+bool askImportFileName(cuWin::HWND hwnd, const wchar_t* filter, CWsz& path);
 
 // The error box of a failed export: the file and the system's reason.
-void showWriteError(HWND hwnd, const wchar_t* path, int error);
+void showWriteError(cuWin::HWND hwnd, const wchar_t* path, int error);
 
 }  // namespace VxKd

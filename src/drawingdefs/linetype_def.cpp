@@ -204,7 +204,7 @@ bool CKdLinetypeDefArray::saveTo(CQbase& db) const {
   return cleared && ok;
 }
 
-bool CKdLinetypeDefArray::exportLin(HWND hwnd, const wchar_t* path) const {
+bool CKdLinetypeDefArray::exportLin(cuWin::HWND hwnd, const wchar_t* path) const {
   std::string text = cuSz::format(kLinBanner, VxKd::shortDate().toUtf8().c_str());
   for (int i = 0; i < length(); ++i) {
     const CKdLinetypeDef* def = objAt(i);
@@ -219,12 +219,13 @@ bool CKdLinetypeDefArray::exportLin(HWND hwnd, const wchar_t* path) const {
   return false;
 }
 
-bool CKdLinetypeDefArray::exportLin(HWND hwnd) const {
+bool CKdLinetypeDefArray::exportLin(cuWin::HWND hwnd) const {
   CWsz path;
   return VxKd::askExportFileName(hwnd, kLinFilter, kLinExtension, path) && exportLin(hwnd, path);
 }
 
-bool CKdLinetypeDefArray::importLin(HWND hwnd, const wchar_t* path, CKdDefImportReport* report) {
+bool CKdLinetypeDefArray::importLin(cuWin::HWND hwnd, const wchar_t* path,
+                                    CKdDefImportReport* report) {
   CKdDefImportReport local;
   CKdDefImportReport& out = report ? *report : local;
   out.empty();
@@ -252,12 +253,12 @@ bool CKdLinetypeDefArray::importLin(HWND hwnd, const wchar_t* path, CKdDefImport
   return true;
 }
 
-bool CKdLinetypeDefArray::importLin(HWND hwnd, CKdDefImportReport* report) {
+bool CKdLinetypeDefArray::importLin(cuWin::HWND hwnd, CKdDefImportReport* report) {
   CWsz path;
   return VxKd::askImportFileName(hwnd, kLinFilter, path) && importLin(hwnd, path, report);
 }
 
-bool CKdLinetypeDefArray::deleteUnused(HWND hwnd, const CInt32Array& selectedIndexes,
+bool CKdLinetypeDefArray::deleteUnused(cuWin::HWND hwnd, const CInt32Array& selectedIndexes,
                                        const std::vector<const iKdLinetypeUser*>& users) {
   // One entry per kind of user, in the order the message lists them.
   struct KindText {
@@ -304,7 +305,7 @@ bool CKdLinetypeDefArray::deleteUnused(HWND hwnd, const CInt32Array& selectedInd
       text.cat(L"\r\n").cat(VxKd::lngDbText(7524, L"#The built-in linetype CONTINUOUS"));
     for (size_t k = 0; k < std::size(kKinds); ++k)
       if (kindUses[k]) text.cat(L"\r\n").cat(VxKd::lngDbText(kKinds[k].textId, kKinds[k].text));
-    VxKd::msgBox(hwnd, 0, text, 11142, L"#Cannot Delete", MB_OK, MB_ICONEXCLAMATION);
+    VxKd::msgBox(hwnd, 0, text, 11142, L"#Cannot Delete", cuWin::MB_OK, cuWin::MB_ICONEXCLAMATION);
   }
   return !anyKept;
 }

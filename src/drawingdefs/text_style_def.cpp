@@ -357,7 +357,7 @@ void CKdTextStyleDefArray::asCommonListItems(CKdCommonListItemArray& out) const 
   for (int i = 0; i < length(); ++i) out.append(i, objAt(i)->name());
 }
 
-void CKdTextStyleDefArray::fillCb(HWND dlg, int comboId, const wchar_t* selected) const {
+void CKdTextStyleDefArray::fillCb(cuWin::HWND dlg, int comboId, const wchar_t* selected) const {
   VxComboBox* combo = VXDialog::comboBox(dlg, comboId);
   if (!combo) return;
   combo->resetContent();
@@ -369,7 +369,7 @@ void CKdTextStyleDefArray::fillCb(HWND dlg, int comboId, const wchar_t* selected
   combo->setCurSel(selection);
 }
 
-bool CKdTextStyleDefArray::exportSty(HWND hwnd, const wchar_t* path) const {
+bool CKdTextStyleDefArray::exportSty(cuWin::HWND hwnd, const wchar_t* path) const {
   std::string text = cuSz::format(kStyBanner, VxKd::shortDate().toUtf8().c_str());
   for (int i = 0; i < length(); ++i) {
     text += cuSz::toUtf8(kStySection) + "\n";
@@ -383,12 +383,13 @@ bool CKdTextStyleDefArray::exportSty(HWND hwnd, const wchar_t* path) const {
   return false;
 }
 
-bool CKdTextStyleDefArray::exportSty(HWND hwnd) const {
+bool CKdTextStyleDefArray::exportSty(cuWin::HWND hwnd) const {
   CWsz path;
   return VxKd::askExportFileName(hwnd, kStyFilter, kStyExtension, path) && exportSty(hwnd, path);
 }
 
-bool CKdTextStyleDefArray::importSty(HWND hwnd, const wchar_t* path, CKdDefImportReport* report) {
+bool CKdTextStyleDefArray::importSty(cuWin::HWND hwnd, const wchar_t* path,
+                                     CKdDefImportReport* report) {
   CKdDefImportReport local;
   CKdDefImportReport& out = report ? *report : local;
   out.empty();
@@ -416,7 +417,7 @@ bool CKdTextStyleDefArray::importSty(HWND hwnd, const wchar_t* path, CKdDefImpor
   return true;
 }
 
-bool CKdTextStyleDefArray::importSty(HWND hwnd, CKdDefImportReport* report) {
+bool CKdTextStyleDefArray::importSty(cuWin::HWND hwnd, CKdDefImportReport* report) {
   CWsz path;
   return VxKd::askImportFileName(hwnd, kStyFilter, path) && importSty(hwnd, path, report);
 }

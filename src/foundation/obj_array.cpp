@@ -12,7 +12,7 @@ CKdObjArray::CKdObjArray() = default;
 CKdObjArray::~CKdObjArray() {
   if (count_ >= 1)
     VxKd::msgBox(nullptr, 0, L"Application error: Array class destructor not defined", 0,
-                 VxKd::appTitle(), MB_OK, MB_ICONSTOP);
+                 VxKd::appTitle(), cuWin::MB_OK, cuWin::MB_ICONSTOP);
   // The elements are left undeleted: only the concrete array knew how. The table is ours.
   std::free(table_);
 }
@@ -20,7 +20,7 @@ CKdObjArray::~CKdObjArray() {
 CKdObjArray::CKdObjArray(const CKdObjArray&) {
   hardInit();
   VxKd::msgBox(nullptr, 0, L"Application error: Array copy constructor not defined, but is used", 0,
-               VxKd::appTitle(), MB_OK, MB_ICONSTOP);
+               VxKd::appTitle(), cuWin::MB_OK, cuWin::MB_ICONSTOP);
 }
 
 CKdObjArray& CKdObjArray::operator=(const CKdObjArray& other) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "platform/ui_thread.h"
 #include "vxkd/foundation/registry.h"
 #include "vxkd/platform/paths.h"
 
@@ -63,9 +64,16 @@ struct CVxKdSettings {
 };
 
 CVxKdSettings& settings() {
+  VXKD_ASSERT_UI_THREAD();
   static CVxKdSettings s;
   return s;
 }
+
+class CRegistryMsgBoxPreferences final : public iKdMsgBoxPreferences {
+ public:
+  bool displayCreatedWithMsg() const override { return VxKd::displayCreatedWithMsg(); }
+  bool setDisplayCreatedWithMsg(bool on) override { return VxKd::setDisplayCreatedWithMsg(on); }
+};
 
 CSystemRegistry versionedUserKey() {
   CSystemRegistry key;
@@ -142,6 +150,11 @@ bool displayCreatedWithMsg() {
 
 bool setDisplayCreatedWithMsg(bool on) {
   return userKey().writeDw(L"", L"DisplayCreatedWithMsg", on ? 1 : 0);
+}
+
+iKdMsgBoxPreferences& userMsgBoxPreferences() {
+  static CRegistryMsgBoxPreferences preferences;
+  return preferences;
 }
 
 void resetPreferenceCaches() { settings().reset(); }

@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include "vxkd/platform/export.h"
-
 class CQbase;
 
 namespace VxKd {
@@ -14,14 +12,14 @@ namespace VxKd {
 inline constexpr long kMaxDbId = 999999;
 
 // "%6.6ld": the key of a top-level definition.
-VXKD_API std::string buildDbId(long id);
+std::string buildDbId(long id);
 // "%6.6ld%4.4ld": the key of a definition filed under a group.
-VXKD_API std::string buildDbId(long groupId, long id);
+std::string buildDbId(long groupId, long id);
 // "%8.8ld": the key of a 2D symbol.
-VXKD_API std::string buildSymbolDbId(long id);
+std::string buildSymbolDbId(long id);
 
 // Reads the current record's key with "%ld" into `id`; false (id 0) when there is no
 // current record or the key does not start with a 32-bit number.
-VXKD_API bool readObjId(const CQbase& db, long& id);
+bool readObjId(const CQbase& db, long& id);
 
 }  // namespace VxKd

@@ -46,9 +46,11 @@ VXDialog::VXDialog() { liveDialogs().insert(this); }
 
 VXDialog::~VXDialog() { liveDialogs().erase(this); }
 
-HWND VXDialog::handle() const { return reinterpret_cast<HWND>(const_cast<VXDialog*>(this)); }
+cuWin::HWND VXDialog::handle() const {
+  return reinterpret_cast<cuWin::HWND>(const_cast<VXDialog*>(this));
+}
 
-VXDialog* VXDialog::fromHandle(HWND handle) {
+VXDialog* VXDialog::fromHandle(cuWin::HWND handle) {
   auto* dialog = reinterpret_cast<VXDialog*>(handle);
   return liveDialogs().count(dialog) ? dialog : nullptr;
 }
@@ -59,7 +61,7 @@ VxComboBox& VXDialog::comboBox(int id) {
   return *slot;
 }
 
-VxComboBox* VXDialog::comboBox(HWND handle, int id) {
+VxComboBox* VXDialog::comboBox(cuWin::HWND handle, int id) {
   VXDialog* dialog = fromHandle(handle);
   return dialog ? &dialog->comboBox(id) : nullptr;
 }

@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-CEnv::~CEnv() = default;
+#include "platform/ui_thread.h"
 
 namespace {
 
@@ -21,9 +21,16 @@ CEnv* gInstalled = nullptr;
 
 CEnv& CEnv::current() { return gInstalled ? *gInstalled : systemEnv(); }
 
+CEnv::~CEnv() {
+  assert(gInstalled != this && "an environment is destroyed while installed");
+  if (gInstalled == this) gInstalled = nullptr;
+}
+
 CEnv* CEnv::install(CEnv* env) {
+  VXKD_ASSERT_UI_THREAD();
   CEnv* previous = &current();
-  gInstalled = env;
+  // The system's environment is installed as none: it outlives every installation.
+  gInstalled = env == &systemEnv() ? nullptr : env;
   return previous;
 }
 
@@ -52,8 +59,6 @@ int CEnv::renamePath(const std::string& from, const std::string& to) {
 }
 
 int CEnv::lockFd(int fd, int operation) { return ::flock(fd, operation); }
-
-int CEnv::setFdTimes(int fd, const struct timespec times[2]) { return ::futimens(fd, times); }
 
 int CEnv::setPathTimes(const std::string& path, const struct timespec times[2]) {
   return ::utimensat(AT_FDCWD, path.c_str(), times, 0);

@@ -6,9 +6,10 @@
 #include <iostream>
 #include <string>
 
+#include "platform/ui_thread.h"
 #include "vxkd/platform/sz.h"
 
-CUiBackend::~CUiBackend() = default;
+using namespace cuWin;
 
 namespace {
 
@@ -29,15 +30,24 @@ std::string readAnswerLine() {
 
 }  // namespace
 
-CUiBackend& CUiBackend::current() { return gInstalled ? *gInstalled : consoleBackend(); }
+CUiBackend::~CUiBackend() {
+  assert(gInstalled != this && "a user-interface backend is destroyed while installed");
+  if (gInstalled == this) gInstalled = nullptr;
+}
+
+CUiBackend& CUiBackend::current() {
+  VXKD_ASSERT_UI_THREAD();
+  return gInstalled ? *gInstalled : consoleBackend();
+}
 
 CUiBackend* CUiBackend::install(CUiBackend* backend) {
   CUiBackend* previous = &current();
-  gInstalled = backend;
+  // The console backend is installed as none: it outlives every installation.
+  gInstalled = backend == &consoleBackend() ? nullptr : backend;
   return previous;
 }
 
-int safeAnswerFor(unsigned style) {
+int CUiBackend::safeAnswerFor(unsigned style) {
   switch (style & MB_TYPEMASK) {
     case MB_YESNO:
       return IDNO;
@@ -83,53 +93,4 @@ bool CConsoleUiBackend::saveFileDialog(HWND owner, const wchar_t* title, const w
 bool CConsoleUiBackend::showAgainBox(HWND owner, const wchar_t* text, const wchar_t* caption) {
   messageBox(owner, text, caption, MB_OK);
   return true;
-}
-
-int CRecordingUiBackend::messageBox(HWND, const wchar_t* text, const wchar_t* caption,
-                                    unsigned style) {
-  interactions_.push_back({Kind::messageBox, text ? text : L"", caption ? caption : L"", style});
-  if (boxAnswers_.empty()) return safeAnswerFor(style);
-  int answer = boxAnswers_.front();
-  boxAnswers_.pop_front();
-  return answer;
-}
-
-bool CRecordingUiBackend::openFileDialog(HWND, const wchar_t* title, const wchar_t* filter,
-                                         CWsz& path) {
-  interactions_.push_back({Kind::openFile, title ? title : L"", filter ? filter : L"", 0});
-  if (fileAnswers_.empty() || fileAnswers_.front().empty()) {
-    if (!fileAnswers_.empty()) fileAnswers_.pop_front();
-    return false;
-  }
-  path = fileAnswers_.front();
-  fileAnswers_.pop_front();
-  return true;
-}
-
-bool CRecordingUiBackend::saveFileDialog(HWND owner, const wchar_t* title, const wchar_t* filter,
-                                         const wchar_t*, CWsz& path) {
-  bool ok = openFileDialog(owner, title, filter, path);
-  interactions_.back().kind = Kind::saveFile;
-  return ok;
-}
-
-bool CRecordingUiBackend::showAgainBox(HWND, const wchar_t* text, const wchar_t* caption) {
-  interactions_.push_back({Kind::showAgain, text ? text : L"", caption ? caption : L"", 0});
-  if (showAgainAnswers_.empty()) return true;
-  bool answer = showAgainAnswers_.front();
-  showAgainAnswers_.pop_front();
-  return answer;
-}
-
-int CRecordingUiBackend::boxCount() const {
-  int n = 0;
-  for (const auto& i : interactions_)
-    if (i.kind == Kind::messageBox) ++n;
-  return n;
-}
-
-CRecordingUiBackend::Interaction CRecordingUiBackend::lastBox() const {
-  for (auto it = interactions_.rbegin(); it != interactions_.rend(); ++it)
-    if (it->kind == Kind::messageBox) return *it;
-  return {Kind::messageBox, L"", L"", 0};
 }

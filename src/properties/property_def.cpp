@@ -249,13 +249,13 @@ bool CKdPropertyDefArray::saveTo(CQbase& db) const {
   return ok;
 }
 
-bool CKdPropertyDefArray::validateName(HWND hwnd, const CKdPropertyDefArray& all,
+bool CKdPropertyDefArray::validateName(cuWin::HWND hwnd, const CKdPropertyDefArray& all,
                                        const wchar_t* name, const CKdPropertyDef* edited) {
   if (!name || !*name) return false;
   constexpr long kTitleId = 11150;
   constexpr const wchar_t* kTitle = L"#Invalid Property Name";
   auto refuse = [&](const CWsz& text) {
-    VxKd::msgBox(hwnd, 0, text, kTitleId, kTitle, MB_OK, MB_ICONSTOP);
+    VxKd::msgBox(hwnd, 0, text, kTitleId, kTitle, cuWin::MB_OK, cuWin::MB_ICONSTOP);
     return false;
   };
 
@@ -286,7 +286,7 @@ bool CKdPropertyDefArray::validateName(HWND hwnd, const CKdPropertyDefArray& all
   return true;
 }
 
-bool CKdPropertyDefArray::deleteUnused(HWND hwnd, const CInt32Array& selectedIndexes,
+bool CKdPropertyDefArray::deleteUnused(cuWin::HWND hwnd, const CInt32Array& selectedIndexes,
                                        const std::vector<const iKdPropertyDefUser*>& users) {
   // One entry per kind, in the order the message lists them.
   struct KindText {
@@ -329,7 +329,7 @@ bool CKdPropertyDefArray::deleteUnused(HWND hwnd, const CInt32Array& selectedInd
                                 L"deleted. They are used in following items:");
     for (size_t k = 0; k < std::size(kKinds); ++k)
       if (kindUses[k]) text.cat(L"\r\n").cat(VxKd::lngDbText(kKinds[k].textId, kKinds[k].text));
-    VxKd::msgBox(hwnd, 0, text, 11142, L"#Cannot Delete", MB_OK, MB_ICONEXCLAMATION);
+    VxKd::msgBox(hwnd, 0, text, 11142, L"#Cannot Delete", cuWin::MB_OK, cuWin::MB_ICONEXCLAMATION);
   }
   return !anyKept;
 }

@@ -348,7 +348,7 @@ bool CKdUnit::convertValueTo(double& value, unitId to) const {
   return true;
 }
 
-void CKdUnit::fillAndSelectDescCb(HWND dialog, int comboId) const {
+void CKdUnit::fillAndSelectDescCb(cuWin::HWND dialog, int comboId) const {
   VxComboBox* combo = VXDialog::comboBox(dialog, comboId);
   if (!combo) return;
   combo->resetContent();
@@ -370,7 +370,7 @@ void CKdUnit::fillAndSelectDescCb(HWND dialog, int comboId) const {
   combo->setCurSel(selection);
 }
 
-void CKdUnit::fillAndSelectLabelCb(HWND dialog, int descComboId, int labelComboId) const {
+void CKdUnit::fillAndSelectLabelCb(cuWin::HWND dialog, int descComboId, int labelComboId) const {
   VxComboBox* descCombo = VXDialog::comboBox(dialog, descComboId);
   VxComboBox* labelCombo = VXDialog::comboBox(dialog, labelComboId);
   if (!descCombo || !labelCombo) return;
@@ -387,7 +387,7 @@ void CKdUnit::fillAndSelectLabelCb(HWND dialog, int descComboId, int labelComboI
   labelCombo->setCurSel(selection == VxComboBox::kError ? 0 : selection);
 }
 
-bool CKdUnit::readLabelCb(HWND dialog, int comboId) {
+bool CKdUnit::readLabelCb(cuWin::HWND dialog, int comboId) {
   VxComboBox* combo = VXDialog::comboBox(dialog, comboId);
   if (!combo) return false;
   int selection = combo->curSel();

@@ -1,8 +1,11 @@
 #include "vxkd/ui/language.h"
 
+#include "platform/ui_thread.h"
+
 namespace VxKd {
 
 CQlg& lngDb() {
+  VXKD_ASSERT_UI_THREAD();
   static CQlg db;
   return db;
 }

@@ -1,11 +1,30 @@
 #include "vxkd/ui/message_box.h"
 
-#include "vxkd/foundation/preferences.h"
+#include "platform/ui_thread.h"
 #include "vxkd/platform/ui_backend.h"
+
+using namespace cuWin;
 
 namespace VxKd {
 
 namespace {
+
+// The switch of a program that has not installed preferences of its own: on until the user
+// unticks a show-again box, for the life of the process.
+class CMemoryMsgBoxPreferences final : public iKdMsgBoxPreferences {
+ public:
+  bool displayCreatedWithMsg() const override { return on_; }
+  bool setDisplayCreatedWithMsg(bool on) override {
+    on_ = on;
+    return true;
+  }
+
+ private:
+  bool on_ = true;
+};
+
+CMemoryMsgBoxPreferences gMemoryPreferences;
+iKdMsgBoxPreferences* gPreferences = &gMemoryPreferences;
 
 int show(HWND hwnd, const CWsz& text, const CWsz& caption, unsigned style) {
   return CUiBackend::current().messageBox(hwnd, text, caption, style | MB_TASKMODAL);
@@ -16,6 +35,21 @@ int showWithAppTitle(HWND hwnd, long textId, const wchar_t* text, unsigned style
 }
 
 }  // namespace
+
+iKdMsgBoxPreferences* setMsgBoxPreferences(iKdMsgBoxPreferences* preferences) {
+  iKdMsgBoxPreferences* previous = &msgBoxPreferences();
+  if (!preferences) {
+    gMemoryPreferences = CMemoryMsgBoxPreferences();
+    preferences = &gMemoryPreferences;
+  }
+  gPreferences = preferences;
+  return previous;
+}
+
+iKdMsgBoxPreferences& msgBoxPreferences() {
+  VXKD_ASSERT_UI_THREAD();
+  return *gPreferences;
+}
 
 int msgBox(HWND hwnd, long textId, const wchar_t* text) {
   return showWithAppTitle(hwnd, textId, text, MB_OK);
@@ -66,9 +100,10 @@ int commonSaveErrorMsgBox(HWND hwnd) {
 }
 
 void warnIfWantedMsgBox(HWND hwnd, int condition, long textId, const wchar_t* text) {
-  if (condition != 1 || !displayCreatedWithMsg()) return;
+  iKdMsgBoxPreferences& preferences = msgBoxPreferences();
+  if (condition != 1 || !preferences.displayCreatedWithMsg()) return;
   if (!CUiBackend::current().showAgainBox(hwnd, lngDbText(textId, text), appTitle()))
-    setDisplayCreatedWithMsg(false);
+    preferences.setDisplayCreatedWithMsg(false);
 }
 
 }  // namespace VxKd

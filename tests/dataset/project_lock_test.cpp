@@ -18,6 +18,8 @@
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/ui/language.h"
 
+using namespace cuWin;
+
 namespace {
 
 class ProjectLockTest : public vxkd_test::TextsUiTest {
@@ -143,18 +145,26 @@ TEST_F(ProjectLockTest, LockFileThatCannotBeMadeIsReported) {
 }
 
 // Answers every box without recording it: the children of the load test show many.
+// Installed for its lifetime.
 class SilentUi : public CConsoleUiBackend {
  public:
+  SilentUi() : previous_(CUiBackend::install(this)) {}
+  ~SilentUi() override { CUiBackend::install(previous_); }
+  SilentUi(const SilentUi&) = delete;
+  SilentUi& operator=(const SilentUi&) = delete;
+
   int messageBox(HWND, const wchar_t*, const wchar_t*, unsigned style) override {
     return safeAnswerFor(style);
   }
+
+ private:
+  CUiBackend* previous_;
 };
 
 // One designer: `edits` edit cycles on the shared file. Exit code 0 on success, 3 when two
 // designers held the lock at once, 4 when a save failed.
 int designer(const CWsz& path, const std::string& marker, int who, int edits) {
   SilentUi ui;
-  CUiBackend::install(&ui);
   CKdProject project;
   if (!project.readDb(nullptr, path)) return 5;
   for (int done = 0; done < edits;) {

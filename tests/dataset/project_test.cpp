@@ -8,12 +8,15 @@
 #include <string>
 
 #include "foundation/record_key.h"
+#include "support/fake_dimtext_format_user.h"
 #include "support/fake_property_def_user.h"
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/qbase.h"
 #include "vxkd/ui/language.h"
+
+using namespace cuWin;
 
 namespace {
 
@@ -54,6 +57,19 @@ void expectSameDefs(const CKdPropertyDefArray& a, const CKdPropertyDefArray& b) 
   }
 }
 
+void expectSameFormats(const CKdDimtextFormatArray& a, const CKdDimtextFormatArray& b) {
+  ASSERT_EQ(a.length(), b.length());
+  for (int i = 0; i < a.length(); ++i) {
+    const CKdDimtextFormat* x = a.objAt(i);
+    const CKdDimtextFormat* y = b.objAt(i);
+    EXPECT_EQ(x->id(), y->id());
+    EXPECT_EQ(x->desc(), y->desc());
+    EXPECT_EQ(x->fmt(), y->fmt());
+    EXPECT_EQ(x->textHeight(), y->textHeight());
+    EXPECT_EQ(x->options(), y->options());
+  }
+}
+
 void expectSameSymbols(const CVxSymbolModelArray& a, const CVxSymbolModelArray& b) {
   ASSERT_EQ(a.length(), b.length());
   for (int i = 0; i < a.length(); ++i) EXPECT_TRUE(*a.objAt(i) == *b.objAt(i)) << "symbol " << i;
@@ -68,6 +84,15 @@ class ProjectTest : public vxkd_test::TextsUiTest {
     p.propertyDefs().add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
     p.propertyDefs().add(L"Flow", L"", CKdPropertyValue::typeDoubleReal, CKdUnit::unitLps, 2);
     p.propertyDefs().add(L"Ääkkönen", L"Text ü", CKdPropertyValue::typeText, CKdUnit(), 0);
+    for (long id : {4, 9}) {
+      CKdDimtextFormat format;
+      format.setId(id);
+      format.setDesc(id == 4 ? L"Duct size" : L"Größe");
+      format.setFmt(L"{Width}{*CRNL*}DN");
+      format.setTextHeight(id * 0.5f);
+      format.options().setBorderType(CKdDimtextOptions::borderHexagon);
+      p.dimTextFormats().append(&format);
+    }
     CVxSymbolModel small = symbolOf("SMALL", 125);
     CVxSymbolModel large = symbolOf("LARGE", 126);
     p.symbols().append(&small);
@@ -98,6 +123,7 @@ TEST_F(ProjectTest, SavedDatasetReadsBackEqualInAFreshProject) {
   CKdProject copy;
   ASSERT_TRUE(copy.readDb(nullptr, path()));
   expectSameDefs(original.propertyDefs(), copy.propertyDefs());
+  expectSameFormats(original.dimTextFormats(), copy.dimTextFormats());
   expectSameSymbols(original.symbols(), copy.symbols());
   ASSERT_EQ(copy.reportDefs().length(), 2);
   EXPECT_STREQ(copy.reportDefs().nameAt(0), L"Report 2") << "read in key order";
@@ -243,6 +269,24 @@ TEST_F(ProjectTest, DefaultProjectAndResetHaveNoReports) {
   EXPECT_EQ(copy.reportDefs().length(), 0);
 }
 
+TEST_F(ProjectTest, DeletedDimTextFormatsLeaveTheFileUnlessInUse) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  vxkd_test::FakeDimtextFormatUser products({{L"Socket", {9}}});
+  EXPECT_TRUE(p.deleteDimTextFormats(nullptr, CInt32Array{0, 1}, {&products}));
+  EXPECT_NE(ui_.lastBox().text.find(L"Product definitions\r\n - Socket"), std::wstring::npos);
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  ASSERT_EQ(back.dimTextFormats().length(), 1);
+  EXPECT_EQ(back.dimTextFormats().idAt(0), 9);
+  expectSameFormats(p.dimTextFormats(), back.dimTextFormats());
+
+  ASSERT_EQ(std::remove(dir_.native("data.vkd").c_str()), 0);
+  EXPECT_FALSE(p.deleteDimTextFormats(nullptr, CInt32Array{0}, {}));
+  EXPECT_EQ(p.dimTextFormats().length(), 1) << "the file could not be reached: nothing deleted";
+}
+
 TEST_F(ProjectTest, DeletionThatCannotReachTheFileDeletesNothing) {
   CKdProject p;
   fill(p);
@@ -372,10 +416,24 @@ TEST_F(ProjectTest, ResetDataEmptiesEverythingAndTheLastDimtext) {
   CKdProject copy(p);
   p.resetData();
   EXPECT_EQ(p.propertyDefs().length(), 0);
+  EXPECT_EQ(p.dimTextFormats().length(), 0);
   EXPECT_EQ(p.symbols().length(), 0);
   EXPECT_EQ(p.lastInstalledDimtextId(), 0);
+  EXPECT_EQ(copy.dimTextFormats().length(), 2);
   EXPECT_EQ(copy.propertyDefs().length(), 3) << "a copy is deep";
   EXPECT_EQ(copy.lastTreePosId(), 44);
+}
+
+TEST_F(ProjectTest, NewDatasetsStartWithoutDimTextFormats) {
+  CKdProject p;
+  fill(p);
+  p.buildDefaultDimTextFormats();
+  EXPECT_EQ(p.dimTextFormats().length(), 0);
+  EXPECT_EQ(p.propertyDefs().length(), 3);
+  fill(p);
+  p.buildDefaultProject();
+  EXPECT_EQ(p.dimTextFormats().length(), 0);
+  EXPECT_EQ(p.symbols().length(), 4) << "symbols are not part of the default content";
 }
 
 TEST_F(ProjectTest, FileDialogsAskWithTheirTitlesAndFilter) {

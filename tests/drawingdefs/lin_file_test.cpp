@@ -16,6 +16,8 @@
 #include "vxkd/drawingdefs/linetype_def.h"
 #include "vxkd/platform/sz.h"
 
+using namespace cuWin;
+
 namespace {
 
 using vxkd_test::TempFolder;

@@ -13,6 +13,8 @@
 #include "vxkd/platform/qbase.h"
 #include "vxkd/platform/sz.h"
 
+using namespace cuWin;
+
 namespace {
 
 // The office library: 46 linetypes written with CRLF line ends, comments between and inside

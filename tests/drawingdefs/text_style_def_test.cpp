@@ -12,6 +12,8 @@
 #include "vxkd/platform/qbase.h"
 #include "vxkd/platform/sz.h"
 
+using namespace cuWin;
+
 namespace {
 
 using namespace std::string_literals;

@@ -13,6 +13,8 @@
 #include "vxkd/platform/qbase.h"
 #include "vxkd/platform/sz.h"
 
+using namespace cuWin;
+
 namespace {
 
 struct Item {

@@ -11,6 +11,8 @@
 #include "vxkd/platform/paths.h"
 #include "vxkd/ui/language.h"
 
+using namespace cuWin;
+
 namespace {
 
 using vxkd_test::dwordLine;
@@ -127,6 +129,19 @@ TEST_F(Startup, ProgramFolderIsKnownBeforeInitialisation) {
   EXPECT_EQ(VxKd::programFolder().str(), wide(program_.native()));
   vxkd_test::ScopedEnv unset("VXKD_PROGRAM_DIR", "");
   EXPECT_EQ(VxKd::programFolder().str(), cuFile::libraryFolder().str());
+}
+
+TEST_F(Startup, MessageBoxesAskTheUsersPreferencesFromStartUpToExit) {
+  VxKd::initVxKd();
+  EXPECT_EQ(&VxKd::msgBoxPreferences(), &VxKd::userMsgBoxPreferences());
+  ui_.answerShowAgainWith(false);
+  VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"Drawing was created with Vantrix 17");
+  EXPECT_NE(registry_.currentUserText().find(dwordLine("DisplayCreatedWithMsg", 0)),
+            std::string::npos);
+
+  VxKd::exitVxKd();
+  EXPECT_NE(&VxKd::msgBoxPreferences(), &VxKd::userMsgBoxPreferences());
+  EXPECT_TRUE(VxKd::msgBoxPreferences().displayCreatedWithMsg()) << "not the registry's any more";
 }
 
 }  // namespace

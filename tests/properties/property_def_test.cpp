@@ -10,6 +10,8 @@
 #include "support/temp_dataset.h"
 #include "support/ui_fixture.h"
 
+using namespace cuWin;
+
 namespace {
 
 using V = CKdPropertyValue;

@@ -10,6 +10,8 @@
 #include "support/ui_fixture.h"
 #include "vxkd/platform/dialog.h"
 
+using namespace cuWin;
+
 namespace {
 
 using U = CKdUnit;

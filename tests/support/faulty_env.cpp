@@ -99,13 +99,6 @@ void cutToSeconds(const struct timespec times[2], struct timespec cut[2]) {
 
 }  // namespace
 
-int FaultyEnv::setFdTimes(int fd, const struct timespec times[2]) {
-  if (setTimesError_) return fail(setTimesError_);
-  struct timespec cut[2];
-  cutToSeconds(times, cut);
-  return CEnv::setFdTimes(fd, wholeSeconds_ ? cut : times);
-}
-
 int FaultyEnv::setPathTimes(const std::string& path, const struct timespec times[2]) {
   if (setTimesError_) return fail(setTimesError_);
   struct timespec cut[2];

@@ -24,7 +24,7 @@ class FaultyEnv : public CEnv {
   void failOpen(const std::string& path, int accessMode, int error);
   // Fails each read(2) from a descriptor opened for `path` with `error` (0 stops failing).
   void failReads(const std::string& path, int error);
-  // Fails every write(2), fstat(2), futimens(2) or rename(2) with `error` (0 stops failing).
+  // Fails every write(2), fstat(2), utimensat(2) or rename(2) with `error` (0 stops failing).
   void failWrites(int error) { writeError_ = error; }
   void failStatFd(int error) { statFdError_ = error; }
   // Fails each stat(2) of `path` with `error` (0 stops failing).
@@ -60,7 +60,6 @@ class FaultyEnv : public CEnv {
   int statPath(const std::string& path, struct stat* st) override;
   int renamePath(const std::string& from, const std::string& to) override;
   int lockFd(int fd, int operation) override;
-  int setFdTimes(int fd, const struct timespec times[2]) override;
   int setPathTimes(const std::string& path, const struct timespec times[2]) override;
   int checkDatabaseWrite(const std::string& path, size_t size) override;
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "vxkd/platform/ui_backend.h"
+#include "support/recording_ui.h"
 
 namespace vxkd_test {
 

@@ -1,16 +1,16 @@
 // The vkd commands of the drawing definitions, run as the built program the way an
 // administrator runs them, the wrong ways included.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "support/temp_folder.h"
+#include "support/vkd_runner.h"
 #include "vxkd/platform/lock_file.h"
 
 namespace {
@@ -19,35 +19,14 @@ using vxkd_test::TempFolder;
 
 const std::string kLibrary = VXKD_TEST_SOURCE_DIR "/drawingdefs/data/tessund-office.lin";
 
-struct Result {
-  int code = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string quoted(const std::string& arg) {
-  std::string q = "'";
-  for (char c : arg) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
+using Result = vxkd_test::VkdResult;
 
 class VkdDrawingDefsTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(vkd({"new", dataset()}).code, 0); }
 
   // Runs vkd with `args`, standard input closed, and collects what it printed.
-  Result vkd(const std::vector<std::string>& args) const {
-    std::string command = quoted(VXKD_VKD_PROGRAM);
-    for (const std::string& arg : args) command += " " + quoted(arg);
-    command +=
-        " </dev/null >" + quoted(dir_.native("stdout")) + " 2>" + quoted(dir_.native("stderr"));
-    Result run;
-    int status = std::system(command.c_str());
-    run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.out = dir_.read("stdout");
-    run.err = dir_.read("stderr");
-    return run;
-  }
+  Result vkd(const std::vector<std::string>& args) const { return vxkd_test::runVkd(args, dir_); }
   std::string dataset() const { return dir_.native("office.vkd"); }
   std::string file(const char* name) const { return dir_.native(name); }
 
@@ -107,7 +86,7 @@ TEST_F(VkdDrawingDefsTest, LayersAreListedWithTheirLinetypesAndColours) {
   EXPECT_NE(listed.out.find("Text wipeout frames"), std::string::npos);
   EXPECT_NE(listed.out.find("0.05 mm"), std::string::npos) << "no lineweight stored yet";
   Result info = vkd({"info", dataset()});
-  EXPECT_NE(info.out.find("Layer definitions        24"), std::string::npos) << info.out;
+  EXPECT_THAT(info.out, ::testing::ContainsRegex("\nLayer definitions +24\n"));
 }
 
 // Files that bring nothing: exit 1, the reason on standard error, the dataset untouched.

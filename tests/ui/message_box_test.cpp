@@ -6,6 +6,8 @@
 #include "support/ui_fixture.h"
 #include "vxkd/foundation/preferences.h"
 
+using namespace cuWin;
+
 namespace {
 
 using MessageBoxTest = vxkd_test::TextsUiTest;
@@ -81,15 +83,20 @@ TEST_F(MessageBoxTest, CommonSaveErrorInBothLanguagesAndWithoutTheDatabase) {
   }
 }
 
-// The show-again box of "created with" messages, with the switch in a registry of its own.
+// The show-again box of "created with" messages, with the user's preferences installed as
+// start-up installs them, and the switch in a registry of its own.
 class WarnIfWanted : public vxkd_test::RegistryTest {
  protected:
+  void SetUp() override { previous_ = VxKd::setMsgBoxPreferences(&VxKd::userMsgBoxPreferences()); }
+  void TearDown() override { VxKd::setMsgBoxPreferences(previous_); }
+
   int shownCount() const {
     int n = 0;
     for (const auto& i : ui_.interactions()) n += i.kind == CRecordingUiBackend::Kind::showAgain;
     return n;
   }
   vxkd_test::ScopedRecordingUi ui_;
+  iKdMsgBoxPreferences* previous_ = nullptr;
 };
 
 TEST_F(WarnIfWanted, ShowsTheLookedUpTextWithTheApplicationTitleOnlyForConditionOne) {
@@ -125,6 +132,73 @@ TEST_F(WarnIfWanted, SwitchedOffInTheRegistryShowsNothingUntilSwitchedOnAgain) {
   VxKd::setDisplayCreatedWithMsg(true);
   VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"text");
   EXPECT_EQ(shownCount(), 1) << "read afresh each time";
+}
+
+// Preferences that count what the message boxes ask of them, and nothing else.
+class CountingPreferences : public iKdMsgBoxPreferences {
+ public:
+  bool displayCreatedWithMsg() const override {
+    ++reads;
+    return on;
+  }
+  bool setDisplayCreatedWithMsg(bool value) override {
+    ++writes;
+    on = value;
+    return true;
+  }
+
+  bool on = true;
+  mutable int reads = 0;
+  int writes = 0;
+};
+
+class MsgBoxPreferencesTest : public vxkd_test::RecordingUiTest {
+ protected:
+  void TearDown() override {
+    VxKd::setMsgBoxPreferences(nullptr);
+    RecordingUiTest::TearDown();
+  }
+
+  int shownCount() const {
+    int n = 0;
+    for (const auto& i : ui_.interactions()) n += i.kind == CRecordingUiBackend::Kind::showAgain;
+    return n;
+  }
+};
+
+TEST_F(MsgBoxPreferencesTest, TheInstalledPreferencesAloneDecideAndKeepTheSwitch) {
+  CountingPreferences preferences;
+  VxKd::setMsgBoxPreferences(&preferences);
+  EXPECT_EQ(&VxKd::msgBoxPreferences(), &preferences);
+
+  VxKd::warnIfWantedMsgBox(nullptr, 0, 0, L"not wanted");
+  EXPECT_EQ(preferences.reads, 0) << "the condition is looked at first";
+  ui_.answerShowAgainWith(true);
+  VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"kept ticked");
+  EXPECT_EQ(preferences.writes, 0);
+  ui_.answerShowAgainWith(false);
+  VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"unticked");
+  EXPECT_EQ(preferences.writes, 1);
+  EXPECT_FALSE(preferences.on);
+  VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"switched off");
+  EXPECT_EQ(shownCount(), 2);
+}
+
+TEST_F(MsgBoxPreferencesTest, WithoutPreferencesTheSwitchLivesInMemoryUntilReplaced) {
+  CountingPreferences preferences;
+  EXPECT_NE(VxKd::setMsgBoxPreferences(&preferences), &preferences);
+  EXPECT_EQ(VxKd::setMsgBoxPreferences(nullptr), &preferences) << "the one replaced";
+
+  ui_.answerShowAgainWith(false);
+  VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"first");
+  VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"second");
+  EXPECT_EQ(shownCount(), 1) << "switched off for the rest of the process";
+  EXPECT_FALSE(VxKd::msgBoxPreferences().displayCreatedWithMsg());
+
+  VxKd::setMsgBoxPreferences(nullptr);
+  EXPECT_TRUE(VxKd::msgBoxPreferences().displayCreatedWithMsg()) << "on again, as at first";
+  VxKd::warnIfWantedMsgBox(nullptr, 1, 0, L"third");
+  EXPECT_EQ(shownCount(), 2);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 //   vkd info FILE.vkd             what a dataset holds, one row per kind of definition
 //   vkd list FILE.vkd KIND        the definitions of one kind, as a table
 //   vkd lock-status FILE.vkd      whether a dataset is locked, and by whom
+//   vkd --version                 the version of the library that vkd runs with
 //
 // and the commands that register themselves from files of their own (vkd --help lists
 // them), such as export-lin and import-lin.
@@ -20,6 +21,7 @@
 #include "tool.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/foundation/startup.h"
+#include "vxkd/platform/host.h"
 #include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
@@ -41,7 +43,8 @@ std::string usage() {
       "  list FILE.vkd KIND        show the definitions of one kind as a table\n"
       "  lock-status FILE.vkd      show whether the dataset is locked for an update, and by\n"
       "                            whom\n"
-      "  --help                    show this text\n";
+      "  --help                    show this text\n"
+      "  --version                 show the version of the library that vkd runs with\n";
   for (const Command* command : commands()) {
     std::string head = "  " + std::string(command->name) + " " + command->usage;
     // A long command line puts its help under it.
@@ -66,8 +69,8 @@ std::string formatTime(uint64_t units) {
   return buffer;
 }
 
-// A few property definitions, two symbols that show both ways a drawing is stored, and a
-// report.
+// A few property definitions, dimension text formats that name them, two symbols that show
+// both ways a drawing is stored, and a report.
 void addSampleContent(CKdProject& project) {
   CKdPropertyDefArray& defs = project.propertyDefs();
   defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
@@ -75,6 +78,37 @@ void addSampleContent(CKdProject& project) {
   defs.add(L"Diameter", L"Pipe size", CKdPropertyValue::typeDoubleReal, CKdUnit::unitMm, 1);
   defs.add(L"Flow", L"Volume flow", CKdPropertyValue::typeSingleReal, CKdUnit::unitLps, 1);
   defs.add(L"Material", L"", CKdPropertyValue::typeText, CKdUnit(), 0);
+
+  const struct {
+    long id;
+    const wchar_t* desc;
+    const wchar_t* fmt;
+    float height;
+    short colour;
+    short border;
+    short refline;
+    short alignment;
+  } kFormats[] = {
+      {1, L"Duct size", L"{Width} x {Height}", 2.5f, 256, CKdDimtextOptions::borderRectangle,
+       CKdDimtextOptions::reflineArrow, CKdDimtextOptions::alignLeft},
+      {2, L"Pipe with note", L"DN {Diameter}{*CRNL*}{*NOTE*}", 2.0f, 3,
+       CKdDimtextOptions::borderFirstRowUnderlined, CKdDimtextOptions::reflineLineOnly,
+       CKdDimtextOptions::alignCenter},
+      {3, L"Part ID", L"{*PARTID*}", 3.5f, 1, CKdDimtextOptions::borderCircle,
+       CKdDimtextOptions::reflineFilledCircle, CKdDimtextOptions::alignCenter},
+  };
+  for (const auto& f : kFormats) {
+    CKdDimtextFormat format;
+    format.setId(f.id);
+    format.setDesc(f.desc);
+    format.setFmt(f.fmt);
+    format.setTextHeight(f.height);
+    format.setTextColor(f.colour);
+    format.options().setBorderType(f.border);
+    format.options().setReflineType(f.refline);
+    format.options().setAlignmentFlags(f.alignment);
+    project.dimTextFormats().append(&format);
+  }
 
   const struct {
     const char* id;
@@ -142,6 +176,7 @@ int commandInfo(const CWsz& path, ToolUiBackend& ui) {
   table.addRow({"Layer definitions", std::to_string(project.layerDefs().length())});
   table.addRow({"Linetypes", std::to_string(project.linetypeDefs().length())});
   table.addRow({"Text styles", std::to_string(project.textStyleDefs().length())});
+  table.addRow({"Dimension text formats", std::to_string(project.dimTextFormats().length())});
   table.addRow({"Report definitions", std::to_string(project.reportDefs().length())});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
   table.print();
@@ -203,6 +238,11 @@ int main(int argc, char** argv) {
   }
   if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     std::printf("%s", usage().c_str());
+    return 0;
+  }
+  if (args[0] == "--version" && args.size() == 1) {
+    int version = vxkdui_version_nmb();
+    std::printf("vkd %d.%d\n", version / 100, version % 100);
     return 0;
   }
   for (const Command* command : commands()) {

@@ -9,14 +9,14 @@
 
 namespace vkd {
 
-std::string ToolUiBackend::lastMessage() const {
-  auto box = lastBox();
-  if (box.text.empty()) return "";
-  std::string text = cuSz::toUtf8(box.text);
-  for (auto& c : text)
+int ToolUiBackend::messageBox(cuWin::HWND, const wchar_t* text, const wchar_t* caption,
+                              unsigned style) {
+  std::string line = narrow(text);
+  for (auto& c : line)
     if (c == '\r' || c == '\n') c = ' ';
-  std::string out = cuSz::toUtf8(box.caption);
-  return out.empty() ? text : out + ": " + text;
+  std::string heading = narrow(caption);
+  lastMessage_ = line.empty() || heading.empty() ? line : heading + ": " + line;
+  return safeAnswerFor(style);
 }
 
 int fail(const std::string& message) {

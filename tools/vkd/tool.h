@@ -14,11 +14,23 @@
 
 namespace vkd {
 
-// Keeps the library's message boxes, so that a failure can name the box's words.
-class ToolUiBackend : public CRecordingUiBackend {
+// Keeps the library's last message box, so that a failure can name the box's words. Nobody
+// is asked: a question gets its safe answer, a file dialog is cancelled.
+class ToolUiBackend : public CUiBackend {
  public:
+  int messageBox(cuWin::HWND owner, const wchar_t* text, const wchar_t* caption,
+                 unsigned style) override;
+  bool openFileDialog(cuWin::HWND, const wchar_t*, const wchar_t*, CWsz&) override { return false; }
+  bool saveFileDialog(cuWin::HWND, const wchar_t*, const wchar_t*, const wchar_t*, CWsz&) override {
+    return false;
+  }
+  bool showAgainBox(cuWin::HWND, const wchar_t*, const wchar_t*) override { return true; }
+
   // "Caption: text" of the last box, on one line; "" when none was shown.
-  std::string lastMessage() const;
+  const std::string& lastMessage() const { return lastMessage_; }
+
+ private:
+  std::string lastMessage_;
 };
 
 // Prints "vkd: message" on standard error and returns 1.

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "vxkd/dimtext/dimtext_format.h"
 #include "vxkd/drawingdefs/layer_def.h"
 #include "vxkd/drawingdefs/linetype_def.h"
 #include "vxkd/drawingdefs/text_style_def.h"
@@ -42,6 +43,8 @@ class VXKD_API CKdProject {
   const CKdTextStyleDefArray& textStyleDefs() const { return textStyleDefs_; }
   CKdLinetypeDefArray& linetypeDefs() { return linetypeDefs_; }
   const CKdLinetypeDefArray& linetypeDefs() const { return linetypeDefs_; }
+  CKdDimtextFormatArray& dimTextFormats() { return dimTextFormats_; }
+  const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
   CKdObjectArray<CKdReport>& reportDefs() { return reportDefs_; }
   const CKdObjectArray<CKdReport>& reportDefs() const { return reportDefs_; }
 
@@ -58,55 +61,60 @@ class VXKD_API CKdProject {
   // Creates an empty dataset file at `path` (replacing a file there) and binds the project
   // to it; the definitions in memory are neither reset nor written. False, with the
   // message shown, when the file cannot be created.
-  bool newDb(HWND hwnd, const wchar_t* path);
+  bool newDb(cuWin::HWND hwnd, const wchar_t* path);
   // Reads the dataset at `path` into the project and binds the project to it. False, with
   // the message shown and the project untouched, when the file cannot be opened.
-  bool readDb(HWND hwnd, const wchar_t* path);
+  bool readDb(cuWin::HWND hwnd, const wchar_t* path);
   // Writes every array into the open `db`, commits and closes it, and takes the new time
   // stamp. False when the commit failed: the file is then as it was before.
-  bool writeDb(HWND hwnd, CQbase& db);
+  bool writeDb(cuWin::HWND hwnd, CQbase& db);
   // Writes the project back to its file.
-  bool updateDb(HWND hwnd);
+  bool updateDb(cuWin::HWND hwnd);
   // Writes the project to a new file at `path` (replacing a file there) and binds to it.
-  bool saveDbAs(HWND hwnd, const wchar_t* path);
+  bool saveDbAs(cuWin::HWND hwnd, const wchar_t* path);
 
   // The open- and save-file dialogs of datasets; false when cancelled.
-  static bool askOpenFileName(HWND hwnd, CWsz& path);
-  static bool askSaveFileName(HWND hwnd, CWsz& path);
+  static bool askOpenFileName(cuWin::HWND hwnd, CWsz& path);
+  static bool askSaveFileName(cuWin::HWND hwnd, CWsz& path);
 
   // Empties every definition array and the symbol list, then gives the layers their hard
   // defaults, and forgets the last installed dimension text. The linetypes keep their
   // built-in solid linetype: that array is never empty.
   void resetData();
   // The starting content of a new dataset: no property definitions, no report definitions,
-  // the default linetypes and text styles.
+  // the default linetypes and text styles, no dimension text formats.
   void buildDefaultProject();
   // The linetypes of a new dataset: the solid linetype "CONTINUOUS" alone.
   void buildDefaultLinetypes();
   // The text styles of a new dataset: "Standard" with the font file "txt", character set 1,
   // x scale 1.0.
   void buildDefaultTextStyleDefs();
+  // Empties the dimension text formats: a new dataset starts without any.
+  void buildDefaultDimTextFormats();
   // Re-reads the file's last-write time: -3 unbound, -1 unreadable, 0 done.
   int updateTimeStamp() { return timeStamp_.update(); }
 
   // Another user's save: -1 when the time stamp is unbound or the file cannot be reopened,
   // 0 when nothing changed, 1 when the file changed and the project was reloaded (with an
   // information box first when `notify` is set).
-  int checkUpdated(HWND hwnd, bool notify);
+  int checkUpdated(cuWin::HWND hwnd, bool notify);
   // Takes the lock file of the project's dataset; false, with the message shown, when
   // someone else holds it or it cannot be made.
-  bool setLockFile(HWND hwnd, CLockFile& lock);
+  bool setLockFile(cuWin::HWND hwnd, CLockFile& lock);
   // Called before an edit is stored. 0: the lock is held, store the edit, then updateDb and
   // release. 1: another user had saved, the project was reloaded and the lock is not held;
   // the edit must not be stored. -1: the dataset cannot be locked or reread.
-  int setEditLock(HWND hwnd, CLockFile& lock);
+  int setEditLock(cuWin::HWND hwnd, CLockFile& lock);
 
   // Deletes the property definitions at `indexes` that none of `users` uses, from the file
   // and from memory; the ones kept are named to the user in one message. REQUIRES the edit
   // lock (setEditLock returned 0). False, with nothing deleted, when the file cannot be
   // opened or the change cannot be committed.
-  bool deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
+  bool deletePropertyDefs(cuWin::HWND hwnd, const CInt32Array& indexes,
                           const std::vector<const iKdPropertyDefUser*>& users);
+  // The same for the dimension text formats at `indexes`.
+  bool deleteDimTextFormats(cuWin::HWND hwnd, const CInt32Array& indexes,
+                            const std::vector<const iKdDimtextFormatUser*>& users);
 
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
   // first gap, else 0.
@@ -124,18 +132,18 @@ class VXKD_API CKdProject {
   static CWsz dictionaryPath();
 
  protected:
-  bool createDb(HWND hwnd, CQbase& db, const wchar_t* path);
-  bool openDb(HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate);
-  bool openDb(HWND hwnd, CQbase& db, bool forUpdate);
+  bool createDb(cuWin::HWND hwnd, CQbase& db, const wchar_t* path);
+  bool openDb(cuWin::HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate);
+  bool openDb(cuWin::HWND hwnd, CQbase& db, bool forUpdate);
   // Replaces the project's content by the file's. Each array reads what it can: the
   // result is always false and callers ignore it.
-  bool readFromDb(HWND hwnd, CQbase& db);
+  bool readFromDb(cuWin::HWND hwnd, CQbase& db);
   bool read2dSymbols(CQbase& db);
   bool write2dSymbols(CQbase& db);
 
  private:
   // Reloads after another user's save; -1 or 1 as checkUpdated.
-  int reload(HWND hwnd, bool notify);
+  int reload(cuWin::HWND hwnd, bool notify);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
@@ -144,6 +152,7 @@ class VXKD_API CKdProject {
   CVxSymbolModelArray symbols_;
   CKdTextStyleDefArray textStyleDefs_;
   CKdLinetypeDefArray linetypeDefs_;
+  CKdDimtextFormatArray dimTextFormats_;
   CKdObjectArray<CKdReport> reportDefs_;
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;

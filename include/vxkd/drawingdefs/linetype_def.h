@@ -119,10 +119,10 @@ class VXKD_API CKdLinetypeDefArray : public CKdOwningArray<CKdLinetypeDef> {
   // whole, or left as it was): a banner with today's date, then a header line "*NAME" (with
   // ",description" when there is one) and the pattern line of each. False, with an error box
   // naming the file and the reason, when it cannot be written.
-  bool exportLin(HWND hwnd, const wchar_t* path) const;
+  bool exportLin(cuWin::HWND hwnd, const wchar_t* path) const;
   // The same for a file name asked with the save-file dialog ("LIN" appended to a name
   // without extension). False when the dialog is cancelled or the file cannot be written.
-  bool exportLin(HWND hwnd) const;
+  bool exportLin(cuWin::HWND hwnd) const;
 
   // Imports the linetypes of the LIN file at `path`. A name that exists already (ignoring
   // case) gets the description and pattern of the file; the others are appended in file
@@ -134,9 +134,9 @@ class VXKD_API CKdLinetypeDefArray : public CKdOwningArray<CKdLinetypeDef> {
   // linetype to import, the warning "No linetypes found in the file" is shown, nothing
   // changes and the result is false. `report`, when given, says what happened to each
   // definition of the file.
-  bool importLin(HWND hwnd, const wchar_t* path, CKdDefImportReport* report = nullptr);
+  bool importLin(cuWin::HWND hwnd, const wchar_t* path, CKdDefImportReport* report = nullptr);
   // The same for a file name asked with the open-file dialog; false when cancelled.
-  bool importLin(HWND hwnd, CKdDefImportReport* report = nullptr);
+  bool importLin(cuWin::HWND hwnd, CKdDefImportReport* report = nullptr);
 
   // Longer lines of a LIN file belong to no linetype.
   static constexpr int kMaxLinLineChars = 1024;
@@ -145,7 +145,7 @@ class VXKD_API CKdLinetypeDefArray : public CKdOwningArray<CKdLinetypeDef> {
   // of `users` names them; the built-in linetype is always kept. When any was kept, one
   // message box "Cannot Delete" lists what keeps them. Returns true when every selected
   // linetype was deleted. The caller stores the change (the save rewrites every record).
-  bool deleteUnused(HWND hwnd, const CInt32Array& selectedIndexes,
+  bool deleteUnused(cuWin::HWND hwnd, const CInt32Array& selectedIndexes,
                     const std::vector<const iKdLinetypeUser*>& users);
 
  protected:

@@ -128,16 +128,16 @@ class VXKD_API CKdTextStyleDefArray : public CKdOwningArray<CKdTextStyleDef> {
   // Fills the combo box `comboId` of the dialog `dlg` with the names in array order and
   // selects the (last) one whose name equals `selected` ignoring case; none when no name
   // matches. Nothing happens when `dlg` names no dialog.
-  void fillCb(HWND dlg, int comboId, const wchar_t* selected) const;
+  void fillCb(cuWin::HWND dlg, int comboId, const wchar_t* selected) const;
 
   // Writes every style into the STY file at `path` (replaced as a whole, or left as it
   // was): a banner with today's date, then per style a section "[TEXTSTYLE]" with its keys,
   // reals with four decimals and "PriorSize" always 1.0000. False, with an error box naming
   // the file and the reason, when it cannot be written.
-  bool exportSty(HWND hwnd, const wchar_t* path) const;
+  bool exportSty(cuWin::HWND hwnd, const wchar_t* path) const;
   // The same for a file name asked with the save-file dialog ("STY" appended to a name
   // without extension). False when cancelled or the file cannot be written.
-  bool exportSty(HWND hwnd) const;
+  bool exportSty(cuWin::HWND hwnd) const;
 
   // Imports the styles of the STY file at `path`: each "[TEXTSTYLE]" section is one style.
   // Keys are compared ignoring case; unknown keys and other sections are ignored, a key
@@ -146,9 +146,9 @@ class VXKD_API CKdTextStyleDefArray : public CKdOwningArray<CKdTextStyleDef> {
   // id; the others are appended with new ids. A section without a name is not imported.
   // When the file cannot be read, is binary, or has no style to import, the warning "No text
   // styles found in the file" is shown, nothing changes and the result is false.
-  bool importSty(HWND hwnd, const wchar_t* path, CKdDefImportReport* report = nullptr);
+  bool importSty(cuWin::HWND hwnd, const wchar_t* path, CKdDefImportReport* report = nullptr);
   // The same for a file name asked with the open-file dialog; false when cancelled.
-  bool importSty(HWND hwnd, CKdDefImportReport* report = nullptr);
+  bool importSty(cuWin::HWND hwnd, CKdDefImportReport* report = nullptr);
 
  protected:
   // Keys: name, font file, type face (each ignoring case).

@@ -7,6 +7,7 @@
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/symbol.h"
 #include "vxkd/platform/wsz.h"
+#include "vxkd/ui/message_box.h"
 
 namespace VxKd {
 
@@ -45,6 +46,8 @@ VXKD_API bool setInitialConnectMode(short mode);
 // Read afresh every time, never cached: one switch serves every such message.
 VXKD_API bool displayCreatedWithMsg();
 VXKD_API bool setDisplayCreatedWithMsg(bool on);
+// The same switch as the message boxes ask for it; initVxKd installs it for them.
+VXKD_API iKdMsgBoxPreferences& userMsgBoxPreferences();
 
 // Forgets every cached preference, so that the next read goes to the registry again.
 VXKD_API void resetPreferenceCaches();

@@ -24,8 +24,9 @@ VXKD_API bool initVxKd();
 VXKD_API void exitVxKd();
 VXKD_API bool isVxKdInitialized();
 
-// The folder of the library's own file, or $VXKD_PROGRAM_DIR when set; it holds the
-// dictionaries and the language texts. Valid before initVxKd too.
+// The folder of the dictionaries and the language texts: $VXKD_PROGRAM_DIR when set; else
+// the library's own folder when they lie beside it (the build tree); else the installed data
+// folder (<prefix>/share/vxkd beside <prefix>/lib). Valid before initVxKd too.
 VXKD_API CWsz programFolder();
 // The folders found by initVxKd; empty before it.
 VXKD_API CWsz localDataFolder();

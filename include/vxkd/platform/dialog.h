@@ -50,14 +50,14 @@ class VXKD_API VXDialog {
   VXDialog& operator=(const VXDialog&) = delete;
 
   // The handle by which the logic reaches this dialog.
-  HWND handle() const;
+  cuWin::HWND handle() const;
   // The dialog behind `handle`, or null when the handle names no live dialog.
-  static VXDialog* fromHandle(HWND handle);
+  static VXDialog* fromHandle(cuWin::HWND handle);
 
   // The combo box with control id `id`, created on first use.
   VxComboBox& comboBox(int id);
   // The combo box `id` of the dialog behind `handle`, or null.
-  static VxComboBox* comboBox(HWND handle, int id);
+  static VxComboBox* comboBox(cuWin::HWND handle, int id);
 
  private:
   std::map<int, std::unique_ptr<VxComboBox>> combos_;

@@ -17,16 +17,19 @@
 
 class VXKD_API CEnv {
  public:
+  // An environment destroyed while installed is uninstalled first (the system's takes over).
+  // Debug builds stop there: the caller was to install another one beforehand.
   virtual ~CEnv();
 
   // The installed environment (the system's until another is installed).
   static CEnv& current();
   // Installs `env` (null restores the system's) and returns the one it replaces. The caller
-  // keeps ownership and must keep `env` alive while it is installed.
+  // keeps ownership and must keep `env` alive while it is installed. REQUIRES the
+  // user-interface thread.
   static CEnv* install(CEnv* env);
 
   // open(2), read(2), write(2), close(2), fsync(2), ftruncate(2), fstat(2), stat(2), unlink(2),
-  // rename(2), flock(2), futimens(2).
+  // rename(2), flock(2).
   virtual int openFile(const std::string& path, int flags, mode_t mode = 0644);
   virtual ssize_t readFile(int fd, void* buffer, size_t size);
   virtual ssize_t writeFile(int fd, const void* data, size_t size);
@@ -38,7 +41,6 @@ class VXKD_API CEnv {
   virtual int unlinkPath(const std::string& path);
   virtual int renamePath(const std::string& from, const std::string& to);
   virtual int lockFd(int fd, int operation);
-  virtual int setFdTimes(int fd, const struct timespec times[2]);
   // utimensat(2) relative to the working folder, following links.
   virtual int setPathTimes(const std::string& path, const struct timespec times[2]);
 

@@ -114,6 +114,6 @@ class VXKD_API CQbase {
   bool setAttachment(const void* data, int size);
 
  private:
-  struct Impl;
+  struct VXKD_LOCAL Impl;
   std::unique_ptr<Impl> impl_;
 };

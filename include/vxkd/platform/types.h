@@ -1,8 +1,12 @@
 #pragma once
-// Handle types and constants of the host's windowing system. The logic passes the handles
-// through and never looks inside them; a null HWND is always valid (no parent window).
+// Handle types and constants of the host's windowing system, in a namespace of their own so
+// that they never meet a host's own HWND or MB_OK in the global namespace. The logic passes
+// the handles through and never looks inside them; a null HWND is always valid (no parent
+// window).
 
 #include <cstdint>
+
+namespace cuWin {
 
 struct HWND__;
 struct HKEY__;
@@ -26,3 +30,5 @@ constexpr int IDOK = 1;
 constexpr int IDCANCEL = 2;
 constexpr int IDYES = 6;
 constexpr int IDNO = 7;
+
+}  // namespace cuWin

@@ -162,13 +162,13 @@ class VXKD_API CKdPropertyDefArray : public CKdOwningArray<CKdPropertyDef> {
   // renaming, checked only when the name changed at all, so a change of case alone is
   // refused too); one of the characters "*;:,|&=<>{}" (braces delimit names in formats); a
   // control character (0..31) or a code that is no character (a surrogate, beyond U+10FFFF).
-  static bool validateName(HWND hwnd, const CKdPropertyDefArray& all, const wchar_t* name,
+  static bool validateName(cuWin::HWND hwnd, const CKdPropertyDefArray& all, const wchar_t* name,
                            const CKdPropertyDef* edited);
 
   // Deletes the definitions at `selectedIndexes` (indexes out of range are skipped) unless
   // one of `users` uses them. When any was kept, one message box lists the kinds of item
   // that use them. Returns true when every selected definition was deleted.
-  bool deleteUnused(HWND hwnd, const CInt32Array& selectedIndexes,
+  bool deleteUnused(cuWin::HWND hwnd, const CInt32Array& selectedIndexes,
                     const std::vector<const iKdPropertyDefUser*>& users);
 
  protected:

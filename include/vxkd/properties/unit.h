@@ -130,15 +130,15 @@ class VXKD_API CKdUnit {
   // Fills combo box `comboId` of `dialog` with the quantity descriptions, each once in table
   // order with the id of its first unit as item data, and selects this unit's quantity (the
   // first entry when the id is not in the table). Does nothing without such a combo box.
-  void fillAndSelectDescCb(HWND dialog, int comboId) const;
+  void fillAndSelectDescCb(cuWin::HWND dialog, int comboId) const;
   // Fills combo box `labelComboId` with the labels of the units of the quantity shown in
   // combo box `descComboId`, in table order with the unit ids as item data, and selects this
   // unit (the first entry when it is not listed). Does nothing without the combo boxes.
-  void fillAndSelectLabelCb(HWND dialog, int descComboId, int labelComboId) const;
+  void fillAndSelectLabelCb(cuWin::HWND dialog, int descComboId, int labelComboId) const;
   // Sets the unit to the item data of the selected entry of combo box `comboId` (the label is
   // never parsed). False, and the unit unchanged, when there is no such combo box, nothing is
   // selected or the entry has no data.
-  bool readLabelCb(HWND dialog, int comboId);
+  bool readLabelCb(cuWin::HWND dialog, int comboId);
 
   // True when the unit table has a row with that id.
   static bool isValidId(int16_t id);
