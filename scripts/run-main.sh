@@ -4,7 +4,7 @@
 set -euo pipefail
 bin="$1"
 mkdir -p out
-"$bin/vkd" new --sample out/demo.vkd
+"$bin/vkd" new --force --sample out/demo.vkd
 "$bin/vkd" info out/demo.vkd
 "$bin/vkd" list out/demo.vkd formats
 "$bin/vkd" lock-status out/demo.vkd

@@ -1,12 +1,14 @@
 #include "vxkd/dataset/project.h"
 
 #include <algorithm>
+#include <cwchar>
 
 #include "foundation/record_key.h"
 #include "vxkd/foundation/startup.h"
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/qbase.h"
+#include "vxkd/platform/sz.h"
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/ui/message_box.h"
 
@@ -26,6 +28,10 @@ constexpr int kMaxNodes = 5002;
 constexpr long kMaxSymbolId = 99999999;
 
 constexpr const wchar_t* kDatasetFilter = L"*.vkd|*.vkd|";
+constexpr const wchar_t* kDatasetExtension = L".vkd";
+
+// How often a read starts again when a save renamed a new file over the one being read.
+constexpr int kReadAttempts = 5;
 
 // The error boxes of creating and opening a file: stop icon, one OK button.
 void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const wchar_t* caption) {
@@ -60,33 +66,43 @@ CWsz CKdProject::dictionaryPath() {
 bool CKdProject::createDb(HWND hwnd, CQbase& db, const wchar_t* path) {
   CWsz dictionary = dictionaryPath();
   if (!cuFile::exists(dictionary)) {
+    failReason_ = CQbase::reasonFailed;
     errorBox(hwnd, 12518, L"#Vkd data dictionary not found", 12520, L"#Cannot Create Dataset");
     return false;
   }
-  // The dialogs have asked before: at this level an existing file is simply replaced.
-  if (cuFile::exists(path)) CEnv::current().unlinkPath(cuFile::nativePath(path));
+  // The dialogs have asked before: at this level an existing file is simply replaced, but
+  // only once the new one is complete (the database builds it beside and renames it).
   db.setWarnings(false);
-  if (!db.openDatabase(dictionary, path, true)) {
+  if (!db.openDatabase(dictionary, path, CQbase::openCreate)) {
+    failReason_ = db.reason();
     errorBox(hwnd, 12522, L"#Dataset creation failed", 12524, L"#Cannot Create Dataset");
     return false;
   }
   return true;
 }
 
-bool CKdProject::openDb(HWND hwnd, CQbase& db, const wchar_t* path, bool) {
-  if (!path || !*path) return false;
+bool CKdProject::openDb(HWND hwnd, CQbase& db, const wchar_t* path, bool forUpdate) {
+  if (!path || !*path) {
+    failReason_ = CQbase::reasonMissing;
+    return false;
+  }
   CWsz dictionary = dictionaryPath();
   if (!cuFile::exists(dictionary)) {
+    failReason_ = CQbase::reasonFailed;
     // The creation text is reused here on purpose.
     errorBox(hwnd, 12526, L"#Dataset creation failed", 12528, L"#Cannot Open Dataset");
     return false;
   }
   if (!cuFile::exists(path)) {
+    failReason_ = CQbase::reasonMissing;
     errorBox(hwnd, 12530, L"#Selected file cannot be found", 12532, L"#File Not Found");
     return false;
   }
   db.setWarnings(false);
-  if (!db.openDatabase(dictionary, path, false)) {
+  // A reader opens the file read-only and shares it with other readers; only an update
+  // takes the exclusive write transaction (and checks the file first).
+  if (!db.openDatabase(dictionary, path, forUpdate ? CQbase::openUpdate : CQbase::openRead)) {
+    failReason_ = db.reason();
     errorBox(hwnd, 12534, L"#Dataset cannot be opened", 12536, L"#Cannot Open Dataset");
     return false;
   }
@@ -100,25 +116,52 @@ bool CKdProject::openDb(HWND hwnd, CQbase& db, bool forUpdate) {
 bool CKdProject::newDb(HWND hwnd, const wchar_t* path) {
   CWsz target(path);
   fileName_.empty();
+  failReason_ = CQbase::reasonNone;
   CQbase db;
   if (!createDb(hwnd, db, target)) return false;
-  fileName_ = target;
   bool committed = db.closeDatabase();
+  if (!committed) {
+    failReason_ = db.reason();
+    return false;
+  }
+  fileName_ = target;
   timeStamp_.initFor(fileName_);
-  return committed;
+  return true;
+}
+
+bool CKdProject::readFile(HWND hwnd, const CWsz& path) {
+  failReason_ = CQbase::reasonNone;
+  // A save elsewhere may rename a new file over the one being read; what was read is then
+  // older than the file, and its time stamp would not be the file's. Read again.
+  for (int attempt = 0; attempt < kReadAttempts; ++attempt) {
+    CQbase db;
+    if (!openDb(hwnd, db, path, false)) return false;
+    CKdProject loaded(*this);
+    loaded.readFromDb(hwnd, db);
+    // The time is taken while the file is still open: nobody can save in between, so the
+    // stamp belongs to the content just read.
+    cuFile::CFileTime stamp;
+    stamp.initFor(path);
+    bool current = db.isCurrentFile();
+    if (!db.closeDatabase()) {
+      // A read that failed in the middle (a damaged page): a part is no dataset.
+      failReason_ = db.reason();
+      errorBox(hwnd, 12534, L"#Dataset cannot be opened", 12536, L"#Cannot Open Dataset");
+      return false;
+    }
+    if (!current) continue;
+    loaded.fileName_ = path;
+    loaded.timeStamp_ = stamp;
+    *this = loaded;
+    return true;
+  }
+  failReason_ = CQbase::reasonBusy;
+  errorBox(hwnd, 12534, L"#Dataset cannot be opened", 12536, L"#Cannot Open Dataset");
+  return false;
 }
 
 bool CKdProject::readDb(HWND hwnd, const wchar_t* path) {
-  CWsz source(path);  // `path` may be our own file name, which reading replaces
-  CQbase db;
-  if (!openDb(hwnd, db, source, false)) return false;
-  fileName_ = source;
-  readFromDb(hwnd, db);
-  // The time is taken while the file is still open: nobody can save in between, so the
-  // stamp belongs to the content just read.
-  timeStamp_.initFor(fileName_);
-  db.abandon();
-  return true;
+  return readFile(hwnd, CWsz(path));  // `path` may be our own file name, which reading replaces
 }
 
 bool CKdProject::readFromDb(HWND, CQbase& db) {
@@ -143,17 +186,20 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
   reportDefs_.saveTo(db);  // each report definition in array order
   write2dSymbols(db);
   bool committed = db.closeDatabase();
+  if (!committed) failReason_ = db.reason();
   timeStamp_.initFor(fileName_);
   return committed;
 }
 
 bool CKdProject::updateDb(HWND hwnd) {
+  failReason_ = CQbase::reasonNone;
   CQbase db;
   return openDb(hwnd, db, true) && writeDb(hwnd, db);
 }
 
 bool CKdProject::saveDbAs(HWND hwnd, const wchar_t* path) {
   CWsz target(path);
+  failReason_ = CQbase::reasonNone;
   CQbase db;
   if (!createDb(hwnd, db, target)) return false;
   fileName_ = target;
@@ -176,7 +222,13 @@ bool CKdProject::askSaveFileName(HWND hwnd, CWsz& path) {
   if (!CUiBackend::current().saveFileDialog(hwnd, VxKd::lngDbText(12516, L"#Save Dataset As"),
                                             kDatasetFilter, L"vkd", chosen))
     return false;
-  path = chosen.left(300);
+  // "office" would be locked by "offlck": a dataset name ends in its extension.
+  constexpr int kMaxPath = 300;
+  const int ext = static_cast<int>(std::wcslen(kDatasetExtension));
+  if (chosen.length() < ext ||
+      !cuSz::equalNoCase(chosen.mid(chosen.length() - ext), kDatasetExtension))
+    chosen = chosen.left(kMaxPath - ext).cat(kDatasetExtension);
+  path = chosen.left(kMaxPath);
   return true;
 }
 
@@ -222,12 +274,9 @@ int CKdProject::reload(HWND hwnd, bool notify) {
   if (notify)
     VxKd::msgBox(hwnd, 12510, L"#Someone else has just updated file\r\nDataset will be reloaded",
                  12512, L"#Dataset Changed", MB_OK, MB_ICONINFORMATION);
-  CQbase db;
-  if (!openDb(hwnd, db, false)) return -1;
-  readFromDb(hwnd, db);
-  timeStamp_.update();  // still open, as in readDb
-  db.abandon();
-  return 1;
+  // On failure the project stays as it was, with the old time stamp: the next check tries
+  // again.
+  return readFile(hwnd, CWsz(fileName_)) ? 1 : -1;
 }
 
 int CKdProject::checkUpdated(HWND hwnd, bool notify) {
@@ -262,9 +311,13 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
 
 bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                                     const std::vector<const iKdPropertyDefUser*>& users) {
+  failReason_ = CQbase::reasonNone;
   CQbase db;
-  if (!openDb(hwnd, db, true) || !deleteUnusedFromDb(hwnd, db, propertyDefs_, indexes, users))
+  if (!openDb(hwnd, db, true)) return false;
+  if (!deleteUnusedFromDb(hwnd, db, propertyDefs_, indexes, users)) {
+    failReason_ = db.reason();
     return false;
+  }
   timeStamp_.initFor(fileName_);
   return true;
 }
@@ -272,8 +325,12 @@ bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
 bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
                                       const std::vector<const iKdDimtextFormatUser*>& users) {
   CQbase db;
-  if (!openDb(hwnd, db, true) || !deleteUnusedFromDb(hwnd, db, dimTextFormats_, indexes, users))
+  failReason_ = CQbase::reasonNone;
+  if (!openDb(hwnd, db, true)) return false;
+  if (!deleteUnusedFromDb(hwnd, db, dimTextFormats_, indexes, users)) {
+    failReason_ = db.reason();
     return false;
+  }
   timeStamp_.initFor(fileName_);
   return true;
 }

@@ -39,6 +39,9 @@ bool CKdIntegratedTextArray::saveTo(CQbase& db, short fieldNo) const {
   CInt16Array rotations;
   if (!getAsByteBuffer(bytes) || !getRotationArray(rotations)) return false;
   bool ok = db.setBinaryArray(fieldNo, bytes.data(), length());
+  // The binary array keeps at most its capacity of items; the rotations stay one per item
+  // kept, so that they still match when read.
+  rotations.resize(std::min(rotations.length(), CQbase::kMaxBinaryArrayItems));
   return db.setShortArray(kRotationField, rotations) && ok;
 }
 

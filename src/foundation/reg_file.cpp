@@ -343,8 +343,11 @@ const CRegFile::Value* CRegFile::findValue(std::wstring_view path, std::wstring_
 
 bool CRegFile::createKey(std::wstring_view path) {
   std::wstring normalized = normalizePath(path);
-  // A leading "-" would read back as the deletion of the key.
-  if (normalized.empty() || normalized[0] == L'-' || hasLineBreak(normalized)) return false;
+  // A leading "-" would read back as the deletion of the key, a "]" as the end of its
+  // section line.
+  if (normalized.empty() || normalized[0] == L'-' || hasLineBreak(normalized) ||
+      normalized.find(L']') != std::wstring::npos)
+    return false;
   keyFor(normalized);
   return true;
 }

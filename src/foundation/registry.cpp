@@ -1,8 +1,6 @@
 #include "vxkd/foundation/registry.h"
 
-#include <fcntl.h>
 #include <pwd.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,111 +36,18 @@ std::string homeFolder() {
   return "";
 }
 
-std::string folderOf(const std::string& path) {
-  size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-// Creates `folder` and the folders above it that are missing. Failures show up when the
-// file in it is opened.
-void makeFolders(const std::string& folder, mode_t mode) {
-  for (size_t slash = folder.find('/', 1);; slash = folder.find('/', slash + 1)) {
-    ::mkdir(folder.substr(0, slash).c_str(), mode);
-    if (slash == std::string::npos) break;
-  }
-}
-
 enum class ReadResult { ok, missing, failed };
 
+// The registry file at `path` and its permission, which a rewrite keeps.
 ReadResult readWhole(const std::string& path, std::string& data, mode_t& mode) {
-  data.clear();
   CEnv& env = CEnv::current();
-  int fd = env.openFile(path, O_RDONLY);
-  if (fd < 0) return errno == ENOENT || errno == ENOTDIR ? ReadResult::missing : ReadResult::failed;
+  int error = env.readWholeFile(path, data, kMaxFileSize);
+  if (error == ENOENT || error == ENOTDIR) return ReadResult::missing;
+  if (error != 0) return ReadResult::failed;
   struct stat st {};
-  mode = env.statFd(fd, &st) == 0 ? (st.st_mode & 07777) : 0644;
-  ReadResult result = ReadResult::ok;
-  char chunk[65536];
-  for (;;) {
-    ssize_t n = env.readFile(fd, chunk, sizeof chunk);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0 || data.size() + static_cast<size_t>(n) > kMaxFileSize) {
-      result = ReadResult::failed;
-      break;
-    }
-    if (n == 0) break;
-    data.append(chunk, static_cast<size_t>(n));
-  }
-  env.closeFile(fd);
-  if (result != ReadResult::ok) data.clear();
-  return result;
+  mode = env.statPath(path, &st) == 0 ? (st.st_mode & 07777) : 0644;
+  return ReadResult::ok;
 }
-
-bool writeAll(CEnv& env, int fd, const std::string& data) {
-  for (size_t done = 0; done < data.size();) {
-    ssize_t n = env.writeFile(fd, data.data() + done, data.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<size_t>(n);
-  }
-  return true;
-}
-
-// Replaces the file at `path` by `data`: a temporary file beside it, flushed to the disk, then
-// renamed over it, so that the file is always either the old one or the new one. The
-// temporary file's fixed name is safe because only the holder of the lock writes it.
-bool replaceFile(const std::string& path, const std::string& data, mode_t mode) {
-  CEnv& env = CEnv::current();
-  const std::string temp = path + ".tmp";
-  int fd = env.openFile(temp, O_WRONLY | O_CREAT | O_TRUNC, mode);
-  if (fd < 0) return false;
-  bool ok = writeAll(env, fd, data) && env.syncFile(fd) == 0;
-  ok = env.closeFile(fd) == 0 && ok;
-  if (ok) ok = env.renamePath(temp, path) == 0;
-  if (!ok) {
-    env.unlinkPath(temp);
-    return false;
-  }
-  // The rename itself reaches the disk with its folder; without that a crash could bring
-  // back the old file, which is still a whole file.
-  int folder = env.openFile(folderOf(path), O_RDONLY | O_DIRECTORY);
-  if (folder >= 0) {
-    env.syncFile(folder);
-    env.closeFile(folder);
-  }
-  return true;
-}
-
-// An exclusive advisory lock on the file beside the registry file, held for the life of the
-// object. The registry file itself cannot carry the lock: a write replaces it.
-class CRegistryLock {
- public:
-  explicit CRegistryLock(const std::string& path) : env_(CEnv::current()) {
-    fd_ = env_.openFile(path, O_RDWR | O_CREAT, 0644);
-    if (fd_ < 0) return;
-    int r;
-    do r = env_.lockFd(fd_, LOCK_EX);
-    while (r < 0 && errno == EINTR);
-    if (r < 0) {
-      env_.closeFile(fd_);
-      fd_ = -1;
-    }
-  }
-  ~CRegistryLock() {
-    if (fd_ < 0) return;
-    env_.lockFd(fd_, LOCK_UN);
-    env_.closeFile(fd_);
-  }
-  CRegistryLock(const CRegistryLock&) = delete;
-  CRegistryLock& operator=(const CRegistryLock&) = delete;
-
-  bool held() const { return fd_ >= 0; }
-
- private:
-  CEnv& env_;
-  int fd_ = -1;
-};
 
 // Applies `change` to the registry file at `path` under the lock. `change` returns false to
 // give up; the file is then left as it is. A file that exists but cannot be read is never
@@ -150,8 +55,9 @@ class CRegistryLock {
 template <typename Change>
 bool updateFile(const std::string& path, mode_t folderMode, Change change) {
   if (path.empty()) return false;
-  makeFolders(folderOf(path), folderMode);
-  CRegistryLock lock(path + ".lock");
+  // A folder that cannot be made shows up as the lock file that cannot be opened.
+  CEnv::current().makeFolders(cuFile::folderOfPath(path), folderMode);
+  CFileLockGuard lock(path + ".lock");
   if (!lock.held()) return false;
   std::string old;
   mode_t mode = 0644;
@@ -162,7 +68,7 @@ bool updateFile(const std::string& path, mode_t folderMode, Change change) {
   if (!change(file)) return false;
   std::string text = file.text();
   if (read == ReadResult::ok && text == old) return true;
-  return replaceFile(path, text, mode);
+  return CEnv::current().writeFileAtomically(path, text, mode) == 0;
 }
 
 void loadFile(const std::string& path, CRegFile& file) {

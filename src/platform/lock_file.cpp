@@ -183,9 +183,11 @@ void CLockFile::release() {
 CWsz CLockFile::lockFileNameFor(const wchar_t* datasetPath) {
   std::wstring path = datasetPath ? datasetPath : L"";
   if (path.size() < 3) return CWsz();
-  path.resize(path.size() - 3);
-  path += L"lck";
-  return CWsz(std::move(path));
+  std::wstring lock = path.substr(0, path.size() - 3) + L"lck";
+  // The lock would be the dataset itself (set() would overwrite it), or the replaced
+  // characters reach into the folder part: such a name cannot carry a lock file.
+  if (lock == path || path.find(L'/', path.size() - 3) != std::wstring::npos) return CWsz();
+  return CWsz(std::move(lock));
 }
 
 int CLockFile::queryOwner(const wchar_t* lockPath, wchar_t* otherOwner) {

@@ -1,13 +1,21 @@
 #include "vxkd/platform/paths.h"
 
 #include <dlfcn.h>
-#include <sys/stat.h>
 
-#include <fstream>
+#include <string_view>
 
+#include "vxkd/platform/env.h"
 #include "vxkd/platform/sz.h"
 
 namespace cuFile {
+
+namespace {
+
+// The library's text files (dictionaries, language texts, symbol series) are far smaller;
+// a larger file is not one of them.
+constexpr size_t kMaxTextFileSize = 64 << 20;
+
+}  // namespace
 
 CWsz libraryFolder() {
   Dl_info info{};
@@ -27,9 +35,7 @@ CWsz joinPath(const wchar_t* folder, const wchar_t* name) {
 }
 
 bool exists(const wchar_t* path) {
-  if (!path || !*path) return false;
-  struct stat st {};
-  return ::stat(nativePath(path).c_str(), &st) == 0;
+  return path && *path && CEnv::current().exists(nativePath(path));
 }
 
 std::string nativePath(const wchar_t* path) { return cuSz::toUtf8(path ? path : L""); }
@@ -37,16 +43,19 @@ std::string nativePath(const wchar_t* path) { return cuSz::toUtf8(path ? path : 
 bool readTextLines(const wchar_t* path, std::vector<std::string>& lines) {
   lines.clear();
   if (!path || !*path) return false;
-  std::ifstream in(nativePath(path), std::ios::binary);
-  if (!in) return false;
-  std::string line;
-  while (std::getline(in, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(std::move(line));
+  std::string text;
+  if (CEnv::current().readWholeFile(nativePath(path), text, kMaxTextFileSize) != 0) return false;
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    size_t end = rest.find('\n');
+    std::string_view line = rest.substr(0, end);
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    lines.emplace_back(line);
+    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
   }
   // A byte order mark written by an editor is not part of the first line.
   if (!lines.empty() && lines[0].rfind("\xEF\xBB\xBF", 0) == 0) lines[0].erase(0, 3);
-  return !in.bad();
+  return true;
 }
 
 bool isCommentOrBlank(const std::string& line) {

@@ -1,11 +1,11 @@
 #include "platform/qbase_dictionary.h"
 
-#include <fcntl.h>
-#include <unistd.h>
+#include <sqlite3.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 #include "vxkd/platform/env.h"
 
@@ -142,23 +142,10 @@ bool CQbaseDictionary::fail(int line, const std::string& message) {
 }
 
 bool CQbaseDictionary::load(const std::string& path) {
-  CEnv& env = CEnv::current();
-  int fd = env.openFile(path, O_RDONLY);
-  if (fd < 0) return fail(0, "cannot open " + path);
   std::string text;
-  char buffer[8192];
-  bool ok = true;
-  for (;;) {
-    ssize_t n = env.readFile(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) ok = false;
-    if (n <= 0) break;
-    text.append(buffer, static_cast<size_t>(n));
-    if (text.size() > kMaxFileSize) ok = false;
-    if (!ok) break;
-  }
-  env.closeFile(fd);
-  if (!ok) return fail(0, "cannot read " + path);
+  int error = CEnv::current().readWholeFile(path, text, kMaxFileSize);
+  if (error == ENOENT) return fail(0, "cannot open " + path);
+  if (error != 0) return fail(0, "cannot read " + path + ": " + std::strerror(error));
   return parse(text);
 }
 
@@ -201,6 +188,12 @@ bool CQbaseDictionary::parse(std::string_view text) {
       }
       if (!isCode(w[1])) return fail(lineNo, "bad record code");
       if (indexOf(w[1]) >= 0) return fail(lineNo, "record " + std::string(w[1]) + " twice");
+      // SQLite's table names ignore case: two such codes would share one table.
+      for (const QbaseRecordDef& other : records_) {
+        if (sqlite3_stricmp(other.code.c_str(), std::string(w[1]).c_str()) == 0)
+          return fail(lineNo, "record " + std::string(w[1]) + " differs from " + other.code +
+                                  " only in letter case");
+      }
       if (!parseNumber(w[2], 1, kMaxKeyWidth, number)) return fail(lineNo, "bad key width");
       if (!isName(w[3])) return fail(lineNo, "bad record name");
       QbaseRecordDef rec;

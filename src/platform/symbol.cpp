@@ -1,17 +1,16 @@
 #include "vxkd/platform/symbol.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <numbers>
 #include <sstream>
 
 #include "platform/byte_order.h"
+#include "vxkd/platform/env.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
 
@@ -61,21 +60,21 @@ bool parseNode(std::string_view text, CGmNode& node) {
 std::vector<std::pair<CWsz, CWsz>> seriesFilesIn(const CWsz& folder) {
   std::vector<std::pair<CWsz, CWsz>> found;
   if (folder.isEmpty()) return found;
-  DIR* dir = ::opendir(cuFile::nativePath(folder).c_str());
-  if (!dir) return found;
+  CEnv& env = CEnv::current();
+  std::vector<std::string> names;
+  if (env.listFolder(cuFile::nativePath(folder), names) != 0) return found;
   const int extLength = static_cast<int>(std::wcslen(kSeriesExtension));
-  while (const dirent* entry = ::readdir(dir)) {
-    if (entry->d_name[0] == '.') continue;
-    CWsz name = CWsz::fromUtf8(entry->d_name);
+  for (const std::string& entry : names) {
+    if (entry[0] == '.') continue;
+    CWsz name = CWsz::fromUtf8(entry.c_str());
     if (name.length() <= extLength ||
         !cuSz::equalNoCase(name.mid(name.length() - extLength), kSeriesExtension))
       continue;
     CWsz path = cuFile::joinPath(folder, name);
     struct stat st {};
-    if (::stat(cuFile::nativePath(path).c_str(), &st) != 0 || !S_ISREG(st.st_mode)) continue;
+    if (env.statPath(cuFile::nativePath(path), &st) != 0 || !S_ISREG(st.st_mode)) continue;
     found.emplace_back(name.left(name.length() - extLength), path);
   }
-  ::closedir(dir);
   std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
     return cuSz::compareLogical(a.first, b.first) < 0;
   });

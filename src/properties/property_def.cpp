@@ -138,6 +138,8 @@ int CKdPropertyDefArray::sortCmp(int sortId, const void* a, const void* b) const
 
 bool CKdPropertyDefArray::add(const wchar_t* name, const wchar_t* description,
                               CKdPropertyValue::valueTypeId valueType, CKdUnit unit, int decimals) {
+  // Names are unique ignoring case: a second "Width" could never be told from the first.
+  if (name && *name && findName(name)) return false;
   long id = VxKd::getSpecialPropertyDbId(name);
   if (id == 0) id = nextId(1, kMaxId);
   // Without a free id the definition could never be stored: its key would not read back.

@@ -162,7 +162,7 @@ class SilentUi : public CConsoleUiBackend {
 };
 
 // One designer: `edits` edit cycles on the shared file. Exit code 0 on success, 3 when two
-// designers held the lock at once, 4 when a save failed.
+// designers held the lock at once, 10 + the reason when a save failed.
 int designer(const CWsz& path, const std::string& marker, int who, int edits) {
   SilentUi ui;
   CKdProject project;
@@ -183,7 +183,7 @@ int designer(const CWsz& path, const std::string& marker, int who, int edits) {
     bool saved = project.updateDb(nullptr);
     unlink(marker.c_str());
     lock.release();
-    if (!saved) return 4;
+    if (!saved) return 10 + project.failReason();
     ++done;
   }
   return 0;
@@ -204,7 +204,9 @@ TEST_F(ProjectLockTest, EightDesignersLoseNoUpdate) {
     int status = 0;
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
     ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "3: two holders at once; 4: a failed save";
+    EXPECT_EQ(WEXITSTATUS(status), 0)
+        << "3: two holders at once; 10 + reason: a failed save, "
+        << CQbase::reasonText(static_cast<CQbase::failReason>(WEXITSTATUS(status) - 10));
   }
   CKdProject result;
   ASSERT_TRUE(result.readDb(nullptr, path()));

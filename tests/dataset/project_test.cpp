@@ -452,4 +452,25 @@ TEST_F(ProjectTest, FileDialogsAskWithTheirTitlesAndFilter) {
   EXPECT_EQ(ui_.interactions()[1].text, L"Save Dataset As");
 }
 
+// "office" would be locked by "offlck": the save dialog's answer always ends in ".vkd".
+TEST_F(ProjectTest, SaveDialogAppendsTheExtensionWhenMissing) {
+  const std::pair<const wchar_t*, std::wstring> kAnswers[] = {
+      {L"/data/office", L"/data/office.vkd"},
+      {L"/data/office.vkd", L"/data/office.vkd"},
+      {L"/data/OFFICE.VKD", L"/data/OFFICE.VKD"},
+      {L"/data/office.vkd.bak", L"/data/office.vkd.bak.vkd"},
+  };
+  for (const auto& [answer, expected] : kAnswers) {
+    CWsz chosen;
+    ui_.answerFileDialogWith(answer);
+    ASSERT_TRUE(CKdProject::askSaveFileName(nullptr, chosen));
+    EXPECT_EQ(chosen.str(), expected);
+  }
+  CWsz chosen;
+  ui_.answerFileDialogWith((L"/" + std::wstring(400, L'n')).c_str());
+  ASSERT_TRUE(CKdProject::askSaveFileName(nullptr, chosen));
+  EXPECT_EQ(chosen.length(), 300);
+  EXPECT_EQ(chosen.mid(296).str(), L".vkd");
+}
+
 }  // namespace

@@ -245,6 +245,18 @@ TEST_F(RegistryTest, KeyPathsAndValueNamesIgnoreCase) {
   EXPECT_EQ(text.find("userpreferences"), std::string::npos) << "one key, its first path";
 }
 
+// A key path that the file could not carry back is refused, and nothing is written.
+TEST_F(RegistryTest, KeyPathsThatCannotBeWrittenAreRefused) {
+  CSystemRegistry key = userKey();
+  for (const wchar_t* sub : {L"A]B", L"Closing]", L"Line\nBreak"}) {
+    EXPECT_FALSE(key.writeDw(sub, L"X", 1)) << cuSz::toUtf8(sub);
+    EXPECT_FALSE(key.writeWsz(sub, L"X", L"text")) << cuSz::toUtf8(sub);
+  }
+  EXPECT_EQ(registry_.currentUserText(), "");
+  EXPECT_TRUE(key.writeDw(L"A[B", L"X", 1)) << "an opening bracket is harmless";
+  EXPECT_EQ(dwordOf(key, L"A[B", L"X"), 1);
+}
+
 TEST(SystemRegistry, UninitialisedRegistryDoesNothingAndRootsHaveTheirOwnFiles) {
   vxkd_test::TempRegistry registry;
   CSystemRegistry key;
@@ -314,9 +326,38 @@ TEST_F(RegistryFault, FailedReplaceLeavesTheFileAsItWas) {
   env_.failRenames(EXDEV);
   EXPECT_FALSE(userKey().writeDw(L"", L"X", 2));
   EXPECT_EQ(registry_.currentUserText(), before);
-  EXPECT_EQ(registry_.folder().read("hkcu/registry.reg.tmp"), "") << "no temporary file left";
+  EXPECT_EQ(registry_.folder().names("hkcu"),
+            (std::vector<std::string>{"registry.reg", "registry.reg.lock"}))
+      << "no temporary file left";
   env_.failRenames(0);
   EXPECT_EQ(dwordOf(userKey(), L"", L"X"), 1);
+}
+
+TEST_F(RegistryFault, FailedWriteOrFlushLeavesTheFileAsItWas) {
+  const std::string before = registry_.currentUserText();
+  for (bool flush : {false, true}) {
+    SCOPED_TRACE(flush ? "flush" : "write");
+    if (flush)
+      env_.failSyncs(EIO);
+    else
+      env_.failWrites(ENOSPC);
+    EXPECT_FALSE(userKey().writeWsz(L"", L"Y", L"text"));
+    EXPECT_EQ(registry_.currentUserText(), before);
+    EXPECT_EQ(registry_.folder().names("hkcu"),
+              (std::vector<std::string>{"registry.reg", "registry.reg.lock"}));
+    env_.failSyncs(0);
+    env_.failWrites(0);
+  }
+}
+
+TEST_F(RegistryFault, FolderThatCannotBeMadeFailsTheWrite) {
+  vxkd_test::ScopedEnv elsewhere("VXKD_HKCU", registry_.folder().native("new/deeper/registry.reg"));
+  env_.failMakeFolders(EACCES);
+  EXPECT_FALSE(userKey().writeDw(L"", L"X", 2));
+  EXPECT_FALSE(access(registry_.folder().native("new").c_str(), F_OK) == 0);
+  env_.failMakeFolders(0);
+  EXPECT_TRUE(userKey().writeDw(L"", L"X", 2));
+  EXPECT_EQ(dwordOf(userKey(), L"", L"X"), 2);
 }
 
 TEST_F(RegistryFault, FileThatCannotBeReadIsNeverReplaced) {

@@ -279,12 +279,17 @@ TEST_F(LockFileTest, OnlyOneProcessHoldsLockAtATime) {
   EXPECT_FALSE(lockFileExists());
 }
 
+// Blind, except where the result could not serve as the lock of that dataset.
 TEST(LockFileName, ReplacesLastThreeCharactersBlindly) {
   const std::pair<const wchar_t*, const wchar_t*> names[] = {
       {L"/srv/proj/main.vkd", L"/srv/proj/main.lck"},
       {L"x.vkdx", L"x.vlck"},
       {L"abc", L"lck"},
       {L"ab", L""},
+      {L"/srv/ab", L""},   // the lock would be /srv/lck, in the folder above the name
+      {L"dir/", L""},      // a folder
+      {L"data.lck", L""},  // the lock would be the dataset itself
+      {L"data.LCK", L"data.lck"},
       {L"", L""},
       {nullptr, L""}};
   for (auto [dataset, lock] : names) EXPECT_EQ(CLockFile::lockFileNameFor(dataset), CWsz(lock));

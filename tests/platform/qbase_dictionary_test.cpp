@@ -41,6 +41,8 @@ const BadDictionary kBadDictionaries[] = {
     {"upper_case_name", "format a 1\nrecord RD 6 x\nfield 1501 Name wsz\nend\n",
      "line 3: bad field name"},
     {"like_unknown", "format a 1\nrecord SD 6 x like PD\nend\n", "line 2: unknown record PD"},
+    {"codes_differ_in_case", "format a 1\nrecord Rd 6 x\nend\nrecord rD 6 y\nend\n",
+     "line 4: record rD differs from Rd only in letter case"},
 };
 
 void PrintTo(const BadDictionary& c, std::ostream* os) { *os << c.name; }

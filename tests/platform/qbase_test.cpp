@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -191,7 +193,6 @@ TEST_F(QbaseTest, SettersRefuseOrCutWhatTheFieldCannotHold) {
   ASSERT_TRUE(db.setBinaryArray(1603, data, 2));
   EXPECT_FALSE(db.setBinaryArray(1603, data, -1));
   EXPECT_FALSE(db.setBinaryArray(1603, nullptr, 1));
-  EXPECT_FALSE(db.setBinaryArray(1603, data, INT_MAX / 10));
   EXPECT_FALSE(db.setAttachment(nullptr, 5));
   CByteBuffer out;
   int count = 0;
@@ -219,6 +220,45 @@ TEST_F(QbaseTest, TextsWithANulWrittenElsewhereReadUpToIt) {
   ASSERT_TRUE(db.getWsz(1501, wide) && db.getSz(1505, narrow));
   EXPECT_EQ(wide.str(), L"ab");
   EXPECT_EQ(narrow.str(), "ab");
+}
+
+// A binary-array field holds at most 1000 items: more are cut when written, and a file
+// that holds more (written by another tool) reads as its first 1000.
+TEST_F(QbaseTest, BinaryArrayHoldsAtMostAThousandItems) {
+  constexpr int kMax = CQbase::kMaxBinaryArrayItems;
+  static_assert(kMax == 1000);
+  std::string items(1500 * 36, '\0');
+  for (size_t i = 0; i < items.size(); ++i) items[i] = static_cast<char>(i / 36);
+  {
+    CQbase db;
+    ASSERT_TRUE(open(db, true));
+    for (int count : {kMax - 1, kMax, kMax + 1, 1500}) {
+      ASSERT_TRUE(db.createRec("TT", std::to_string(count).c_str()));
+      ASSERT_TRUE(db.setBinaryArray(1603, items.data(), count) && db.saveRec());
+    }
+    ASSERT_TRUE(db.closeDatabase());
+  }
+  ASSERT_EQ(system(("sqlite3 " + dir_.native("test.vkd") +
+                    " \"UPDATE TT_all_types SET f1603_g = zeroblob(36 * 1200 + 5) WHERE "
+                    "record_key = '1500'\"")
+                       .c_str()),
+            0);
+  CQbase db;
+  ASSERT_TRUE(db.openDatabase(dict_, file_, CQbase::openRead)) << db.lastError();
+  for (int count : {kMax - 1, kMax, kMax + 1, 1500}) {
+    SCOPED_TRACE(count);
+    CByteBuffer out;
+    int n = 0;
+    ASSERT_TRUE(db.fetchRec("TT", std::to_string(count).c_str()));
+    ASSERT_TRUE(db.getBinaryArray(1603, out, n));
+    EXPECT_EQ(n, std::min(count, kMax));
+    EXPECT_EQ(out.size(), n * 36);
+    if (count < 1500) {
+      EXPECT_EQ(std::string(reinterpret_cast<const char*>(out.data()), out.size()),
+                items.substr(0, out.size()));
+    }
+  }
+  EXPECT_TRUE(db.closeDatabase());
 }
 
 TEST_F(QbaseTest, SavingReplacesStoredRecordOfSameKey) {
@@ -335,7 +375,9 @@ TEST_F(QbaseTest, CloseCommitsAndAbandonRollsBack) {
   EXPECT_EQ(members(db), Keys{"000001"});
 }
 
-TEST_F(QbaseTest, OperationsNeedAnOpenDatabaseAndCreateANewFile) {
+// A creation builds the new file beside the target: a file there stays whole until the
+// new one is committed and put in its place, and an abandoned creation leaves nothing.
+TEST_F(QbaseTest, OperationsNeedAnOpenDatabaseAndCreationReplacesOnlyAtTheClose) {
   CQbase db;
   EXPECT_FALSE(db.createRec("TT", "1"));
   EXPECT_FALSE(db.saveRec());
@@ -344,9 +386,20 @@ TEST_F(QbaseTest, OperationsNeedAnOpenDatabaseAndCreateANewFile) {
   ASSERT_TRUE(open(db, true));
   EXPECT_FALSE(open(db, true));  // already open
   db.abandon();                  // the new file goes again
+  EXPECT_EQ(dir_.names(), (std::vector<std::string>{"test.ddq"}));
   ASSERT_TRUE(dir_.write("test.vkd", "keep me"));
-  EXPECT_FALSE(open(db, true));
+  ASSERT_TRUE(open(db, true));
+  saveKeys(db, {"000001"});
   EXPECT_EQ(dir_.read("test.vkd"), "keep me");
+  db.abandon();
+  EXPECT_EQ(dir_.read("test.vkd"), "keep me");
+  EXPECT_EQ(dir_.names(), (std::vector<std::string>{"test.ddq", "test.vkd"}));
+  ASSERT_TRUE(open(db, true));
+  saveKeys(db, {"000002"});
+  ASSERT_TRUE(db.closeDatabase());
+  EXPECT_EQ(dir_.names(), (std::vector<std::string>{"test.ddq", "test.vkd"}));
+  ASSERT_TRUE(open(db));
+  EXPECT_EQ(members(db), Keys{"000002"});
 }
 
 TEST_F(QbaseTest, CommitMovesLastWriteTimeStrictlyForward) {

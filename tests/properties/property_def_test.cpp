@@ -76,6 +76,16 @@ TEST(PropertyDefArray, AddTakesSpecialIdOrNextFreeUserId) {
   EXPECT_EQ(gap.objAt(1)->dbId(), 1);
 }
 
+TEST(PropertyDefArray, AddOfANameThatExistsIgnoringCaseFails) {
+  CKdPropertyDefArray defs;
+  ASSERT_TRUE(defs.add(L"Width", L"Duct width", V::typeInt32, CKdUnit::unitMm, 0));
+  for (const wchar_t* same : {L"Width", L"WIDTH", L"width"})
+    EXPECT_FALSE(defs.add(same, L"again", V::typeInt32, CKdUnit::unitMm, 0));
+  ASSERT_TRUE(defs.add(L"Widths", L"", V::typeInt32, CKdUnit::unitMm, 0));
+  EXPECT_EQ(names(defs), L"Width Widths");
+  EXPECT_EQ(defs.objAt(0)->desc().str(), L"Duct width");
+}
+
 TEST(PropertyDefArray, AddStdPropertyTakesTheSpecialRowOrRefuses) {
   vxkd_test::openLanguageDb();
   CKdPropertyDefArray defs;

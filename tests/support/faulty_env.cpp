@@ -78,6 +78,24 @@ int FaultyEnv::renamePath(const std::string& from, const std::string& to) {
   return CEnv::renamePath(from, to);
 }
 
+int FaultyEnv::syncFile(int fd) {
+  if (syncError_) return fail(syncError_);
+  return CEnv::syncFile(fd);
+}
+
+int FaultyEnv::makeFolder(const std::string& path, mode_t mode) {
+  if (makeFolderError_) return fail(makeFolderError_);
+  return CEnv::makeFolder(path, mode);
+}
+
+int FaultyEnv::listFolder(const std::string& path, std::vector<std::string>& names) {
+  if (listFolderError_) {
+    names.clear();
+    return fail(listFolderError_);
+  }
+  return CEnv::listFolder(path, names);
+}
+
 int FaultyEnv::lockFd(int fd, int operation) {
   int result = CEnv::lockFd(fd, operation);
   if (result == 0 && !(operation & LOCK_UN) && lockHook_) {

@@ -34,6 +34,10 @@ class FaultyEnv : public CEnv {
   }
   void failSetTimes(int error) { setTimesError_ = error; }
   void failRenames(int error) { renameError_ = error; }
+  // Fails every fsync(2), mkdir(2) or folder listing with `error` (0 stops failing).
+  void failSyncs(int error) { syncError_ = error; }
+  void failMakeFolders(int error) { makeFolderError_ = error; }
+  void failListFolders(int error) { listFolderError_ = error; }
   // The `first`-th database write from now on (counting from 1) fails with `error`, and every
   // later one too when `sticky` (a disk stays full). 0 lets every write through.
   void failDatabaseWrites(int first, int error = ENOSPC, bool sticky = true);
@@ -59,6 +63,9 @@ class FaultyEnv : public CEnv {
   int statFd(int fd, struct stat* st) override;
   int statPath(const std::string& path, struct stat* st) override;
   int renamePath(const std::string& from, const std::string& to) override;
+  int syncFile(int fd) override;
+  int makeFolder(const std::string& path, mode_t mode) override;
+  int listFolder(const std::string& path, std::vector<std::string>& names) override;
   int lockFd(int fd, int operation) override;
   int setPathTimes(const std::string& path, const struct timespec times[2]) override;
   int checkDatabaseWrite(const std::string& path, size_t size) override;
@@ -77,6 +84,9 @@ class FaultyEnv : public CEnv {
   int statPathError_ = 0;
   int setTimesError_ = 0;
   int renameError_ = 0;
+  int syncError_ = 0;
+  int makeFolderError_ = 0;
+  int listFolderError_ = 0;
   bool wholeSeconds_ = false;
   bool coarseReads_ = false;
   std::function<void(int)> lockHook_;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -44,6 +45,15 @@ bool TempFolder::write(std::string_view name, std::string_view bytes) const {
 }
 
 std::string TempFolder::read(std::string_view name) const { return readBytes(native(name)); }
+
+std::vector<std::string> TempFolder::names(std::string_view sub) const {
+  std::vector<std::string> out;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(native(sub), ignored))
+    out.push_back(entry.path().filename().string());
+  std::sort(out.begin(), out.end());
+  return out;
+}
 
 bool writeBytes(const std::string& path, std::string_view bytes) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "vxkd/platform/wsz.h"
 
@@ -28,6 +29,8 @@ class TempFolder {
   // back ("" when it cannot be read).
   bool write(std::string_view name, std::string_view bytes) const;
   std::string read(std::string_view name) const;
+  // The names in the folder `sub` ("" for the folder itself), sorted.
+  std::vector<std::string> names(std::string_view sub = "") const;
 
  private:
   std::string folder_;

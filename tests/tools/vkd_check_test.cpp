@@ -111,14 +111,14 @@ TEST_F(VkdCheck, FileThatCannotBeReadExitsWithTwo) {
     std::string file;
     const char* message;
   } cases[] = {
-      {dir_.native("missing.vkd"), "File Not Found: Selected file cannot be found"},
-      {dir_.native("text.vkd"), "Cannot Open Dataset: Dataset cannot be opened"},
+      {dir_.native("missing.vkd"), "missing (File Not Found: Selected file cannot be found)"},
+      {dir_.native("text.vkd"), "not a database (Cannot Open Dataset: Dataset cannot be opened)"},
   };
   for (const auto& c : cases) {
     auto run = runVkd({"check", c.file});
     EXPECT_EQ(run.status, 2) << c.file;
     EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, "vkd: cannot read " + c.file + " (" + c.message + ")\n");
+    EXPECT_EQ(run.err, "vkd: cannot read " + c.file + ": " + c.message + "\n");
   }
 }
 
@@ -132,7 +132,7 @@ TEST_F(VkdCheck, WrongCommandLineExitsWithTwoAndShowsTheUsage) {
   }
   auto help = runVkd({"--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_NE(help.out.find("\n  check FILE.vkd            list what a save could not store"),
+  EXPECT_NE(help.out.find("\n  check FILE.vkd              list what a save could not store"),
             std::string::npos)
       << help.out;
 }

@@ -94,7 +94,7 @@ TEST_F(VkdListReports, WrongKindOrFileFails) {
   run = runVkd({"list", dir_.native("none.vkd"), "reports"});
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "vkd: cannot read " + dir_.native("none.vkd") +
-                         " (File Not Found: Selected file cannot be found)\n");
+                         ": missing (File Not Found: Selected file cannot be found)\n");
 }
 
 TEST_F(VkdListReports, CheckNamesReportRecordsThatASaveCouldNotStore) {

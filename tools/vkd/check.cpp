@@ -14,9 +14,8 @@ namespace {
 int check(const std::vector<std::string>& args, ToolUiBackend& ui) {
   CKdProject project;
   if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str()))) {
-    std::string why = ui.lastMessage();
-    fail("cannot read " + args[0] + (why.empty() ? "" : " (" + why + ")"));
-    return 2;
+    fail("cannot read " + args[0] + ": " + failureOf(project, ui));
+    return exitUsage;  // 2, as for a wrong command line: 1 says the dataset has problems
   }
   std::vector<std::string> problems;
   for (const Check* check : checks()) check->run(project, problems);
@@ -24,16 +23,16 @@ int check(const std::vector<std::string>& args, ToolUiBackend& ui) {
   for (const std::string& problem : problems) std::printf("%s\n", problem.c_str());
   if (problems.empty()) {
     std::printf("%s: no problems found\n", args[0].c_str());
-    return 0;
+    return exitOk;
   }
   std::fprintf(stderr, "vkd: %zu problem%s in %s\n", problems.size(),
                problems.size() == 1 ? "" : "s", args[0].c_str());
-  return 1;
+  return exitFailure;
 }
 
 const Command kCheck("check", "FILE.vkd",
-                     "list what a save could not store, one problem per line (exit status 1 "
-                     "with problems, 2 when the file cannot be read)",
+                     "list what a save could not store, one problem per line; exit\n"
+                     "status 1 with problems, 2 when the file cannot be read",
                      1, check);
 
 }  // namespace

@@ -21,7 +21,22 @@ int ToolUiBackend::messageBox(cuWin::HWND, const wchar_t* text, const wchar_t* c
 
 int fail(const std::string& message) {
   std::fprintf(stderr, "vkd: %s\n", message.c_str());
-  return 1;
+  return exitFailure;
+}
+
+std::string failureOf(const CKdProject& project, const ToolUiBackend& ui) {
+  std::string why = CQbase::reasonText(project.failReason());
+  std::string box = ui.lastMessage();
+  return box.empty() ? why : why + " (" + box + ")";
+}
+
+CWsz lockFileOf(const CWsz& path, std::string& why) {
+  CWsz lock = CLockFile::lockFileNameFor(path);
+  if (lock.isEmpty())
+    why = narrow(path) +
+          " cannot carry a lock file: its lock file is its name with the last three "
+          "characters replaced by \"lck\"; give the dataset a name ending in \".vkd\"";
+  return lock;
 }
 
 int failWithBox(const std::string& message, const ToolUiBackend& ui) {
@@ -118,6 +133,17 @@ Command::Command(const char* name, const char* usage, const char* help, int argC
   registry<Command>()[name] = this;
 }
 
+Command::Command(const char* name, const char* usage, const char* help, int argCount,
+                 const char* options, RunWithOptions run)
+    : name(name),
+      usage(usage),
+      help(help),
+      argCount(argCount),
+      options(options),
+      runWithOptions(run) {
+  registry<Command>()[name] = this;
+}
+
 std::vector<const Command*> commands() { return registered<Command>(); }
 
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
@@ -147,7 +173,8 @@ int editDataset(const std::string& path, ToolUiBackend& ui,
   }
   if (!edit(project)) return 1;
   if (!project.updateDb(nullptr))
-    return failWithBox("cannot save " + path + "; the dataset is as it was", ui);
+    return fail("cannot save " + path + ": " + failureOf(project, ui) +
+                "; the dataset is as it was");
   return 0;  // the lock is released as it goes out of scope
 }
 

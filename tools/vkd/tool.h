@@ -1,14 +1,15 @@
 #pragma once
 // What the commands of vkd share: the message-box backend that turns the library's boxes
 // into lines on standard error, the failure line, text conversion, aligned tables, the
-// registry of the kinds of definition that `vkd list` shows and that of the checks that
-// `vkd check` runs.
+// registry of the commands (one source file each), that of the kinds of definition that
+// `vkd list` shows and that of the checks that `vkd check` runs.
 
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "vxkd/dataset/project.h"
+#include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/platform/wsz.h"
 
@@ -33,10 +34,26 @@ class ToolUiBackend : public CUiBackend {
   std::string lastMessage_;
 };
 
-// Prints "vkd: message" on standard error and returns 1.
+// The exit statuses of vkd.
+enum exitStatus : int {
+  exitOk = 0,
+  exitFailure = 1,    // the command failed; one line on standard error says why
+  exitUsage = 2,      // a command line vkd does not understand
+  exitLocked = 3,     // lock-status: someone holds the lock
+  exitStaleLock = 4,  // lock-status: a lock file that nobody holds is left
+};
+
+// Prints "vkd: message" on standard error and returns exitFailure.
 int fail(const std::string& message);
 // The same, with the words of the library's last message box in brackets when it showed one.
 int failWithBox(const std::string& message, const ToolUiBackend& ui);
+// Why the project's last read or save of `path` failed, for the failure line: the record
+// database's reason and the words of the box the library showed ("damaged (Cannot Open
+// Dataset: Dataset cannot be opened)").
+std::string failureOf(const CKdProject& project, const ToolUiBackend& ui);
+// The lock file of the dataset `path`; empty, with the reason in `why`, when the name
+// cannot carry one.
+CWsz lockFileOf(const CWsz& path, std::string& why);
 // UTF-8 of a wide text; "" for null.
 std::string narrow(const wchar_t* text);
 
@@ -55,6 +72,12 @@ struct Table {
   void print() const;
 };
 
+// The options of the command line, each for the commands that name it.
+struct Options {
+  bool force = false;   // new: replace an existing dataset
+  bool sample = false;  // new: add example definitions
+};
+
 // One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
 // of its own and registers itself with a static ListKind object.
 struct ListKind {
@@ -70,16 +93,23 @@ std::vector<const ListKind*> listKinds();
 
 // A command of vkd that lives in a source file of its own and registers itself with a static
 // Command object. `run` gets the arguments after the command name, exactly `argCount` of
-// them, and returns the exit code.
+// them, and returns the exit code. A command that takes options names the long options it
+// accepts ("force,sample") and gets them in `runWithOptions`.
 struct Command {
   using Run = int (*)(const std::vector<std::string>& args, ToolUiBackend& ui);
+  using RunWithOptions = int (*)(const std::vector<std::string>& args, const Options& options,
+                                 ToolUiBackend& ui);
   Command(const char* name, const char* usage, const char* help, int argCount, Run run);
+  Command(const char* name, const char* usage, const char* help, int argCount, const char* options,
+          RunWithOptions run);
 
   const char* name;
-  const char* usage;  // the arguments, as the usage text shows them
-  const char* help;
+  const char* usage;  // the options and arguments, as the usage text shows them
+  const char* help;   // one or more lines
   int argCount;
-  Run run;
+  const char* options = "";
+  Run run = nullptr;
+  RunWithOptions runWithOptions = nullptr;
 };
 // Every registered command, in the order of their names.
 std::vector<const Command*> commands();

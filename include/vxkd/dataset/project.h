@@ -13,12 +13,11 @@
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/file_time.h"
 #include "vxkd/platform/lock_file.h"
+#include "vxkd/platform/qbase.h"
 #include "vxkd/platform/types.h"
 #include "vxkd/platform/wsz.h"
 #include "vxkd/properties/property_def.h"
 #include "vxkd/reports/report.h"
-
-class CQbase;
 
 class VXKD_API CKdProject {
  public:
@@ -58,22 +57,37 @@ class VXKD_API CKdProject {
     lastTreePosId_ = id;
   }
 
-  // Creates an empty dataset file at `path` (replacing a file there) and binds the project
-  // to it; the definitions in memory are neither reset nor written. False, with the
-  // message shown, when the file cannot be created.
+  // Creates an empty dataset file at `path` and binds the project to it; the definitions in
+  // memory are neither reset nor written. A file at `path` is replaced, but only by the
+  // complete new one (built beside it and renamed into place). False, with the message
+  // shown and failReason() set, when the file cannot be created.
   bool newDb(cuWin::HWND hwnd, const wchar_t* path);
-  // Reads the dataset at `path` into the project and binds the project to it. False, with
-  // the message shown and the project untouched, when the file cannot be opened.
+  // Reads the dataset at `path` into the project and binds the project to it. The file is
+  // opened read-only and shared with other readers. False, with the message shown,
+  // failReason() set and the project untouched, when the file cannot be opened or a read
+  // fails in the middle (a damaged file).
   bool readDb(cuWin::HWND hwnd, const wchar_t* path);
   // Writes every array into the open `db`, commits and closes it, and takes the new time
   // stamp. False when the commit failed: the file is then as it was before.
   bool writeDb(cuWin::HWND hwnd, CQbase& db);
-  // Writes the project back to its file.
+  // Writes the project back to its file in one transaction, after the file passed its
+  // integrity check. Each array saves its records over the stored ones; records whose
+  // definitions were removed from memory stay in the file (deletePropertyDefs removes
+  // them from both). False, with failReason() set (and the open's message shown when the
+  // file cannot be opened), when nothing was written.
   bool updateDb(cuWin::HWND hwnd);
-  // Writes the project to a new file at `path` (replacing a file there) and binds to it.
+  // Writes the project to a new file at `path` and binds to it. A file at `path`, the
+  // project's own included, is replaced only by the complete new one, so a crash or a full
+  // disk in between leaves the old file whole. False with failReason() set.
   bool saveDbAs(cuWin::HWND hwnd, const wchar_t* path);
+  // Why the last readDb, updateDb, newDb, saveDbAs or deletePropertyDefs failed (the
+  // record database's reason: not a database, not a dataset, newer format, damaged,
+  // read-only, busy, missing); reasonNone after a success.
+  CQbase::failReason failReason() const { return failReason_; }
 
-  // The open- and save-file dialogs of datasets; false when cancelled.
+  // The open- and save-file dialogs of datasets; false when cancelled. The save dialog
+  // appends ".vkd" to a name without it, so that the lock file (the name's last three
+  // characters replaced by "lck") lies beside the dataset under a name of its own.
   static bool askOpenFileName(cuWin::HWND hwnd, CWsz& path);
   static bool askSaveFileName(cuWin::HWND hwnd, CWsz& path);
 
@@ -123,8 +137,9 @@ class VXKD_API CKdProject {
   bool save2dSymbol(CQbase& db, const CVxSymbolModel& symbol);
   // A copy of the symbol whose symbol id is `symbolId`; false (and `out` cleared) if none.
   bool find2dSymbol(const char* symbolId, CVxSymbolModel& out) const;
-  // Deletes the symbol `symbolId` from `db` and the list unless a product definition uses
-  // it; false when it is in use, unknown, or its record cannot be deleted.
+  // Deletes the symbol `symbolId` from `db` and the list; false when it is unknown or its
+  // record cannot be deleted. The project holds no product definitions yet, so no use of
+  // the symbol is checked here.
   bool delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId);
   bool delete2dSymbolIfNotUsed(CQbase& db, const wchar_t* symbolId);
 
@@ -144,6 +159,8 @@ class VXKD_API CKdProject {
  private:
   // Reloads after another user's save; -1 or 1 as checkUpdated.
   int reload(cuWin::HWND hwnd, bool notify);
+  // Reads the file at `path` into the project, all or nothing, and binds to it.
+  bool readFile(cuWin::HWND hwnd, const CWsz& path);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
@@ -157,4 +174,5 @@ class VXKD_API CKdProject {
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;
   long lastTreePosId_ = 0;
+  CQbase::failReason failReason_ = CQbase::reasonNone;
 };

@@ -58,8 +58,10 @@ class VXKD_API CLockFile {
   const CWsz& path() const { return path_; }
 
   // The lock file of the dataset `datasetPath`: its last three characters replaced by "lck",
-  // blindly (data.vkd locks data.lck; x.vkdx would lock x.vlck). Empty for a path shorter
-  // than three characters, for which set() then fails.
+  // blindly (data.vkd locks data.lck; x.vkdx would lock x.vlck). Empty, for which set() then
+  // fails, when the name cannot carry a lock file: a path shorter than three characters, one
+  // whose last three characters include a "/" (the lock would lie in another folder), and
+  // one that ends in "lck" (its lock would be the dataset itself, which set() overwrites).
   static CWsz lockFileNameFor(const wchar_t* datasetPath);
 
   // Tells, without changing the file or taking the lock, whether `lockPath` is locked and by

@@ -120,10 +120,9 @@ class VXKD_API CKdPropertyDefArray : public CKdOwningArray<CKdPropertyDef> {
   const wchar_t* nameAt(int index) const override;
   const wchar_t* descriptionAt(int index) const override;
 
-  // The first definition of that name, ignoring case; null if none.
-
   // Appends a new definition. A special property name takes its fixed id; any other name
-  // the next free id in 1..kMaxId. False when the append fails or no id is free.
+  // the next free id in 1..kMaxId. False, appending nothing, when a definition of that name
+  // exists (ignoring case: findName), when no id is free or the append fails.
   bool add(const wchar_t* name, const wchar_t* description, CKdPropertyValue::valueTypeId valueType,
            CKdUnit unit, int decimals);
   // Appends the special property `name` (it must begin with "*"; case is ignored) with its

@@ -1,0 +1,44 @@
+// vkd info FILE.vkd: what a dataset holds, one row per kind of definition. The file is read
+// as every reader reads it: read-only, shared with other readers, changing nothing.
+
+#include <cstdio>
+#include <ctime>
+
+#include "tool.h"
+
+namespace vkd {
+namespace {
+
+std::string formatTime(uint64_t units) {
+  if (units == 0) return "-";
+  std::time_t seconds = static_cast<std::time_t>(units / cuFile::CFileTime::kUnitsPerSecond);
+  std::tm tm{};
+  localtime_r(&seconds, &tm);
+  char buffer[64];
+  std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &tm);
+  return buffer;
+}
+
+int runInfo(const std::vector<std::string>& args, const Options&, ToolUiBackend& ui) {
+  CKdProject project;
+  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str())))
+    return fail("cannot read " + args[0] + ": " + failureOf(project, ui));
+  std::printf("Dataset     %s\n", args[0].c_str());
+  std::printf("Last saved  %s\n\n", formatTime(project.timeStamp().time()).c_str());
+  Table table;
+  table.columns = {{"Kind of definition"}, {"Count", true}};
+  table.addRow({"Property definitions", std::to_string(project.propertyDefs().length())});
+  table.addRow({"Layer definitions", std::to_string(project.layerDefs().length())});
+  table.addRow({"Linetypes", std::to_string(project.linetypeDefs().length())});
+  table.addRow({"Text styles", std::to_string(project.textStyleDefs().length())});
+  table.addRow({"Dimension text formats", std::to_string(project.dimTextFormats().length())});
+  table.addRow({"Report definitions", std::to_string(project.reportDefs().length())});
+  table.addRow({"2D symbols", std::to_string(project.symbols().length())});
+  table.print();
+  return exitOk;
+}
+
+const Command kInfo("info", "FILE.vkd", "show what the dataset holds", 1, "", runInfo);
+
+}  // namespace
+}  // namespace vkd

@@ -1,0 +1,34 @@
+// vkd list FILE.vkd KIND: the definitions of one kind, as a table. The kinds live in the
+// list_*.cpp files.
+
+#include <cstdio>
+
+#include "tool.h"
+
+namespace vkd {
+namespace {
+
+int runList(const std::vector<std::string>& args, const Options&, ToolUiBackend& ui) {
+  const ListKind* kind = nullptr;
+  for (const ListKind* k : listKinds())
+    if (args[1] == k->name) kind = k;
+  if (!kind) {
+    std::fprintf(stderr, "vkd: unknown kind of definition \"%s\"\nkinds of definition:\n",
+                 args[1].c_str());
+    for (const ListKind* k : listKinds()) std::fprintf(stderr, "  %-24s%s\n", k->name, k->help);
+    return exitUsage;
+  }
+  CKdProject project;
+  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str())))
+    return fail("cannot read " + args[0] + ": " + failureOf(project, ui));
+  Table table;
+  kind->fill(project, table);
+  table.print();
+  return exitOk;
+}
+
+const Command kList("list", "FILE.vkd KIND", "show the definitions of one kind as a table", 2, "",
+                    runList);
+
+}  // namespace
+}  // namespace vkd
