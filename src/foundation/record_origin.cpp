@@ -3,28 +3,31 @@
 #include "vxkd/platform/arrays.h"
 #include "vxkd/platform/qbase.h"
 
-void CKdRecordOrigin::readFrom(const CQbase& db) {
+void CKdRecordOrigin::readFrom(const CQbase& db, bool idTaken) {
   CChBuffer key;
   db.getObjId(key);
   read_ = true;
+  idTaken_ = idTaken;
   key_ = key.str();
 }
 
 void CKdRecordOrigin::reset() {
   read_ = false;
+  idTaken_ = false;
   key_.clear();
 }
 
-CKdRecordOrigin::obstacle CKdRecordOrigin::obstacleTo(long id, long maxId,
+CKdRecordOrigin::obstacle CKdRecordOrigin::obstacleTo(long id, long minId, long maxId,
                                                       const std::string& canonical) const {
-  if (id < 1 || id > maxId) return idOutOfRange;
+  if (read_ && !idTaken_) return keyWithoutId;
+  if (id < minId || id > maxId) return idOutOfRange;
   if (isOdd(canonical) && !isRemovable(canonical)) return keyNotRemovable;
   return noObstacle;
 }
 
-bool CKdRecordOrigin::mayWrite(CQbase& db, const char* code, long id, long maxId,
+bool CKdRecordOrigin::mayWrite(CQbase& db, const char* code, long id, long minId, long maxId,
                                const std::string& canonical) const {
-  if (obstacleTo(id, maxId, canonical) != noObstacle) return false;
+  if (obstacleTo(id, minId, maxId, canonical) != noObstacle) return false;
   if (!isOdd(canonical)) return true;
   // Once the old record is gone (an earlier save moved it), the key is ours again.
   return !(db.fetchRec(code, key_.c_str()) && db.fetchRec(code, canonical.c_str()));

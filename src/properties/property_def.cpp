@@ -62,9 +62,9 @@ void CKdPropertyDef::getSampleText(CWsz& text) const {
 
 bool CKdPropertyDef::readFrom(CQbase& db) {
   reset();
-  origin_.readFrom(db);
   long id = 0;
   bool idRead = VxKd::readObjId(db, id) && id > 0;
+  origin_.readFrom(db, idRead);
   if (idRead) setDbId(id);
   db.getWsz(fieldName, name_);
   db.getWsz(fieldDescription, desc_);
@@ -79,12 +79,12 @@ bool CKdPropertyDef::readFrom(CQbase& db) {
 std::string CKdPropertyDef::recordKey() const { return VxKd::buildDbId(id_); }
 
 CKdRecordOrigin::obstacle CKdPropertyDef::writeObstacle() const {
-  return origin_.obstacleTo(id_, CKdPropertyDefArray::kMaxId, recordKey());
+  return origin_.obstacleTo(id_, 1, CKdPropertyDefArray::kMaxId, recordKey());
 }
 
 bool CKdPropertyDef::saveTo(CQbase& db) const {
   const std::string key = recordKey();
-  if (!origin_.mayWrite(db, kRecordCode, id_, CKdPropertyDefArray::kMaxId, key)) return false;
+  if (!origin_.mayWrite(db, kRecordCode, id_, 1, CKdPropertyDefArray::kMaxId, key)) return false;
   if (!db.createRec(kRecordCode, key.c_str())) return false;
   bool ok = true;
   if (!name_.isEmpty()) ok = db.setWsz(fieldName, name_) && ok;

@@ -146,15 +146,16 @@ bool CKdReport::usesPropertyDef(long id) const {
 std::string CKdReport::recordKey() const { return VxKd::buildDbId(id_); }
 
 CKdRecordOrigin::obstacle CKdReport::writeObstacle() const {
-  return origin_.obstacleTo(id_, VxKd::kMaxDbId, recordKey());
+  return origin_.obstacleTo(id_, 1, VxKd::kMaxDbId, recordKey());
 }
 
 bool CKdReport::readFrom(CQbase& db) {
   reset();
-  origin_.readFrom(db);
   long id = 0;
   // An id of 0 is refused too, deliberately stricter than other records.
-  if (!VxKd::readObjId(db, id) || id <= 0) return false;
+  bool idRead = VxKd::readObjId(db, id) && id > 0;
+  origin_.readFrom(db, idRead);
+  if (!idRead) return false;
   id_ = static_cast<int32_t>(id);
 
   db.getWsz(fieldDesc, desc_);
@@ -200,7 +201,7 @@ bool CKdReport::readFrom(CQbase& db) {
 
 bool CKdReport::saveTo(CQbase& db) const {
   const std::string key = recordKey();
-  if (!origin_.mayWrite(db, kRecordCode, id_, VxKd::kMaxDbId, key) ||
+  if (!origin_.mayWrite(db, kRecordCode, id_, 1, VxKd::kMaxDbId, key) ||
       !db.createRec(kRecordCode, key.c_str()))
     return false;
   bool ok = true;

@@ -327,7 +327,7 @@ TEST_F(PropertyDefRecord, BadKeysKeepTheirDefinitionsWithIdZeroAndBadIdsDoNotSto
   EXPECT_EQ(names(read), L"Zero Seven Letters");
   EXPECT_EQ(read.objAt(0)->dbId(), 0);
   EXPECT_EQ(read.objAt(2)->dbId(), 0);
-  EXPECT_EQ(read.objAt(2)->writeObstacle(), CKdRecordOrigin::idOutOfRange);
+  EXPECT_EQ(read.objAt(2)->writeObstacle(), CKdRecordOrigin::keyWithoutId);
   EXPECT_FALSE(read.saveTo(db_)) << "id 0 is not written under 000000";
   EXPECT_TRUE(read.readFrom(db_));
   EXPECT_EQ(names(read), L"Zero Seven Letters");
@@ -384,8 +384,8 @@ TEST_F(PropertyDefRecord, KeysThatCannotBeRemovedOrReadKeepTheirRecords) {
     const char* key;  // one longer than the writer's cannot be addressed
     long id;
     CKdRecordOrigin::obstacle obstacle;
-  } cases[] = {{"", 0, CKdRecordOrigin::idOutOfRange},
-               {"-7", 0, CKdRecordOrigin::idOutOfRange},
+  } cases[] = {{"", 0, CKdRecordOrigin::keyWithoutId},
+               {"-7", 0, CKdRecordOrigin::keyWithoutId},
                {"9999999(9999", 9999999, CKdRecordOrigin::idOutOfRange},
                {"0000007", 7, CKdRecordOrigin::keyNotRemovable}};
   for (const auto& c : cases) {

@@ -324,7 +324,7 @@ TEST_F(ReportRecord, KeyWithoutAnIdAboveZeroIsNotRead) {
     EXPECT_FALSE(read.readFrom(db_));
     EXPECT_EQ(fieldsOf(read), fieldsOf(CKdReport()));
     EXPECT_EQ(read.origin().key(), key);
-    EXPECT_EQ(read.writeObstacle(), CKdRecordOrigin::idOutOfRange);
+    EXPECT_EQ(read.writeObstacle(), CKdRecordOrigin::keyWithoutId);
     EXPECT_FALSE(read.saveTo(db_)) << "id 0 has no key";
     CWsz desc;
     ASSERT_TRUE(db_.fetchRec("RE", key) && db_.getWsz(1502, desc));

@@ -94,6 +94,40 @@ TEST_F(VkdCheck, RecordsThatASaveCouldNotStoreAreListedOnePerLine) {
       << run.out;
 }
 
+// Dimension text formats take the ids 0 to 999999: key "0" moves to 000000 on the next save.
+// A format whose key gives no id is not read at all: it shows without a name.
+TEST_F(VkdCheck, DimensionTextFormatRecordsThatASaveCouldNotStoreAreListed) {
+  ASSERT_EQ(runVkd({"new", "--sample", dir_.native("data.vkd")}).status, 0);
+  const std::string file = dir_.native("data.vkd");
+  for (const char* key : {"", " 2", "0", "1000000", "x"})
+    ASSERT_TRUE(vxkd_test::runSql(dir_.path(L"data.vkd"),
+                                  "INSERT INTO RT_dimension_text_formats (record_key, "
+                                  "f1502_description) VALUES (?1, 'Key ' || ?1)",
+                                  key));
+  auto run = runVkd({"check", file});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out,
+            "record RT \"\" (dimension text format \"\"): the key holds no id of 0 to 999999, so "
+            "the definition cannot be saved\n"
+            "record RT \" 2\" (dimension text format \"Key  2\"): id 2 is read from another record "
+            "too, so the definition cannot be saved\n"
+            "record RT \"1000000\" (dimension text format \"Key 1000000\"): id 1000000 is not one "
+            "of 0 to 999999, so the definition cannot be saved\n"
+            "record RT \"x\" (dimension text format \"\"): the key holds no id of 0 to 999999, so "
+            "the definition cannot be saved\n");
+  EXPECT_EQ(run.err, "vkd: 4 problems in " + file + "\n");
+
+  // A save moves "0" and leaves the four where they are.
+  CKdProject project;
+  ASSERT_TRUE(project.readDb(nullptr, dir_.path(L"data.vkd")));
+  ASSERT_EQ(project.dimTextFormats().length(), 8);
+  ASSERT_TRUE(project.updateDb(nullptr));
+  EXPECT_EQ(runVkd({"check", file}).out, run.out);
+  ASSERT_TRUE(project.readDb(nullptr, dir_.path(L"data.vkd")));
+  ASSERT_EQ(project.dimTextFormats().length(), 8);
+  EXPECT_STREQ(project.dimTextFormats().descriptionAt(2), L"Key 0") << "under 000000 now";
+}
+
 TEST_F(VkdCheck, KeyWithAControlCharacterIsShownEscaped) {
   std::string file = dataset(0);
   addRecord(std::string("\x01", 1), "Odd");

@@ -9,7 +9,7 @@ namespace vkd {
 namespace {
 
 void checkPropertyDefs(const CKdProject& project, std::vector<std::string>& problems) {
-  checkRecordKeys(project.propertyDefs(), "RD", "property definition", problems);
+  checkRecordKeys(project.propertyDefs(), "RD", "property definition", 1, problems);
 }
 
 const Check kPropertyDefs("property definitions", checkPropertyDefs);

@@ -10,7 +10,7 @@ namespace vkd {
 namespace {
 
 void checkReportDefs(const CKdProject& project, std::vector<std::string>& problems) {
-  checkRecordKeys(project.reportDefs(), "RE", "report definition", problems);
+  checkRecordKeys(project.reportDefs(), "RE", "report definition", 1, problems);
 }
 
 const Check kReportDefs("report definitions", checkReportDefs);

@@ -144,7 +144,8 @@ std::string quotedKey(const std::string& key);
 // True when a save stores another element of `items` with the same id under the key that
 // element `index` would take: one read from that very key, or one that can be stored and
 // comes earlier in key order (the order of a save after a read). The save then leaves
-// `index` where it is. Elements have dbId(), origin(), recordKey() and writeObstacle().
+// `index` where it is. Elements have origin(), recordKey() and writeObstacle(); the array
+// gives their ids (idAt).
 template <typename Array>
 bool idTakenByAnother(const Array& items, int index) {
   const auto* item = items.objAt(index);
@@ -152,7 +153,7 @@ bool idTakenByAnother(const Array& items, int index) {
   if (!item->origin().isOdd(key)) return false;
   for (int i = 0; i < items.length(); ++i) {
     const auto* other = items.objAt(i);
-    if (i != index && other->dbId() == item->dbId() &&
+    if (i != index && items.idAt(i) == items.idAt(index) &&
         other->writeObstacle() == CKdRecordOrigin::noObstacle &&
         (i < index || !other->origin().isOdd(key)))
       return true;
@@ -161,22 +162,25 @@ bool idTakenByAnother(const Array& items, int index) {
 }
 
 // Adds a problem for each element of `items` (records `code`, a `kind` such as "property
-// definition") that a save could not store under its own key, and so leaves where it is.
+// definition", ids from `minId` to 999999) that a save could not store under its own key,
+// and so leaves where it is.
 template <typename Array>
-void checkRecordKeys(const Array& items, const char* code, const char* kind,
+void checkRecordKeys(const Array& items, const char* code, const char* kind, long minId,
                      std::vector<std::string>& problems) {
+  const std::string range = " of " + std::to_string(minId) + " to 999999";
   for (int i = 0; i < items.length(); ++i) {
     const auto& item = *items.objAt(i);
     const std::string record = std::string("record ") + code + " " +
                                quotedKey(item.origin().key()) + " (" + kind + " \"" +
-                               narrow(item.name()) + "\"): ";
-    const std::string id = std::to_string(item.dbId());
+                               narrow(items.nameAt(i)) + "\"): ";
+    const std::string id = std::to_string(items.idAt(i));
     const char* unsaved = ", so the definition cannot be saved";
     switch (item.writeObstacle()) {
+      case CKdRecordOrigin::keyWithoutId:
+        problems.push_back(record + "the key holds no id" + range + unsaved);
+        break;
       case CKdRecordOrigin::idOutOfRange:
-        problems.push_back(record +
-                           (item.dbId() == 0 ? "the key holds no id" : "id " + id + " is not one") +
-                           " of 1 to 999999" + unsaved);
+        problems.push_back(record + "id " + id + " is not one" + range + unsaved);
         break;
       case CKdRecordOrigin::keyNotRemovable:
         problems.push_back(record + "id " + id + " cannot be moved to its key " +

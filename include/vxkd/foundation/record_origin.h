@@ -3,9 +3,9 @@
 // may hold records whose keys are not in the form the writers build (" 7" or "7x" beside the
 // writer's "000007"), and which still read as an id. The writer stores such a definition
 // under its own key and removes the old record in the same transaction, so that a read and
-// a save neither lose it nor double it. A definition that cannot be stored so (its id has no
-// key, or its old record could not be removed) is left where it is in the file, and
-// `vkd check` names it.
+// a save neither lose it nor double it. A definition that cannot be stored so (its key gave
+// no id, its id has no key, or its old record could not be removed) is left where it is in
+// the file, and `vkd check` names it.
 
 #include <string>
 
@@ -18,16 +18,21 @@ class VXKD_API CKdRecordOrigin {
   // What keeps a definition from being stored under its own key.
   enum obstacle {
     noObstacle,
-    // The id is outside 1..maxId: its key would not read back as the id (0, a negative id,
-    // one wider than the key), or no id could be read from the key at all.
+    // The key read gave the reader no id it takes (none at all, or one out of its range): the
+    // definition is not that record's, and writing it would replace another record or leave
+    // a copy beside the old one.
+    keyWithoutId,
+    // The id is outside minId..maxId: its key would not read back as the id (a negative id,
+    // one wider than the key).
     idOutOfRange,
     // The old key is empty or longer than the writer's key: the database cannot address it,
     // so it could not be removed and the definition would be doubled.
     keyNotRemovable,
   };
 
-  // Remembers the key of `db`'s current record ("" without one).
-  void readFrom(const CQbase& db);
+  // Remembers the key of `db`'s current record ("" without one), and whether the reader took
+  // an id from it.
+  void readFrom(const CQbase& db, bool idTaken);
   // Forgets the origin, as for a definition that was never read.
   void reset();
   bool wasRead() const { return read_; }
@@ -36,12 +41,13 @@ class VXKD_API CKdRecordOrigin {
   // True when the definition was read from a key other than `canonical`.
   bool isOdd(const std::string& canonical) const { return read_ && key_ != canonical; }
 
-  // What keeps a definition of `id`, read from here, from being stored under `canonical`.
-  obstacle obstacleTo(long id, long maxId, const std::string& canonical) const;
+  // What keeps a definition of `id`, read from here, from being stored under `canonical`,
+  // when the definitions of its kind take the ids minId..maxId.
+  obstacle obstacleTo(long id, long minId, long maxId, const std::string& canonical) const;
   // True when the definition may be written now under `canonical` in records of `code`:
   // no obstacle, and not a record under `canonical` beside the old one (another record that
   // reads as the same id, which the write would replace). Changes the current record.
-  bool mayWrite(CQbase& db, const char* code, long id, long maxId,
+  bool mayWrite(CQbase& db, const char* code, long id, long minId, long maxId,
                 const std::string& canonical) const;
   // After the definition was stored under `canonical`: removes the old record, when the
   // key read was another. Its absence (already removed by an earlier save) is no failure.
@@ -56,5 +62,6 @@ class VXKD_API CKdRecordOrigin {
   }
 
   bool read_ = false;
+  bool idTaken_ = false;
   std::string key_;
 };
