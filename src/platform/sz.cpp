@@ -81,6 +81,13 @@ int compareLogical(const wchar_t* a, const wchar_t* b) {
   return *a ? 1 : -1;
 }
 
+std::wstring scalarValuesOf(std::wstring_view text) {
+  std::wstring out(text);
+  for (wchar_t& c : out)
+    if (!isScalarValue(static_cast<char32_t>(c))) c = L'\xFFFD';
+  return out;
+}
+
 std::string toUtf8(std::wstring_view text) {
   std::string out;
   out.reserve(text.size());

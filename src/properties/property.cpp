@@ -25,16 +25,12 @@ std::wstring storableText(std::wstring_view text) {
   std::wstring out;
   out.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
-    auto c = static_cast<uint32_t>(text[i]);
+    wchar_t c = text[i];
     if (c == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n') ++i;
-    if (c == L'\r' || c == L'\n')
-      c = L' ';
-    else if (!cuSz::isScalarValue(c))
-      c = 0xFFFD;
-    out += static_cast<wchar_t>(c);
+    out += c == L'\r' || c == L'\n' ? L' ' : c;
   }
   out.erase(out.find_last_not_of(L" \t") + 1);
-  return out;
+  return cuSz::scalarValuesOf(out);
 }
 
 bool isScanBlank(wchar_t c) {

@@ -43,8 +43,16 @@ void CKdPropertyDef::init(long id, const wchar_t* name, const wchar_t* descripti
   unit_ = unit;
   valueType_ = valueType;
   setDecimals(decimals);
-  name_.set(name);
-  desc_.set(description);
+  setName(name);
+  setDesc(description);
+}
+
+void CKdPropertyDef::setName(const wchar_t* name) {
+  name_ = CWsz(cuSz::scalarValuesOf(name ? name : L""));
+}
+
+void CKdPropertyDef::setDesc(const wchar_t* description) {
+  desc_ = CWsz(cuSz::scalarValuesOf(description ? description : L""));
 }
 
 void CKdPropertyDef::setDecimals(int decimals) {

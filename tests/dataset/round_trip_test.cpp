@@ -309,17 +309,6 @@ class CaseGenerator {
     for (int n = below(maxLength + 1); n > 0; --n) out += character();
     return out;
   }
-  // A text without the codes that no text of the dataset can hold (NUL, surrogates, beyond
-  // U+10FFFF): descriptions are taken as they stand.
-  std::wstring storableText(int maxLength) {
-    std::wstring out = text(maxLength);
-    for (wchar_t& c : out) {
-      auto code = static_cast<uint32_t>(c);
-      if (code == 0 || !cuSz::isScalarValue(code)) c = L'?';
-    }
-    return out;
-  }
-
   // What a user might type into a numeric field, or a program might pass.
   std::wstring numberText() {
     std::wstring out(below(3), L' ');
@@ -382,7 +371,7 @@ class CaseGenerator {
       if (!CKdPropertyDefArray::validateName(nullptr, defs, name.c_str(), nullptr)) continue;
       auto type = static_cast<V::valueTypeId>(chance(3) ? 0 : 1 + below(5));
       CKdUnit unit(static_cast<CKdUnit::unitId>(chance(70) ? below(130) : below(65536) - 32768));
-      if (!defs.add(name.c_str(), storableText(30).c_str(), type, unit, below(40))) return false;
+      if (!defs.add(name.c_str(), text(30).c_str(), type, unit, below(40))) return false;
       return true;
     }
     return false;

@@ -405,6 +405,28 @@ TEST_F(PropertyDefRecord, KeysThatCannotBeRemovedOrReadKeepTheirRecords) {
   }
 }
 
+// Codes that are no characters cannot be stored: name and description take them as the file
+// gives them back, by every setter.
+TEST(PropertyDef, NameAndDescriptionHoldOnlyCharacters) {
+  const wchar_t* odd =
+      L"a\xD800"
+      L"b\x110000"
+      L"c\x1F600";
+  const std::wstring stored =
+      L"a\xFFFD"
+      L"b\xFFFD"
+      L"c\x1F600";
+  CKdPropertyDef def(1, odd, odd, V::typeText, {}, 0);
+  EXPECT_EQ(def.name().str(), stored);
+  EXPECT_EQ(def.desc().str(), stored);
+  def.setName(odd);
+  def.setDesc(odd);
+  EXPECT_EQ(def.name().str(), stored);
+  EXPECT_EQ(def.desc().str(), stored);
+  def.setName(nullptr);
+  EXPECT_TRUE(def.name().isEmpty());
+}
+
 TEST(PropertyDef, DecimalsAreHeldWithinTheBound) {
   CKdPropertyDef def(1, L"P", L"", V::typeDoubleReal, {}, 40);
   EXPECT_EQ(def.decimals(), V::maxDecimals);

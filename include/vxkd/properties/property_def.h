@@ -48,10 +48,12 @@ class VXKD_API CKdPropertyDef {
   // Held within 0..CKdPropertyValue::maxDecimals (a count outside is taken as the nearer
   // end), so that the values of the definition print within what a stored set reads back.
   void setDecimals(int decimals);
+  // The name and the description hold what the dataset gives back: a code that is no
+  // character (a surrogate, beyond U+10FFFF) is taken as U+FFFD, as the file stores it.
   const CWsz& name() const { return name_; }
-  void setName(const wchar_t* name) { name_.set(name); }
+  void setName(const wchar_t* name);
   const CWsz& desc() const { return desc_; }
-  void setDesc(const wchar_t* description) { desc_.set(description); }
+  void setDesc(const wchar_t* description);
 
   // True when the name begins with "*".
   bool isStdProperty() const { return name_.at(0) == L'*'; }
