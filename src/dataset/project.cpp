@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <utility>
 
 #include "foundation/record_key.h"
 #include "vxkd/foundation/startup.h"
@@ -32,6 +33,15 @@ constexpr const wchar_t* kDatasetExtension = L".vkd";
 
 // How often a read starts again when a save renamed a new file over the one being read.
 constexpr int kReadAttempts = 5;
+
+// The poly-object definition sets are read in one order and written, and told of changed
+// property definitions, in another: the data set before the electrical one.
+constexpr VxKd::systemTypeIds kPolyDefSetReadOrder[] = {VxKd::systemDuct, VxKd::systemPipe,
+                                                        VxKd::systemElectric, VxKd::systemData};
+constexpr VxKd::systemTypeIds kPolyDefSetWriteOrder[] = {VxKd::systemDuct, VxKd::systemPipe,
+                                                         VxKd::systemData, VxKd::systemElectric};
+// Group-less products are keyed by their id in six digits.
+constexpr long kNoGroup = -1;
 
 // The error boxes of creating and opening a file: stop icon, one OK button.
 void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const wchar_t* caption) {
@@ -172,6 +182,8 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
   textStyleDefs_.readFrom(db);
   dimTextFormats_.readFrom(db);
   reportDefs_.readFrom(db);
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+    polyDefSets(type)->readFrom(db, propertyDefs_);
   read2dSymbols(db);
   return false;
 }
@@ -184,6 +196,13 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
   textStyleDefs_.saveTo(db);
   dimTextFormats_.saveTo(db);
   reportDefs_.saveTo(db);  // each report definition in array order
+  for (VxKd::systemTypeIds type : kPolyDefSetWriteOrder) {
+    CKdProductDefArray* set = polyDefSets(type);
+    // A definition without an id of its own would be stored under a key that is never read
+    // back, or over another's record.
+    set->assignFreeIds(CKdProductDefArray::kMaxId);
+    set->saveTo(db, kNoGroup);
+  }
   write2dSymbols(db);
   bool committed = db.closeDatabase();
   if (!committed) failReason_ = db.reason();
@@ -240,6 +259,7 @@ void CKdProject::resetData() {
   linetypeDefs_.resetToBuiltIn();
   dimTextFormats_.reset();
   reportDefs_.reset();
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) polyDefSets(type)->reset();
   lastInstalledDimtextId_ = 0;
 }
 
@@ -269,6 +289,35 @@ void CKdProject::buildDefaultTextStyleDefs() {
 }
 
 void CKdProject::buildDefaultDimTextFormats() { dimTextFormats_.reset(); }
+
+CKdProductDefArray* CKdProject::polyDefSets(VxKd::systemTypeIds type) {
+  return const_cast<CKdProductDefArray*>(std::as_const(*this).polyDefSets(type));
+}
+
+const CKdProductDefArray* CKdProject::polyDefSets(VxKd::systemTypeIds type) const {
+  switch (type) {
+    case VxKd::systemDuct:
+      return &ductDefs_;
+    case VxKd::systemPipe:
+      return &pipeDefs_;
+    case VxKd::systemElectric:
+      return &electricDefs_;
+    case VxKd::systemData:
+      return &dataDefs_;
+  }
+  return nullptr;
+}
+
+bool CKdProject::hasPolyDefSets() const {
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+    if (polyDefSets(type)->length() > 0) return true;
+  return false;
+}
+
+void CKdProject::updatePropertyDefModificationToRefs(const CKdPropertyDef& def) {
+  for (VxKd::systemTypeIds type : kPolyDefSetWriteOrder)
+    polyDefSets(type)->updatePropertyDefModification(def);
+}
 
 int CKdProject::reload(HWND hwnd, bool notify) {
   if (notify)

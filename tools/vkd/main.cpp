@@ -74,12 +74,13 @@ bool accepts(const Command& command, const char* name) {
 
 int main(int argc, char** argv) {
   using namespace vkd;
-  enum { optForce = 'f', optSample = 's', optHelp = 'h', optVersion = 'V' };
+  enum { optForce = 'f', optSample = 's', optHelp = 'h', optVersion = 'V', optOutput = 'o' };
   static const option kOptions[] = {
       {"force", no_argument, nullptr, optForce},
       {"sample", no_argument, nullptr, optSample},
       {"help", no_argument, nullptr, optHelp},
       {"version", no_argument, nullptr, optVersion},
+      {"output", required_argument, nullptr, optOutput},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
@@ -87,7 +88,7 @@ int main(int argc, char** argv) {
   std::vector<const char*> given;  // the long names of the options given
   opterr = 0;                      // the messages are ours
   int c;
-  while ((c = getopt_long(argc, argv, "fshV", kOptions, nullptr)) != -1) {
+  while ((c = getopt_long(argc, argv, ":fshVo:", kOptions, nullptr)) != -1) {
     switch (c) {
       case optForce:
         options.force = true;
@@ -103,6 +104,12 @@ int main(int argc, char** argv) {
       case optVersion:
         version = true;
         break;
+      case optOutput:
+        options.output = optarg;
+        given.push_back("output");
+        break;
+      case ':':
+        return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));
     }
@@ -122,10 +129,7 @@ int main(int argc, char** argv) {
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());
-  if (static_cast<int>(args.size()) != command->argCount) {
-    std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command->name, command->usage);
-    return exitUsage;
-  }
+  if (static_cast<int>(args.size()) != command->argCount) return usageOf(*command);
   for (const char* name : given)
     if (!accepts(*command, name))
       return usageError(std::string(command->name) + " has no option --" + name);

@@ -15,8 +15,61 @@
 namespace vkd {
 namespace {
 
-// A few property definitions, dimension text formats that name them, two symbols that show
-// both ways a drawing is stored, and a report.
+// One definition of each kind of poly object, the duct and the pipe with their sizes and an
+// integrated text of the sample formats. REQUIRES the sample property definitions.
+void addSamplePolyDefs(CKdProject& project) {
+  const struct {
+    VxKd::systemTypeIds type;
+    const wchar_t* desc;
+    short colour;
+    float width;
+    long textFormat;  // 0: none
+    const wchar_t* values[2][2];
+  } kPolyDefs[] = {
+      {VxKd::systemDuct,
+       L"Rectangular duct",
+       256,
+       0.0f,
+       1,
+       {{L"Width", L"400"}, {L"Height", L"200"}}},
+      {VxKd::systemPipe,
+       L"Steel pipe",
+       6,
+       0.0f,
+       2,
+       {{L"Diameter", L"60.3"}, {L"Material", L"Steel"}}},
+      {VxKd::systemElectric, L"Power cable 3x1.5", 1, 0.35f, 0, {}},
+      {VxKd::systemData, L"Data cable Cat 6A", 3, 0.25f, 0, {}},
+  };
+  for (const auto& d : kPolyDefs) {
+    CKdProductDefArray* set = project.polyDefSets(d.type);
+    CKdProductDef product;
+    product.setDbId(set->nextId(1, CKdProductDefArray::kMaxId));
+    CKdGuid guid;
+    guid.createValue();
+    product.setGuid(guid);
+    product.setDesc(d.desc);
+    product.setColorNmb(d.colour);
+    product.setLineWidth(d.width);
+    if (d.textFormat) {
+      CKdIntegratedText text;
+      text.setFormatId(d.textFormat);
+      text.setOffset(0.0f, 5.0f);
+      product.getIntegratedTexts().append(&text);
+    }
+    for (const auto& value : d.values) {
+      const CKdPropertyDef* def = value[0] ? project.propertyDefs().findName(value[0]) : nullptr;
+      if (!def) continue;
+      CKdProperty property(*def);
+      property.setValue(value[1]);
+      product.properties().append(&property);
+    }
+    set->append(&product);
+  }
+}
+
+// A few property definitions, dimension text formats that name them, definitions of the
+// poly objects, two symbols that show both ways a drawing is stored, and a report.
 void addSampleContent(CKdProject& project) {
   CKdPropertyDefArray& defs = project.propertyDefs();
   defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
@@ -55,6 +108,8 @@ void addSampleContent(CKdProject& project) {
     format.options().setAlignmentFlags(f.alignment);
     project.dimTextFormats().append(&format);
   }
+
+  addSamplePolyDefs(project);
 
   const struct {
     const char* id;

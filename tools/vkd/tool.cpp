@@ -1,9 +1,12 @@
 #include "tool.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <map>
 
+#include "vxkd/platform/env.h"
 #include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/sz.h"
 
@@ -37,6 +40,11 @@ CWsz lockFileOf(const CWsz& path, std::string& why) {
           " cannot carry a lock file: its lock file is its name with the last three "
           "characters replaced by \"lck\"; give the dataset a name ending in \".vkd\"";
   return lock;
+}
+
+int usageOf(const Command& command) {
+  std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command.name, command.usage);
+  return exitUsage;
 }
 
 int failWithBox(const std::string& message, const ToolUiBackend& ui) {
@@ -152,6 +160,14 @@ void printImportReport(const CKdDefImportReport& report, const char* what, const
               from.c_str(), into.c_str(), report.added().length(), report.replaced().length());
   for (const CWsz& skipped : report.skipped())
     std::printf("  not imported: %s\n", narrow(skipped).c_str());
+}
+
+int writeOutputFile(const std::string& path, const std::string& data) {
+  CEnv& env = CEnv::current();
+  // A picture replaced keeps who may read it.
+  struct stat st {};
+  const mode_t mode = env.statPath(path, &st) == 0 ? st.st_mode & 07777 : 0644;
+  return env.writeFileAtomically(path, data, mode);
 }
 
 int editDataset(const std::string& path, ToolUiBackend& ui,

@@ -45,6 +45,9 @@ enum exitStatus : int {
 
 // Prints "vkd: message" on standard error and returns exitFailure.
 int fail(const std::string& message);
+// Prints the usage line of `command` on standard error; returns exitUsage.
+struct Command;
+int usageOf(const Command& command);
 // The same, with the words of the library's last message box in brackets when it showed one.
 int failWithBox(const std::string& message, const ToolUiBackend& ui);
 // Why the project's last read or save of `path` failed, for the failure line: the record
@@ -76,6 +79,7 @@ struct Table {
 struct Options {
   bool force = false;   // new: replace an existing dataset
   bool sample = false;  // new: add example definitions
+  std::string output;   // preview, gallery: the file to write (-o, --output)
 };
 
 // One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
@@ -117,6 +121,11 @@ std::vector<const Command*> commands();
 // Prints what an import did: the counts, then one line per definition not taken.
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
                        const std::string& into);
+
+// Writes `data` as the file `path`, whole or not at all (CEnv::writeFileAtomically); an
+// existing file keeps its permissions. Returns 0, or the errno of the failure, with `path`
+// as it was and no temporary file left.
+int writeOutputFile(const std::string& path, const std::string& data);
 
 // Stores an edit of the dataset at `path` as a designer's program does: reads it, takes the
 // edit lock (refused while another user updates the dataset), lets `edit` change the

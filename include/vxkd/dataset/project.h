@@ -5,11 +5,13 @@
 
 #include <vector>
 
+#include "vxkd/catalogue/product_def.h"
 #include "vxkd/dimtext/dimtext_format.h"
 #include "vxkd/drawingdefs/layer_def.h"
 #include "vxkd/drawingdefs/linetype_def.h"
 #include "vxkd/drawingdefs/text_style_def.h"
 #include "vxkd/foundation/symbol_model_array.h"
+#include "vxkd/foundation/system_type.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/file_time.h"
 #include "vxkd/platform/lock_file.h"
@@ -46,6 +48,12 @@ class VXKD_API CKdProject {
   const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
   CKdObjectArray<CKdReport>& reportDefs() { return reportDefs_; }
   const CKdObjectArray<CKdReport>& reportDefs() const { return reportDefs_; }
+  // The definition set of the poly objects of `type`: ducts "SD", pipes "SP", electrical
+  // lines "SE", data lines "SA"; null for any other type.
+  CKdProductDefArray* polyDefSets(VxKd::systemTypeIds type);
+  const CKdProductDefArray* polyDefSets(VxKd::systemTypeIds type) const;
+  // True when any of the four sets holds a definition.
+  bool hasPolyDefSets() const;
 
   // Kept in memory only, never in the file.
   long lastInstalledDimtextId() const { return lastInstalledDimtextId_; }
@@ -130,6 +138,10 @@ class VXKD_API CKdProject {
   bool deleteDimTextFormats(cuWin::HWND hwnd, const CInt32Array& indexes,
                             const std::vector<const iKdDimtextFormatUser*>& users);
 
+  // Hands a changed property definition to every product definition that holds a copy of
+  // it: those of the four poly-object sets, in the order "SD", "SP", "SA", "SE".
+  void updatePropertyDefModificationToRefs(const CKdPropertyDef& def);
+
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
   // first gap, else 0.
   long nextSymbolDbId() const;
@@ -171,6 +183,10 @@ class VXKD_API CKdProject {
   CKdLinetypeDefArray linetypeDefs_;
   CKdDimtextFormatArray dimTextFormats_;
   CKdObjectArray<CKdReport> reportDefs_;
+  CKdProductDefArray ductDefs_{"SD"};
+  CKdProductDefArray pipeDefs_{"SP"};
+  CKdProductDefArray dataDefs_{"SA"};
+  CKdProductDefArray electricDefs_{"SE"};
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;
   long lastTreePosId_ = 0;
