@@ -125,9 +125,9 @@ CKdRecordOrigin::obstacle CKdDimtextFormat::writeObstacle() const {
 bool CKdDimtextFormat::readFrom(CQbase& db) {
   long id = 0;
   bool idRead = VxKd::readObjId(db, id) && id >= 0;
-  origin_.readFrom(db, idRead);
+  if (idRead) setId(id);
+  origin_.readFrom(db, idRead, id_);
   if (!idRead) return false;
-  setId(id);
   db.getWsz(fieldFormat, fmt_);
   db.getWsz(fieldDescription, desc_);
   db.getWsz(fieldStyleName, styleName_);
@@ -153,12 +153,12 @@ bool CKdDimtextFormat::saveTo(CQbase& db) const {
   ok = db.setFloat(fieldFixedBorderDim, fixedBorderDim_) && ok;
   ok = options_.saveTo(db) && ok;
   if (!db.saveRec()) return false;
-  origin_.retire(db, kRecordCode, key);
+  origin_.retire(db, kRecordCode, id_, key);
   return ok;
 }
 
 bool CKdDimtextFormat::deleteFrom(CQbase& db) const {
-  return origin_.deleteFrom(db, kRecordCode, recordKey());
+  return origin_.deleteFrom(db, kRecordCode, id_, recordKey());
 }
 
 // ---- CKdDimtextFormatArray ----

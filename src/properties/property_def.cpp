@@ -72,8 +72,8 @@ bool CKdPropertyDef::readFrom(CQbase& db) {
   reset();
   long id = 0;
   bool idRead = VxKd::readObjId(db, id) && id > 0;
-  origin_.readFrom(db, idRead);
   if (idRead) setDbId(id);
+  origin_.readFrom(db, idRead, id_);
   db.getWsz(fieldName, name_);
   db.getWsz(fieldDescription, desc_);
   db.getByte(fieldValueType, valueType_);
@@ -101,12 +101,12 @@ bool CKdPropertyDef::saveTo(CQbase& db) const {
   ok = db.setByte(fieldDecimals, decimals_) && ok;
   ok = db.setShort(fieldUnit, unit_.id()) && ok;
   if (!db.saveRec()) return false;
-  origin_.retire(db, kRecordCode, key);
+  origin_.retire(db, kRecordCode, id_, key);
   return ok;
 }
 
 bool CKdPropertyDef::deleteFrom(CQbase& db) const {
-  return origin_.deleteFrom(db, kRecordCode, recordKey());
+  return origin_.deleteFrom(db, kRecordCode, id_, recordKey());
 }
 
 // ---- CKdPropertyDefArray ----

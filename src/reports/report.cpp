@@ -154,9 +154,9 @@ bool CKdReport::readFrom(CQbase& db) {
   long id = 0;
   // An id of 0 is refused too, deliberately stricter than other records.
   bool idRead = VxKd::readObjId(db, id) && id > 0;
-  origin_.readFrom(db, idRead);
+  if (idRead) id_ = static_cast<int32_t>(id);
+  origin_.readFrom(db, idRead, id_);
   if (!idRead) return false;
-  id_ = static_cast<int32_t>(id);
 
   db.getWsz(fieldDesc, desc_);
   short orientation = horizontal;
@@ -230,10 +230,10 @@ bool CKdReport::saveTo(CQbase& db) const {
   ok = db.setShort(fieldFlags, static_cast<short>(flags_)) && ok;
   ok = db.setLong(fieldVersion, formatVersion) && ok;
   if (!db.saveRec()) return false;
-  origin_.retire(db, kRecordCode, key);
+  origin_.retire(db, kRecordCode, id_, key);
   return ok;
 }
 
 bool CKdReport::deleteFrom(CQbase& db) const {
-  return origin_.deleteFrom(db, kRecordCode, recordKey());
+  return origin_.deleteFrom(db, kRecordCode, id_, recordKey());
 }

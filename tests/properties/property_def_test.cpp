@@ -379,6 +379,53 @@ TEST_F(PropertyDefRecord, DefinitionReadFromAKeyOfAnotherFormMovesToItsOwnKey) {
   }
 }
 
+// A copy of a definition read from the file, given an id of its own, is a new definition:
+// saving or deleting it leaves the record of the definition it was copied from.
+TEST_F(PropertyDefRecord, CopyWithAnotherIdLeavesTheRecordOfItsOriginal) {
+  for (const char* key : {"000005", " 5"}) {
+    SCOPED_TRACE(key);
+    ASSERT_TRUE(runSql("DELETE FROM RD_property_definitions"));
+    ASSERT_TRUE(db_.createRec("RD", key) && db_.setWsz(1501, L"Original") && db_.saveRec());
+    CKdPropertyDefArray defs;
+    ASSERT_TRUE(defs.readFrom(db_));
+    CKdPropertyDef copy = *defs.objAt(0);
+    copy.setDbId(defs.nextId(1, CKdPropertyDefArray::kMaxId));
+    copy.setName(L"Copy");
+    ASSERT_TRUE(defs.append(&copy));
+    // Either order of saving: the copy first, as a sorted list may put it.
+    for (int first : {1, 0}) {
+      SCOPED_TRACE(first);
+      EXPECT_TRUE(defs.objAt(first)->saveTo(db_));
+      EXPECT_TRUE(defs.objAt(1 - first)->saveTo(db_));
+      CKdPropertyDefArray read;
+      ASSERT_TRUE(read.readFrom(db_));
+      EXPECT_EQ(names(read), L"Original Copy");
+    }
+    EXPECT_TRUE(defs.objAt(1)->deleteFrom(db_));
+    CKdPropertyDefArray read;
+    ASSERT_TRUE(read.readFrom(db_));
+    EXPECT_EQ(names(read), L"Original");
+  }
+}
+
+// A definition whose key gave no id stays where it is until it is given an id: then it moves
+// to that id's key, and the record without an id goes.
+TEST_F(PropertyDefRecord, DefinitionOfAKeyWithoutAnIdMovesOnceGivenAnId) {
+  ASSERT_TRUE(db_.createRec("RD", "x1") && db_.setWsz(1501, L"Rescued") && db_.saveRec());
+  CKdPropertyDefArray defs;
+  ASSERT_TRUE(defs.readFrom(db_));
+  CKdPropertyDef* def = defs.objAt(0);
+  EXPECT_FALSE(def->saveTo(db_));
+  def->setDbId(defs.nextId(1, CKdPropertyDefArray::kMaxId));
+  EXPECT_EQ(def->writeObstacle(), CKdRecordOrigin::noObstacle);
+  EXPECT_TRUE(def->saveTo(db_));
+  EXPECT_FALSE(db_.fetchRec("RD", "x1"));
+  CKdPropertyDefArray read;
+  ASSERT_TRUE(read.readFrom(db_));
+  EXPECT_EQ(names(read), L"Rescued");
+  EXPECT_EQ(read.idAt(0), 1);
+}
+
 TEST_F(PropertyDefRecord, KeysThatCannotBeRemovedOrReadKeepTheirRecords) {
   const struct {
     const char* key;  // one longer than the writer's cannot be addressed

@@ -159,12 +159,12 @@ template <typename Array>
 bool idTakenByAnother(const Array& items, int index) {
   const auto* item = items.objAt(index);
   const std::string key = item->recordKey();
-  if (!item->origin().isOdd(key)) return false;
+  if (!item->origin().movesRecord(items.idAt(index), key)) return false;
   for (int i = 0; i < items.length(); ++i) {
     const auto* other = items.objAt(i);
     if (i != index && items.idAt(i) == items.idAt(index) &&
         other->writeObstacle() == CKdRecordOrigin::noObstacle &&
-        (i < index || !other->origin().isOdd(key)))
+        (i < index || !other->origin().movesRecord(items.idAt(i), key)))
       return true;
   }
   return false;
