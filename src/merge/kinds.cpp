@@ -214,10 +214,14 @@ Json valueJson(const CKdProperty& p) {
 // Sets the value of `p`, whose type is its definition's, from `n`.
 bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
   const auto type = p.valueType();
-  if (n.type == JsonNode::typeNull) {
-    p.value().resetValue();
-    return true;
-  }
+  CKdPropertyValue v;
+  v.setTypeId(type);
+  if (n.type == JsonNode::typeNull) return p.setValue(v);
+  // A value the property refuses (a real printing too long to read back) fails like a wrong one.
+  auto keep = [&]() {
+    return p.setValue(v) ||
+           c.fail(n, "the value of property \"" + utf8(p.name()) + "\" cannot be stored");
+  };
   auto wrong = [&](const char* what) {
     return c.fail(n, "the value of property \"" + utf8(p.name()) + "\" must be " + what +
                          " or null, not " + n.describe());
@@ -225,28 +229,28 @@ bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
   switch (type) {
     case CKdPropertyValue::typeText:
       if (n.type != JsonNode::typeString) return wrong("a text");
-      p.value().setText(CWsz(cuSz::fromUtf8(n.text)));
-      return true;
+      v.setText(CWsz(cuSz::fromUtf8(n.text)));
+      return keep();
     case CKdPropertyValue::typeInt16:
       if (n.type != JsonNode::typeInteger || n.integer < INT16_MIN || n.integer > INT16_MAX)
         return wrong("a whole number from -32768 to 32767");
-      p.value().setInt16(static_cast<int16_t>(n.integer));
-      return true;
+      v.setInt16(static_cast<int16_t>(n.integer));
+      return keep();
     case CKdPropertyValue::typeInt32:
       if (n.type != JsonNode::typeInteger || n.integer < INT32_MIN || n.integer > INT32_MAX)
         return wrong("a whole number of 32 bits");
-      p.value().setInt32(static_cast<int32_t>(n.integer));
-      return true;
+      v.setInt32(static_cast<int32_t>(n.integer));
+      return keep();
     case CKdPropertyValue::typeSingleReal: {
       float f = 0;
       if (!n.isNumber() || !floatFromJson(n, f)) return wrong("a number in the range of a float");
-      p.value().setSingleReal(f);
-      return true;
+      v.setSingleReal(f);
+      return keep();
     }
     case CKdPropertyValue::typeDoubleReal:
       if (!n.isNumber() || n.tooLarge) return wrong("a number");
-      p.value().setDoubleReal(n.real);
-      return true;
+      v.setDoubleReal(n.real);
+      return keep();
     default:
       return wrong("nothing (its definition has no value type)");
   }
