@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench_folder.h"
 #include "sqlite_baseline.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/merge/comparison.h"
@@ -70,17 +71,11 @@ CKdProject makeProject(bool second) {
   return project;
 }
 
-struct Files {
+struct Files : vxkd_bench::BenchFolder {
   Files() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vxkd-bench-XXXXXX";
-    if (mkdtemp(pattern.data())) folder = pattern;
-    ok = makeProject(false).saveDbAs(nullptr, path("a.vkd")) &&
-         makeProject(true).saveDbAs(nullptr, path("b.vkd"));
+    ok = makeProject(false).saveDbAs(nullptr, wfile("a.vkd")) &&
+         makeProject(true).saveDbAs(nullptr, wfile("b.vkd"));
   }
-  ~Files() { std::filesystem::remove_all(folder); }
-  CWsz path(const char* name) const { return CWsz::fromUtf8((folder + "/" + name).c_str()); }
-  std::string folder;
   bool ok = false;
 };
 
@@ -95,8 +90,8 @@ void BM_Compare10kProductsAgainstReadingBoth(benchmark::State& state) {
   for (auto _ : state) {
     CKdProject a, b;
     reading += seconds([&] {
-      a.readDb(nullptr, files.path("a.vkd"));
-      b.readDb(nullptr, files.path("b.vkd"));
+      a.readDb(nullptr, files.wfile("a.vkd"));
+      b.readDb(nullptr, files.wfile("b.vkd"));
     });
     CKdDatasetComparison comparison;
     const double t = seconds([&] { comparison.compare(a, b); });

@@ -6,26 +6,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/sample_project.h"
-#include "support/ui_fixture.h"
+#include "planned_merge_fixture.h"
 #include "vxkd/platform/dialog.h"
 
 namespace {
 
 using namespace VxKd;
 
-class MergeDlgTest : public vxkd_test::TextsUiTest {
+class MergeDlgTest : public vxkd_test::PlannedMergeTest {
  protected:
-  void SetUp() override {
-    TextsUiTest::SetUp();
-    vxkd_test::fillSampleProject(source_);
-    vxkd_test::fillSampleProject(current_);
-    source_.propertyDefs().add(L"Pressure", L"", CKdPropertyValue::typeDoubleReal, CKdUnit(), 1);
-    current_.propertyDefs().findName(L"Height")->setDecimals(2);
-    current_.propertyDefs().add(L"Noise", L"", CKdPropertyValue::typeInt16, CKdUnit(), 0);
-    comparison_.compare(source_, current_);
-    plan_.buildDefault(comparison_);
-  }
   VxListView2& list(int id) { return dialog_.listView(id); }
   VxComboBox& combo(int id) { return dialog_.comboBox(id); }
   // The row of `list` whose second column is `name`.
@@ -40,10 +29,6 @@ class MergeDlgTest : public vxkd_test::TextsUiTest {
     return texts;
   }
 
-  CKdProject source_;
-  CKdProject current_;
-  CKdDatasetComparison comparison_;
-  CKdMergePlan plan_;
   VXDialog dialog_;
 };
 
