@@ -224,8 +224,13 @@ bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
   };
   switch (type) {
     case CKdPropertyValue::typeText:
-      if (n.type != JsonNode::typeString) return wrong("a text");
-      p.value().setText(CWsz(cuSz::fromUtf8(n.text)));
+      if (n.type != JsonNode::typeString || n.text.find('\0') != std::string::npos)
+        return wrong("a text without the character U+0000");
+      // A stored set cannot tell an empty text from none: both read back as none.
+      if (n.text.empty())
+        p.value().resetValue();
+      else
+        p.value().setText(CWsz(cuSz::fromUtf8(n.text)));
       return true;
     case CKdPropertyValue::typeInt16:
       if (n.type != JsonNode::typeInteger || n.integer < INT16_MIN || n.integer > INT16_MAX)

@@ -156,6 +156,20 @@ TEST_F(DatasetJsonTest, KindsMayStandInAnyOrderOrBeLeftOut) {
   EXPECT_EQ(loaded.linetypeDefs().length(), 1) << "the built-in linetype";
 }
 
+TEST_F(DatasetJsonTest, AnEmptyTextValueIsNoValueAsTheDatasetReadsIt) {
+  CKdProject project;
+  fillSampleProject(project);
+  std::string text = dumpOfFile(project, L"a.vkd");
+  const size_t at = text.find("{\"id\": 5, \"value\": \"Steel\"}");
+  ASSERT_NE(at, std::string::npos);
+  const std::string expected = std::string(text).replace(at, 27, "{\"id\": 5, \"value\": null}");
+  text.replace(at, 27, "{\"id\": 5, \"value\": \"\"}");
+  CKdProject loaded;
+  ASSERT_TRUE(VxKd::datasetFromJson(nullptr, text, loaded));
+  EXPECT_EQ(VxKd::datasetToJson(loaded), expected);
+  EXPECT_EQ(dumpOfFile(loaded, L"b.vkd"), expected);
+}
+
 // A text that cannot be taken: the change made to a sound text (`to` null: the text ends
 // after `from`), the line where the error is (that of the first occurrence of `at` after the
 // change, plus `offset`), and words of the message.
@@ -229,6 +243,8 @@ const BadText kBadTexts[] = {
      "\"guid\" must be a GUID"},
     {"OtherFormat", "\"vxkd-dataset\"", "\"something-else\"", "something-else", 0,
      "\"format\" must be \"vxkd-dataset\""},
+    {"TextWithNul", "\"name\": \"Width\"", "\"name\": \"Wid\\u0000th\"", "Wid", 0,
+     "\"name\" must be a text without the character U+0000"},
     {"NewerVersion", "\"version\": 1", "\"version\": 2", "\"version\": 2", 0, "a newer program"},
 };
 
