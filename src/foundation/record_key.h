@@ -12,6 +12,9 @@ namespace VxKd {
 std::string buildDbId(long id);
 // "%6.6ld%4.4ld": the key of a definition filed under a group.
 std::string buildDbId(long groupId, long id);
+// "%4.4ld%3.3ld%3.3ld": the key of a block item, from the group id, the block's number and
+// the item's position.
+std::string buildDbId(long groupId, long blockNmb, long itemNmb);
 // "%8.8ld": the key of a 2D symbol.
 std::string buildSymbolDbId(long id);
 

@@ -171,7 +171,7 @@ bool CQbaseRecord::setSz(short number, const char* text) {
 bool CQbaseRecord::getWsz(short number, CWsz& text) {
   const QbaseFieldValue* v = present(number, QbaseFieldType::kWsz);
   if (!v) return false;
-  text = CWsz(cuSz::fromUtf8(v->bytes));
+  cuSz::fromUtf8(v->bytes, text.str());
   return true;
 }
 

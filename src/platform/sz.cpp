@@ -108,9 +108,23 @@ std::string toUtf8(std::wstring_view text) {
 
 std::wstring fromUtf8(std::string_view text) {
   std::wstring out;
+  fromUtf8(text, out);
+  return out;
+}
+
+void fromUtf8(std::string_view text, std::wstring& out) {
+  out.clear();
   out.reserve(text.size());
   size_t i = 0;
   while (i < text.size()) {
+    // Runs of ASCII, most of any text, are copied without decoding.
+    size_t ascii = i;
+    while (ascii < text.size() && static_cast<unsigned char>(text[ascii]) < 0x80) ++ascii;
+    if (ascii > i) {
+      out.append(text.begin() + i, text.begin() + ascii);
+      i = ascii;
+      continue;
+    }
     auto b0 = static_cast<unsigned char>(text[i]);
     int extra = b0 < 0x80           ? 0
                 : (b0 >> 5) == 0x6  ? 1
@@ -141,7 +155,6 @@ std::wstring fromUtf8(std::string_view text) {
     out += static_cast<wchar_t>(c);
     i += extra + 1;
   }
-  return out;
 }
 
 std::u16string toUtf16(std::wstring_view text) {

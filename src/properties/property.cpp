@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cwchar>
 #include <limits>
 #include <string>
 #include <vector>
@@ -26,7 +27,7 @@ bool isScanBlank(wchar_t c) {
 // sign, the number; the rest ignored), with "." as the decimal point whatever the process
 // locale. False for no number, one beyond the type's range, or one that is not finite.
 template <typename Real>
-bool scanReal(const std::wstring& text, Real& value) {
+bool scanReal(std::wstring_view text, Real& value) {
   value = 0;
   size_t i = 0;
   while (i < text.size() && isScanBlank(text[i])) ++i;
@@ -117,16 +118,20 @@ bool CKdProperty::setValue(const wchar_t* text) {
     value_.setText(text);
     return true;
   }
-  std::wstring number(text);
-  if (number.size() > kMaxNumberLength) return false;
+  const size_t length = std::wcslen(text);
+  if (length > kMaxNumberLength) return false;
+  // A number is short: it is worked on in a buffer of its own rather than on the heap, since
+  // a catalogue sets hundreds of thousands of values when it is read.
+  wchar_t number[kMaxNumberLength + 1];
+  std::wmemcpy(number, text, length + 1);
 
   switch (type) {
     case CKdPropertyValue::typeInt16:
     case CKdPropertyValue::typeInt32: {
       // An integer ends at its decimal separator, whichever the user typed: cut, not rounded.
-      number.resize(std::min(number.find_first_of(L",."), number.size()));
+      if (wchar_t* separator = std::wcspbrk(number, L",.")) *separator = L'\0';
       long parsed = 0;
-      bool ok = cuSz::scanLong(number.c_str(), parsed);
+      bool ok = cuSz::scanLong(number, parsed);
       if (type == CKdPropertyValue::typeInt16) {
         ok = ok && parsed >= std::numeric_limits<int16_t>::min() &&
              parsed <= std::numeric_limits<int16_t>::max();
@@ -139,16 +144,17 @@ bool CKdProperty::setValue(const wchar_t* text) {
     case CKdPropertyValue::typeSingleReal:
     case CKdPropertyValue::typeDoubleReal: {
       // A decimal comma is accepted as the decimal point.
-      for (wchar_t& c : number)
-        if (c == L',') c = L'.';
+      for (wchar_t* c = number; *c; ++c)
+        if (*c == L',') *c = L'.';
+      const std::wstring_view digits(number, length);
       if (type == CKdPropertyValue::typeSingleReal) {
         float parsed = 0;
-        bool ok = scanReal(number, parsed);
+        bool ok = scanReal(digits, parsed);
         value_.setSingleReal(parsed);
         return ok;
       }
       double parsed = 0;
-      bool ok = scanReal(number, parsed);
+      bool ok = scanReal(digits, parsed);
       value_.setDoubleReal(parsed);
       return ok;
     }
@@ -198,37 +204,51 @@ void CKdPropertyArray::writeAttributeText(CWsz& out) const {
 
 void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs) {
   reset();
+  const auto blank = [](wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; };
+  // A catalogue reads hundreds of thousands of lines: they are looked at in views, their id
+  // and value copied into one buffer of the thread, and since a set lists its properties in
+  // the order of their definitions, each definition is looked for after the last one found.
+  thread_local std::wstring buffer;
+  std::wstring& part = buffer;
+  int nextDef = 0;
   std::wstring_view rest(text ? text : L"");
   while (!rest.empty()) {
     size_t end = rest.find(L'\n');
-    CWsz line(rest.substr(0, end));
+    std::wstring_view line = rest.substr(0, end);
     rest = end == std::wstring_view::npos ? std::wstring_view() : rest.substr(end + 1);
 
-    line.trim();
-    int equals = line.find(L'=');
-    if (equals < 0) continue;
+    while (!line.empty() && blank(line.front())) line.remove_prefix(1);
+    while (!line.empty() && blank(line.back())) line.remove_suffix(1);
+    const size_t equals = line.find(L'=');
+    if (equals == std::wstring_view::npos) continue;
     long id = 0;
-    if (!cuSz::scanLong(line.left(equals), id) || id <= 0) continue;
+    part.assign(line.substr(0, equals));
+    if (!cuSz::scanLong(part.c_str(), id) || id <= 0) continue;
     // A property whose definition was deleted vanishes here.
-    const CKdPropertyDef* def = defs.findId(id);
+    int index = nextDef;
+    if (index >= defs.length() || defs.idAt(index) != id) index = defs.indexOfId(id);
+    const CKdPropertyDef* def = defs.objAt(index);
     if (!def) continue;
-    CKdProperty property(*def);
-    property.setValue(line.mid(equals + 1));
-    append(&property);
+    nextDef = index + 1;
+    part.assign(line.substr(equals + 1));
+    if (CKdProperty* property = emplace(*def)) property->setValue(part.c_str());
   }
 }
 
 bool CKdPropertyArray::writeToAttributeOf(CQbase& db) const {
   // An empty set writes nothing, on purpose: a field already there keeps its lines.
   if (length() == 0) return true;
-  CWsz text;
+  // One buffer for every set written, as for reading.
+  thread_local CWsz text;
   writeAttributeText(text);
   return db.setWsz(kPropertySetField, text);
 }
 
 bool CKdPropertyArray::readFromAttributeOf(CQbase& db, const CKdPropertyDefArray& defs) {
-  CWsz text;
-  db.getWsz(kPropertySetField, text);
+  // One buffer for every set read: a catalogue reads ten thousand of them, each some
+  // kilobytes wide, and a fresh allocation of that size for each costs more than the rest.
+  thread_local CWsz text;
+  if (!db.getWsz(kPropertySetField, text)) text.empty();
   readAttributeText(text, defs);
   return true;
 }

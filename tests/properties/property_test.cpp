@@ -115,6 +115,13 @@ TEST(PropertyArray, ReadSkipsLinesWithoutAUsableDefinedId) {
   EXPECT_EQ(set.length(), 0);
 }
 
+// Sets list their properties in the order of the definitions, but any order reads.
+TEST(PropertyArray, ReadFindsDefinitionsInAnyOrder) {
+  CKdPropertyArray set;
+  set.readAttributeText(L"20=1.5\r\n12=3\r\n15=x\r\n12=4\r\n20=2", definitions());
+  EXPECT_EQ(describe(set), L"C=1.50 A=3 B=x A=4 C=2.00");
+}
+
 TEST(PropertyArray, StoredFormIsOneLinePerPropertyWithOnlyThePrintedDecimals) {
   CWsz text(L"old");
   CKdPropertyArray().writeAttributeText(text);

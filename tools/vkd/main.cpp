@@ -46,9 +46,18 @@ std::string usage() {
       "  --version                   show the version of vkd and its library\n"
       "\n"
       "kinds of definition for list:\n";
-  for (const ListKind* kind : listKinds())
-    text += "  " + std::string(kind->name) + std::string(24 - std::strlen(kind->name), ' ') +
-            kind->help + "\n";
+  for (const ListKind* kind : listKinds()) {
+    const std::string head =
+        std::string(kind->name) + (*kind->argument ? " " : "") + kind->argument;
+    text +=
+        "  " + head + std::string(head.size() < 24 ? 24 - head.size() : 1, ' ') + kind->help + "\n";
+  }
+  text += "\nkinds of definition for preview:\n";
+  for (const PreviewKind* kind : previewKinds()) {
+    const std::string head = std::string(kind->name) + " " + kind->argument;
+    text +=
+        "  " + head + std::string(head.size() < 24 ? 24 - head.size() : 1, ' ') + kind->help + "\n";
+  }
   return text;
 }
 
@@ -163,7 +172,9 @@ int main(int argc, char** argv) {
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());
-  if (static_cast<int>(args.size()) != command->argCount) return usageOf(*command);
+  if (static_cast<int>(args.size()) < command->argCount ||
+      static_cast<int>(args.size()) > command->maxArgCount)
+    return usageOf(*command);
   for (const char* name : given)
     if (!accepts(*command, name))
       return usageError(std::string(command->name) + " has no option --" + name);

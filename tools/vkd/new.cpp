@@ -5,7 +5,9 @@
 // built beside the target under a temporary name and renamed into place when complete, so
 // a failure leaves the old file whole and nothing half-made.
 
+#include <algorithm>
 #include <cstdio>
+#include <initializer_list>
 
 #include "tool.h"
 
@@ -65,8 +67,112 @@ void addSamplePolyDefs(CKdProject& project) {
   }
 }
 
+// A valve drawn as a bow tie on a stem with a hand wheel, 4 units wide: the symbol of the
+// sample valve.
+CVxSymbolModel valveSymbol() {
+  const auto node = [](CGmNode::nodeType type, uint16_t flags, std::initializer_list<float> v) {
+    CGmNode n;
+    n.type = type;
+    n.flags = flags;
+    std::copy(v.begin(), v.end(), n.v);
+    return n;
+  };
+  return CVxSymbolModel(
+      0, "VALVE", L"Valve",
+      {node(CGmNode::typeVertex, CGmNode::flagClosed, {-2, -1, 0}),
+       node(CGmNode::typeVertex, 0, {2, 1, 0}), node(CGmNode::typeVertex, 0, {2, -1, 0}),
+       node(CGmNode::typeVertex, 0, {-2, 1, 0}), node(CGmNode::typeLine, 0, {0, 0, 0, 0, 2, 0}),
+       node(CGmNode::typeCircle, 0, {0, 2.5f, 0, 0.5f, 0, 0})});
+}
+
+// A part ID format, a small tree of product groups with products, and a block of two valves
+// on a pipe drawn as graphics of its own. REQUIRES the sample property definitions and
+// symbols.
+void addSampleCatalogue(CKdProject& project) {
+  CKdPartIdFormat partId(1, L"Duct size", L"RD-{Width}x{Height}");
+  project.partIdFormats().append(&partId);
+  const struct {
+    long id, owner;
+    const wchar_t* desc;
+  } kGroups[] = {
+      {1, -1, L"Ducts"}, {2, 1, L"Rectangular"}, {3, -1, L"Valves"}, {4, -1, L"Electrical"}};
+  CKdProductGroupArray& groups = project.productGroups();
+  for (const auto& g : kGroups) {
+    CKdProductGroup group;
+    CKdGuid guid;
+    guid.createValue();
+    group.init(g.id, g.owner, groups.nextSortOrderNmbUnderGroup(g.owner), guid, g.desc);
+    groups.append(&group);
+  }
+  const struct {
+    long group;
+    const wchar_t* desc;
+    const char* symbol;
+    short colour;
+    long partIdFormat;
+    const wchar_t* values[2][2];
+  } kProducts[] = {
+      {2, L"Duct 400 x 200", "", 256, 1, {{L"Width", L"400"}, {L"Height", L"200"}}},
+      {3, L"Ball valve DN 50", "VALVE", 1, 0, {{L"Diameter", L"50"}, {L"Material", L"Brass"}}},
+      {4, L"Wall socket", "SOCKET", 3, 0, {}},
+  };
+  for (const auto& d : kProducts) {
+    CKdProductDefArray& products = groups.findGroup(d.group)->products();
+    CKdProductDef product;
+    product.setDbId(products.nextId(1, CKdProductDefArray::kMaxGroupProductId));
+    CKdGuid guid;
+    guid.createValue();
+    product.setGuid(guid);
+    product.setDesc(d.desc);
+    product.setSymbolId(d.symbol);
+    product.setColorNmb(d.colour);
+    product.setPartIdFmtId(d.partIdFormat);
+    for (const auto& value : d.values) {
+      const CKdPropertyDef* def = value[0] ? project.propertyDefs().findName(value[0]) : nullptr;
+      if (!def) continue;
+      CKdProperty property(*def);
+      property.setValue(value[1]);
+      product.properties().append(&property);
+    }
+    products.append(&product);
+  }
+  const CVxSymbolModel valveDrawing = valveSymbol();
+  project.symbols().append(&valveDrawing);
+
+  const CKdProductDef* valve = groups.findProduct(L"Ball valve DN 50", 3);
+  CKdBlock station;
+  station.setDesc(L"Valve station");
+  CGmModel pipe;
+  pipe.setColor(6);
+  pipe.addLine({-4, 0}, {16, 0});
+  pipe.setColor(7);
+  pipe.addText(L"Station 1", {-4, -4}, {1, 0}, 1.5, L"Arial");
+  CKdBlockItem graphics;
+  graphics.setName(L"Pipe");
+  graphics.setGraphics(pipe);
+  station.add(graphics);
+  const struct {
+    const wchar_t* name;
+    CGmPoint at;
+    CGmVector axis;
+    float scale;
+  } kValves[] = {{L"Shut-off", {0, 0}, {1, 0}, 1}, {L"Bypass", {12, 0}, {0, 1}, 1.5f}};
+  for (const auto& v : kValves) {
+    CKdBlockItem item;
+    item.setName(v.name);
+    item.setGuid(valve->guid());
+    item.setPosition(v.at);
+    item.setFirstAxis(v.axis);
+    item.setSecondAxis(v.axis.perpendicular());
+    item.setScale(v.scale);
+    item.setColorNmb(1);
+    station.add(item);
+  }
+  groups.findGroup(3)->blocks().append(&station);
+}
+
 // A few property definitions, dimension text formats that name them, definitions of the
-// poly objects, and two symbols that show both ways a drawing is stored.
+// poly objects, two symbols that show both ways a drawing is stored, and a small catalogue.
 void addSampleContent(CKdProject& project) {
   CKdPropertyDefArray& defs = project.propertyDefs();
   defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
@@ -126,6 +232,7 @@ void addSampleContent(CKdProject& project) {
     }
     project.symbols().append(&symbol);
   }
+  addSampleCatalogue(project);
 }
 
 int runNew(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {

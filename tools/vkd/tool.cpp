@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <unordered_set>
 
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/lock_file.h"
@@ -109,6 +110,11 @@ ListKind::ListKind(const char* name, const char* help, Fill fill)
   registry()[name] = this;
 }
 
+ListKind::ListKind(const char* name, const char* argument, const char* help, FillWith fillWith)
+    : name(name), argument(argument), help(help), fillWith(fillWith) {
+  registry()[name] = this;
+}
+
 std::vector<const ListKind*> listKinds() {
   std::vector<const ListKind*> out;
   for (const auto& entry : registry()) out.push_back(entry.second);
@@ -125,7 +131,7 @@ std::map<std::string, const Command*>& commandRegistry() {
 }  // namespace
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run)
-    : name(name), usage(usage), help(help), argCount(argCount), run(run) {
+    : name(name), usage(usage), help(help), argCount(argCount), maxArgCount(argCount), run(run) {
   commandRegistry()[name] = this;
 }
 
@@ -135,6 +141,19 @@ Command::Command(const char* name, const char* usage, const char* help, int argC
       usage(usage),
       help(help),
       argCount(argCount),
+      maxArgCount(argCount),
+      options(options),
+      runWithOptions(run) {
+  commandRegistry()[name] = this;
+}
+
+Command::Command(const char* name, const char* usage, const char* help, int argCount,
+                 int maxArgCount, const char* options, RunWithOptions run)
+    : name(name),
+      usage(usage),
+      help(help),
+      argCount(argCount),
+      maxArgCount(maxArgCount),
       options(options),
       runWithOptions(run) {
   commandRegistry()[name] = this;
@@ -144,6 +163,84 @@ std::vector<const Command*> commands() {
   std::vector<const Command*> out;
   for (const auto& entry : commandRegistry()) out.push_back(entry.second);
   return out;
+}
+
+namespace {
+
+std::map<std::string, const PreviewKind*>& previewRegistry() {
+  static std::map<std::string, const PreviewKind*> kinds;
+  return kinds;
+}
+
+}  // namespace
+
+PreviewKind::PreviewKind(const char* name, const char* argument, const char* help, Draw draw)
+    : name(name), argument(argument), help(help), draw(draw) {
+  previewRegistry()[name] = this;
+}
+
+std::vector<const PreviewKind*> previewKinds() {
+  std::vector<const PreviewKind*> out;
+  for (const auto& entry : previewRegistry()) out.push_back(entry.second);
+  return out;
+}
+
+namespace {
+
+void addChildren(const CKdProductGroupArray& groups, long owner, int depth,
+                 std::vector<GroupRow>& rows, std::unordered_set<long>& listed) {
+  CKdProductGroupArray children;
+  groups.getTopSubGroupsOf(owner, children);
+  for (int i = 0; i < children.length(); ++i) {
+    const CKdProductGroup* child = groups.findGroup(children.idAt(i));
+    if (!child || !listed.insert(child->dbId()).second) continue;
+    rows.push_back({child, depth});
+    addChildren(groups, child->dbId(), depth + 1, rows, listed);
+  }
+}
+
+}  // namespace
+
+std::vector<GroupRow> groupTree(const CKdProductGroupArray& groups, long top) {
+  std::vector<GroupRow> rows;
+  const CKdProductGroup* first = groups.findGroup(top);
+  if (!first) return rows;
+  std::unordered_set<long> listed{top};
+  rows.push_back({first, 0});
+  addChildren(groups, top, 1, rows, listed);
+  return rows;
+}
+
+std::string groupPathOf(const CKdProductGroupArray& groups, long id) {
+  if (id >= 1) return narrow(groups.getGroupPath(id));
+  const CKdProductGroup* root = groups.findGroup(id);
+  return root ? narrow(root->desc()) : "";
+}
+
+std::string colourName(short colour) {
+  return colour == CKdProductDef::colorByLayer ? "by layer" : std::to_string(colour);
+}
+
+std::string widthText(float width) {
+  return width > CKdProductDef::minStoredLineWidth ? cuSz::format("%g", width) : "";
+}
+
+std::string positive(long value) { return value > 0 ? std::to_string(value) : ""; }
+
+std::string textsText(const CKdIntegratedTextArray& texts) {
+  std::string text;
+  for (int i = 0; i < texts.length(); ++i) text += (i ? " " : "") + std::to_string(texts.idAt(i));
+  return text;
+}
+
+std::string propertiesText(const CKdPropertyArray& properties) {
+  std::string text;
+  for (int i = 0; i < properties.length(); ++i) {
+    const CKdProperty* property = properties.objAt(i);
+    if (i) text += ", ";
+    text += narrow(property->name()) + "=" + narrow(property->getValueAsText(false));
+  }
+  return text;
 }
 
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,

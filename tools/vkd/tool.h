@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "vxkd/dataset/project.h"
+#include "vxkd/platform/graphics_model.h"
 #include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/platform/wsz.h"
@@ -87,22 +88,31 @@ struct Options {
 };
 
 // One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
-// of its own and registers itself with a static ListKind object.
+// of its own and registers itself with a static ListKind object. A kind that takes an
+// optional argument (`vkd list FILE products GROUP-PATH`) names it and fills its table with
+// `fillWith`, which gets "" without one and returns false, having put the reason into
+// `why`, when the argument names nothing.
 struct ListKind {
   using Fill = void (*)(const CKdProject& project, Table& table);
+  using FillWith = bool (*)(const CKdProject& project, const std::string& argument, Table& table,
+                            std::string& why);
   ListKind(const char* name, const char* help, Fill fill);
+  ListKind(const char* name, const char* argument, const char* help, FillWith fillWith);
 
   const char* name;
+  const char* argument = "";  // as the usage shows it ("[GROUP-PATH]"); "" for none
   const char* help;
-  Fill fill;
+  Fill fill = nullptr;
+  FillWith fillWith = nullptr;
 };
 // Every registered kind, in the order of their names.
 std::vector<const ListKind*> listKinds();
 
 // A command of vkd that lives in a source file of its own and registers itself with a static
 // Command object. `run` gets the arguments after the command name, exactly `argCount` of
-// them, and returns the exit code. A command that takes options names the long options it
-// accepts ("force,sample") and gets them in `runWithOptions`.
+// them (or up to `maxArgCount`, for a command that takes optional ones), and returns the
+// exit code. A command that takes options names the long options it accepts
+// ("force,sample") and gets them in `runWithOptions`.
 struct Command {
   using Run = int (*)(const std::vector<std::string>& args, ToolUiBackend& ui);
   using RunWithOptions = int (*)(const std::vector<std::string>& args, const Options& options,
@@ -110,17 +120,58 @@ struct Command {
   Command(const char* name, const char* usage, const char* help, int argCount, Run run);
   Command(const char* name, const char* usage, const char* help, int argCount, const char* options,
           RunWithOptions run);
+  Command(const char* name, const char* usage, const char* help, int argCount, int maxArgCount,
+          const char* options, RunWithOptions run);
 
   const char* name;
   const char* usage;  // the options and arguments, as the usage text shows them
   const char* help;   // one or more lines
   int argCount;
+  int maxArgCount;
   const char* options = "";
   Run run = nullptr;
   RunWithOptions runWithOptions = nullptr;
 };
 // Every registered command, in the order of their names.
 std::vector<const Command*> commands();
+
+// One kind of definition that `vkd preview FILE KIND NAME -o OUT.svg` draws. Each kind lives
+// in a source file of its own (preview_*.cpp) and registers itself with a static PreviewKind
+// object. `draw` draws the definition that `name` names in `project` into `model` and
+// describes it in `what` for the closing line ("format 1 \"Size\""); it returns exitOk, or
+// the exit code after printing why not.
+struct PreviewKind {
+  using Draw = int (*)(const CKdProject& project, const std::string& name, CGmModel& model,
+                       std::string& what);
+  PreviewKind(const char* name, const char* argument, const char* help, Draw draw);
+
+  const char* name;
+  const char* argument;  // as the usage shows it ("ID")
+  const char* help;
+  Draw draw;
+};
+// Every registered kind, in the order of their names.
+std::vector<const PreviewKind*> previewKinds();
+
+// The product groups of the tree under `top` in the order the tree shows them (each group's
+// children by order number, after it), `top` first, each with its depth below `top`. A
+// group is listed once however its owner links run.
+struct GroupRow {
+  const CKdProductGroup* group;
+  int depth;
+};
+std::vector<GroupRow> groupTree(const CKdProductGroupArray& groups, long top);
+// The path of group `id` as `vkd list FILE groups` shows it; for a root, its description.
+std::string groupPathOf(const CKdProductGroupArray& groups, long id);
+
+// What the tables of product definitions show of a product, column by column: the colour
+// ("by layer" for 256), the line width ("" for none), a positive id ("" for none), the
+// ids of the integrated text formats, and the properties as "name=value" pairs.
+std::string colourName(short colour);
+std::string widthText(float width);
+std::string positive(long value);
+std::string textsText(const CKdIntegratedTextArray& texts);
+std::string propertiesText(const CKdPropertyArray& properties);
 
 // Prints what an import did: the counts, then one line per definition not taken.
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,

@@ -28,6 +28,8 @@ VXKD_API int compareLogical(const wchar_t* a, const wchar_t* b);
 // UTF-8 <-> wide. Invalid UTF-8 bytes become U+FFFD; nothing throws.
 VXKD_API std::string toUtf8(std::wstring_view text);
 VXKD_API std::wstring fromUtf8(std::string_view text);
+// The same into `out`, whose memory is reused: a reader of many texts allocates once.
+VXKD_API void fromUtf8(std::string_view text, std::wstring& out);
 
 // UTF-16LE <-> wide; characters outside the BMP use surrogate pairs.
 VXKD_API std::u16string toUtf16(std::wstring_view text);
