@@ -101,18 +101,18 @@ TEST_F(VkdMerge, LoadReplacesAnExistingDatasetOnlyWhenForced) {
 TEST_F(VkdMerge, DiffExitsWithZeroOneOrTwo) {
   const VkdRun same = vkd({"diff", file("sample.vkd"), file("sample.vkd")});
   EXPECT_EQ(same.code, 0);
-  EXPECT_THAT(same.out, HasSubstr("39 equal, 0 different"));
+  EXPECT_THAT(same.out, HasSubstr("49 equal, 0 different"));
 
   const VkdRun differ = vkd({"diff", file("sample.vkd"), file("office.vkd")});
   EXPECT_EQ(differ.code, 1);
   EXPECT_THAT(differ.out, HasSubstr("Property definitions (0 equal)\n  only in " +
                                     file("sample.vkd") + "  Width\n"));
-  EXPECT_THAT(differ.out, HasSubstr("14 only in " + file("sample.vkd")));
+  EXPECT_THAT(differ.out, HasSubstr("24 only in " + file("sample.vkd")));
 
   const VkdRun json = vkd({"diff", "--format", "json", file("office.vkd"), file("sample.vkd")});
   EXPECT_EQ(json.code, 1);
   const nlohmann::json j = nlohmann::json::parse(json.out);
-  EXPECT_EQ(j["counts"]["onlyInCurrent"], 14);
+  EXPECT_EQ(j["counts"]["onlyInCurrent"], 24);
   EXPECT_EQ(j["kinds"]["symbols"][0]["key"], "SOCKET");
 
   const VkdRun missing = vkd({"diff", file("sample.vkd"), file("none.vkd")});
@@ -127,12 +127,12 @@ TEST_F(VkdMerge, DiffExitsWithZeroOneOrTwo) {
 TEST_F(VkdMerge, MergeIntoANewDatasetThenAgainChangesNothingTheSecondTime) {
   const VkdRun dry = vkd({"merge", "--dry-run", file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(dry.code, 0) << dry.err;
-  EXPECT_THAT(dry.out, HasSubstr("nothing was changed): 14 created"));
+  EXPECT_THAT(dry.out, HasSubstr("nothing was changed): 24 created"));
   EXPECT_EQ(vkd({"diff", file("sample.vkd"), file("office.vkd")}).code, 1) << "dry run";
 
   const VkdRun merged = vkd({"merge", file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(merged.code, 0) << merged.err;
-  EXPECT_THAT(merged.out, HasSubstr("14 created, 0 overwritten, 25 mapped, 0 skipped"));
+  EXPECT_THAT(merged.out, HasSubstr("24 created, 0 overwritten, 25 mapped, 0 skipped"));
   EXPECT_THAT(merged.out, HasSubstr("\n  Create      Flow (id 4)\n"));
   EXPECT_EQ(vkd({"diff", file("sample.vkd"), file("office.vkd")}).code, 0);
   EXPECT_FALSE(exists("office.lck"));
@@ -140,7 +140,7 @@ TEST_F(VkdMerge, MergeIntoANewDatasetThenAgainChangesNothingTheSecondTime) {
   const std::string once = vkd({"dump", file("office.vkd")}).out;
   const VkdRun again = vkd({"merge", "--format", "json", file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(again.code, 0) << again.err;
-  EXPECT_EQ(nlohmann::json::parse(again.out)["counts"]["map"], 39);
+  EXPECT_EQ(nlohmann::json::parse(again.out)["counts"]["map"], 49);
   EXPECT_EQ(vkd({"dump", file("office.vkd")}).out, once);
 }
 
@@ -148,7 +148,7 @@ TEST_F(VkdMerge, AnEditedPlanIsFollowed) {
   const VkdRun wrote =
       vkd({"merge", "--write-plan", file("plan.json"), file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(wrote.code, 0) << wrote.err;
-  EXPECT_THAT(wrote.out, HasSubstr("14 to create"));
+  EXPECT_THAT(wrote.out, HasSubstr("24 to create"));
   EXPECT_EQ(vkd({"diff", file("sample.vkd"), file("office.vkd")}).code, 1) << "nothing merged";
   // The administrator takes everything but the symbol PANEL.
   std::string plan = dir_.read("plan.json");
@@ -160,11 +160,11 @@ TEST_F(VkdMerge, AnEditedPlanIsFollowed) {
   const VkdRun merged =
       vkd({"merge", "--plan", file("plan.json"), file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(merged.code, 0) << merged.err;
-  EXPECT_THAT(merged.out, HasSubstr("13 created"));
+  EXPECT_THAT(merged.out, HasSubstr("23 created"));
   EXPECT_THAT(merged.out, HasSubstr("  Skip        PANEL (not taken)\n"));
   const VkdRun diff = vkd({"diff", file("sample.vkd"), file("office.vkd")});
   EXPECT_EQ(diff.code, 1);
-  EXPECT_THAT(diff.out, HasSubstr("38 equal, 0 different, 1 only in"));
+  EXPECT_THAT(diff.out, HasSubstr("48 equal, 0 different, 1 only in"));
 }
 
 TEST_F(VkdMerge, ABadPlanNamesItsLineAndMergesNothing) {

@@ -9,7 +9,11 @@ namespace VxKd {
 
 enum datasetKind : int {
   kindPropertyDefs,
+  kindPartIdFormats,
   kindLayers,
+  kindProductGroups,
+  kindProducts,  // the product definitions of the product groups
+  kindBlocks,
   kindSymbols,
   kindTextStyles,
   kindLinetypes,
