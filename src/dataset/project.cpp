@@ -185,6 +185,7 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
   linetypeDefs_.readFrom(db);
   textStyleDefs_.readFrom(db);
   dimTextFormats_.readFrom(db);
+  reportDefs_.readFrom(db);
   for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
     polyDefSets(type)->readFrom(db, propertyDefs_);
   read2dSymbols(db);
@@ -207,6 +208,7 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
   linetypeDefs_.saveTo(db);
   textStyleDefs_.saveTo(db);
   dimTextFormats_.saveTo(db);
+  reportDefs_.saveTo(db);  // each report definition in array order
   for (VxKd::systemTypeIds type : kPolyDefSetWriteOrder) {
     CKdProductDefArray* set = polyDefSets(type);
     // A definition without an id of its own would be stored under a key that is never read
@@ -271,6 +273,7 @@ void CKdProject::resetData() {
   textStyleDefs_.reset();
   linetypeDefs_.resetToBuiltIn();
   dimTextFormats_.reset();
+  reportDefs_.reset();
   for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) polyDefSets(type)->reset();
   lastInstalledDimtextId_ = 0;
 }
@@ -278,6 +281,7 @@ void CKdProject::resetData() {
 void CKdProject::buildDefaultProject() {
   propertyDefs_.reset();
   productGroups_.reset();
+  reportDefs_.reset();
   buildDefaultLinetypes();
   buildDefaultTextStyleDefs();
   buildDefaultDimTextFormats();

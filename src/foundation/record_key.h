@@ -8,6 +8,9 @@ class CQbase;
 
 namespace VxKd {
 
+// The largest id that a six-digit key holds: top-level definitions take 1 to this.
+inline constexpr long kMaxDbId = 999999;
+
 // "%6.6ld": the key of a top-level definition.
 std::string buildDbId(long id);
 // "%6.6ld%4.4ld": the key of a definition filed under a group.

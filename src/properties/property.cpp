@@ -1,5 +1,6 @@
 #include "vxkd/properties/property.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -17,7 +18,21 @@ namespace {
 constexpr short kPropertySetField = 1521;
 
 // The longest text that setValue reads as a number.
-constexpr int kMaxNumberLength = 30;
+constexpr int kMaxNumberLength = CKdPropertyValue::maxNumberLength;
+
+// `text` as a stored set gives it back: each line break one blank, codes that are no
+// characters U+FFFD, without the blanks and tabs at its end.
+std::wstring storableText(std::wstring_view text) {
+  std::wstring out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    wchar_t c = text[i];
+    if (c == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n') ++i;
+    out += c == L'\r' || c == L'\n' ? L' ' : c;
+  }
+  out.erase(out.find_last_not_of(L" \t") + 1);
+  return cuSz::scalarValuesOf(out);
+}
 
 bool isScanBlank(wchar_t c) {
   return c == L' ' || c == L'\t' || c == L'\n' || c == L'\r' || c == L'\v' || c == L'\f';
@@ -110,57 +125,101 @@ CWsz CKdProperty::getValueAsText(bool withUnit) const {
   return text;
 }
 
+bool CKdProperty::storableForm(const CKdPropertyValue& value, CKdPropertyValue& out) const {
+  out.copyFrom(value);
+  if (!value.hasValue() || isStdProperty()) return true;
+  CWsz text;
+  switch (value.typeId()) {
+    case CKdPropertyValue::typeText:
+      value.getText(text);
+      text = storableText(text.str());
+      if (text.isEmpty())
+        out.resetValue();  // "id=" reads back as no value
+      else
+        out.setText(text);
+      return true;
+    case CKdPropertyValue::typeSingleReal:
+    case CKdPropertyValue::typeDoubleReal: {
+      // Only reals can print longer: "-2147483648" is 11 characters. The reader takes no
+      // infinity and no NaN either.
+      double real = 0;
+      value.getDoubleReal(real);
+      value.printValue(text, decimals());
+      return std::isfinite(real) && text.length() <= kMaxNumberLength;
+    }
+    default:
+      return true;
+  }
+}
+
+bool CKdProperty::setValue(const CKdPropertyValue& value) {
+  CKdPropertyValue stored;
+  bool ok = value.typeId() == valueType() && storableForm(value, stored);
+  if (ok)
+    value_ = stored;
+  else
+    value_.setTypeId(valueType());
+  return ok;
+}
+
+bool CKdProperty::setDecimals(int decimals) {
+  CKdProperty changed(*this);
+  changed.CKdPropertyDef::setDecimals(decimals);
+  CKdPropertyValue stored;
+  if (!changed.storableForm(value_, stored)) return false;
+  CKdPropertyDef::setDecimals(decimals);
+  return true;
+}
+
 bool CKdProperty::setValue(const wchar_t* text) {
   const CKdPropertyValue::valueTypeId type = valueType();
   value_.setTypeId(type);
   if (!text || !*text) return true;
-  if (type == CKdPropertyValue::typeText) {
-    value_.setText(text);
-    return true;
-  }
-  const size_t length = std::wcslen(text);
-  if (length > kMaxNumberLength) return false;
-  // A number is short: it is worked on in a buffer of its own rather than on the heap, since
-  // a catalogue sets hundreds of thousands of values when it is read.
-  wchar_t number[kMaxNumberLength + 1];
-  std::wmemcpy(number, text, length + 1);
-
+  CKdPropertyValue parsed;
+  bool ok = true;
   switch (type) {
+    case CKdPropertyValue::typeText:
+      parsed.setText(text);
+      break;
     case CKdPropertyValue::typeInt16:
     case CKdPropertyValue::typeInt32: {
+      std::wstring number(text);
+      if (number.size() > kMaxNumberLength) return false;
       // An integer ends at its decimal separator, whichever the user typed: cut, not rounded.
-      if (wchar_t* separator = std::wcspbrk(number, L",.")) *separator = L'\0';
-      long parsed = 0;
-      bool ok = cuSz::scanLong(number, parsed);
+      number.resize(std::min(number.find_first_of(L",."), number.size()));
+      long value = 0;
+      ok = cuSz::scanLong(number.c_str(), value);
       if (type == CKdPropertyValue::typeInt16) {
-        ok = ok && parsed >= std::numeric_limits<int16_t>::min() &&
-             parsed <= std::numeric_limits<int16_t>::max();
-        value_.setInt16(ok ? static_cast<int16_t>(parsed) : 0);
+        ok = ok && value >= std::numeric_limits<int16_t>::min() &&
+             value <= std::numeric_limits<int16_t>::max();
+        parsed.setInt16(ok ? static_cast<int16_t>(value) : 0);
       } else {
-        value_.setInt32(ok ? static_cast<int32_t>(parsed) : 0);
+        parsed.setInt32(ok ? static_cast<int32_t>(value) : 0);
       }
-      return ok;
+      break;
     }
     case CKdPropertyValue::typeSingleReal:
     case CKdPropertyValue::typeDoubleReal: {
+      std::wstring number(text);
+      if (number.size() > kMaxNumberLength) return false;
       // A decimal comma is accepted as the decimal point.
-      for (wchar_t* c = number; *c; ++c)
-        if (*c == L',') *c = L'.';
-      const std::wstring_view digits(number, length);
+      std::replace(number.begin(), number.end(), L',', L'.');
       if (type == CKdPropertyValue::typeSingleReal) {
-        float parsed = 0;
-        bool ok = scanReal(digits, parsed);
-        value_.setSingleReal(parsed);
-        return ok;
+        float value = 0;
+        ok = scanReal(number, value);
+        parsed.setSingleReal(value);
+      } else {
+        double value = 0;
+        ok = scanReal(number, value);
+        parsed.setDoubleReal(value);
       }
-      double parsed = 0;
-      bool ok = scanReal(digits, parsed);
-      value_.setDoubleReal(parsed);
-      return ok;
+      break;
     }
     default:
       return false;
   }
+  // A number that cannot be read is 0 of its type, and still reported.
+  return setValue(parsed) && ok;
 }
 
 // ---- CKdPropertyArray ----
@@ -271,8 +330,11 @@ void CKdPropertyArray::copyValuesFrom(const CKdPropertyArray& other) {
   for (int i = 0; i < length(); ++i) {
     CKdProperty* property = objAt(i);
     const CKdProperty* source = other.findProperty(property->name());
-    if (source && source->valueType() == property->valueType())
-      property->value().copyFrom(source->value());
+    if (!source || source->valueType() != property->valueType()) continue;
+    // A value that this property cannot keep (too long with its decimals) is refused like a
+    // namesake of another type: the property keeps its own.
+    CKdPropertyValue own = property->value();
+    if (!property->setValue(source->value())) property->setValue(own);
   }
 }
 

@@ -349,6 +349,7 @@ class Stored {
  public:
   const char* getClassId() const { return "RE"; }
   const CWsz& name() const { return name_; }
+  long dbId() const { return id; }
   long id = 0;
   CWsz name_;
   bool readFrom(CQbase& db) {
@@ -387,6 +388,9 @@ TEST_F(ObjectArrayTest, ElementsWriteAndReadTheirOwnRecordsInKeyOrder) {
   EXPECT_STREQ(in.nameAt(2), L"Report 12");
   EXPECT_EQ(in.objAt(3)->name_, L"stray");
   EXPECT_STREQ(in.nameAt(9), L"");
+  EXPECT_EQ(in.idAt(1), 7);
+  EXPECT_EQ(in.findId(12), in.objAt(2));
+  EXPECT_EQ(in.nextId(1, 999999), 13);
 }
 
 }  // namespace

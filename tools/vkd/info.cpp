@@ -43,6 +43,7 @@ int runInfo(const std::vector<std::string>& args, const Options&, ToolUiBackend&
   table.addRow({"Linetypes", std::to_string(project.linetypeDefs().length())});
   table.addRow({"Text styles", std::to_string(project.textStyleDefs().length())});
   table.addRow({"Dimension text formats", std::to_string(project.dimTextFormats().length())});
+  table.addRow({"Report definitions", std::to_string(project.reportDefs().length())});
   int polyDefs = 0;
   for (auto type : {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemElectric, VxKd::systemData})
     polyDefs += project.polyDefSets(type)->length();

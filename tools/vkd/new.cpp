@@ -172,7 +172,8 @@ void addSampleCatalogue(CKdProject& project) {
 }
 
 // A few property definitions, dimension text formats that name them, definitions of the
-// poly objects, two symbols that show both ways a drawing is stored, and a small catalogue.
+// poly objects, two symbols that show both ways a drawing is stored, a small catalogue and a
+// report.
 void addSampleContent(CKdProject& project) {
   CKdPropertyDefArray& defs = project.propertyDefs();
   defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
@@ -233,6 +234,26 @@ void addSampleContent(CKdProject& project) {
     project.symbols().append(&symbol);
   }
   addSampleCatalogue(project);
+
+  // A duct list: width and height as columns, the widest ducts first.
+  CKdReport ducts;
+  ducts.setDbId(1);
+  ducts.setDesc(L"Duct list");
+  ducts.entityTypeIds().empty();
+  ducts.entityTypeIds().append(CKdReport::entityDucts);
+  for (long id : {1, 2}) {
+    CSReportColumn column;
+    column.setPropertyId(id);
+    column.setLength(25.0f);
+    column.setHeader1(id == 1 ? "Width" : "Height");
+    column.setHeader2("[mm]");
+    column.setLineType(CSReportColumn::lineAfterColumn);
+    ducts.columns().append(&column);
+  }
+  ducts.setSortPropertyId(1);
+  ducts.setSortType(VxKd::sortDescending);
+  ducts.setFirstRowHeight(ducts.calcFirstRowHeight());
+  project.reportDefs().append(&ducts);
 }
 
 int runNew(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {

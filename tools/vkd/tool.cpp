@@ -98,41 +98,55 @@ void Table::print() const {
 
 namespace {
 
-std::map<std::string, const ListKind*>& registry() {
-  static std::map<std::string, const ListKind*> kinds;
-  return kinds;
+// The objects of one kind that registered themselves, by name. Function statics, so that
+// registration from the static objects of other files works in any order of initialisation.
+template <typename T>
+std::map<std::string, const T*>& registry() {
+  static std::map<std::string, const T*> items;
+  return items;
+}
+
+template <typename T>
+std::vector<const T*> registered() {
+  std::vector<const T*> out;
+  for (const auto& entry : registry<T>()) out.push_back(entry.second);
+  return out;
 }
 
 }  // namespace
 
 ListKind::ListKind(const char* name, const char* help, Fill fill)
     : name(name), help(help), fill(fill) {
-  registry()[name] = this;
+  registry<ListKind>()[name] = this;
 }
 
 ListKind::ListKind(const char* name, const char* argument, const char* help, FillWith fillWith)
     : name(name), argument(argument), help(help), fillWith(fillWith) {
-  registry()[name] = this;
+  registry<ListKind>()[name] = this;
 }
 
-std::vector<const ListKind*> listKinds() {
-  std::vector<const ListKind*> out;
-  for (const auto& entry : registry()) out.push_back(entry.second);
-  return out;
+std::vector<const ListKind*> listKinds() { return registered<ListKind>(); }
+
+Check::Check(const char* name, Run run) : name(name), run(run) { registry<Check>()[name] = this; }
+
+std::vector<const Check*> checks() { return registered<Check>(); }
+
+std::string quotedKey(const std::string& key) {
+  std::string out = "\"";
+  for (unsigned char c : key) {
+    if (c == '"' || c == '\\')
+      out += std::string("\\") + static_cast<char>(c);
+    else if (c < 0x20 || c == 0x7F)
+      out += cuSz::format("\\x%02x", c);
+    else
+      out += static_cast<char>(c);
+  }
+  return out + "\"";
 }
-
-namespace {
-
-std::map<std::string, const Command*>& commandRegistry() {
-  static std::map<std::string, const Command*> registered;
-  return registered;
-}
-
-}  // namespace
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run)
     : name(name), usage(usage), help(help), argCount(argCount), maxArgCount(argCount), run(run) {
-  commandRegistry()[name] = this;
+  registry<Command>()[name] = this;
 }
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount,
@@ -144,7 +158,7 @@ Command::Command(const char* name, const char* usage, const char* help, int argC
       maxArgCount(argCount),
       options(options),
       runWithOptions(run) {
-  commandRegistry()[name] = this;
+  registry<Command>()[name] = this;
 }
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount,
@@ -156,34 +170,17 @@ Command::Command(const char* name, const char* usage, const char* help, int argC
       maxArgCount(maxArgCount),
       options(options),
       runWithOptions(run) {
-  commandRegistry()[name] = this;
+  registry<Command>()[name] = this;
 }
 
-std::vector<const Command*> commands() {
-  std::vector<const Command*> out;
-  for (const auto& entry : commandRegistry()) out.push_back(entry.second);
-  return out;
-}
-
-namespace {
-
-std::map<std::string, const PreviewKind*>& previewRegistry() {
-  static std::map<std::string, const PreviewKind*> kinds;
-  return kinds;
-}
-
-}  // namespace
+std::vector<const Command*> commands() { return registered<Command>(); }
 
 PreviewKind::PreviewKind(const char* name, const char* argument, const char* help, Draw draw)
     : name(name), argument(argument), help(help), draw(draw) {
-  previewRegistry()[name] = this;
+  registry<PreviewKind>()[name] = this;
 }
 
-std::vector<const PreviewKind*> previewKinds() {
-  std::vector<const PreviewKind*> out;
-  for (const auto& entry : previewRegistry()) out.push_back(entry.second);
-  return out;
-}
+std::vector<const PreviewKind*> previewKinds() { return registered<PreviewKind>(); }
 
 namespace {
 

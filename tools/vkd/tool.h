@@ -1,8 +1,8 @@
 #pragma once
 // What the commands of vkd share: the message-box backend that turns the library's boxes
 // into lines on standard error, the failure line, text conversion, aligned tables, the
-// registry of the commands (one source file each) and that of the kinds of definition that
-// `vkd list` shows.
+// registry of the commands (one source file each), that of the kinds of definition that
+// `vkd list` shows and that of the checks that `vkd check` runs.
 
 #include <functional>
 #include <string>
@@ -195,5 +195,74 @@ int editDataset(const std::string& path, ToolUiBackend& ui,
 // code, having said on standard error why it failed.
 int writeNewDataset(const std::string& path, bool force, CKdProject& project, ToolUiBackend& ui,
                     const wchar_t* owner);
+
+// One check that `vkd check FILE` runs over the dataset it has read. Each kind of definition
+// registers its checks from a source file of its own with a static Check object; a check adds
+// one line to `problems` for each problem it finds.
+struct Check {
+  using Run = void (*)(const CKdProject& project, std::vector<std::string>& problems);
+  Check(const char* name, Run run);
+
+  const char* name;
+  Run run;
+};
+// Every registered check, in the order of their names.
+std::vector<const Check*> checks();
+// `key` in double quotes, control characters and quotes written as escapes, so that an empty
+// key or one with a NUL is visible on a line of its own.
+std::string quotedKey(const std::string& key);
+
+// True when a save stores another element of `items` with the same id under the key that
+// element `index` would take: one read from that very key, or one that can be stored and
+// comes earlier in key order (the order of a save after a read). The save then leaves
+// `index` where it is. Elements have origin(), recordKey() and writeObstacle(); the array
+// gives their ids (idAt).
+template <typename Array>
+bool idTakenByAnother(const Array& items, int index) {
+  const auto* item = items.objAt(index);
+  const std::string key = item->recordKey();
+  if (!item->origin().movesRecord(items.idAt(index), key)) return false;
+  for (int i = 0; i < items.length(); ++i) {
+    const auto* other = items.objAt(i);
+    if (i != index && items.idAt(i) == items.idAt(index) &&
+        other->writeObstacle() == CKdRecordOrigin::noObstacle &&
+        (i < index || !other->origin().movesRecord(items.idAt(i), key)))
+      return true;
+  }
+  return false;
+}
+
+// Adds a problem for each element of `items` (records `code`, a `kind` such as "property
+// definition", ids from `minId` to 999999) that a save could not store under its own key,
+// and so leaves where it is.
+template <typename Array>
+void checkRecordKeys(const Array& items, const char* code, const char* kind, long minId,
+                     std::vector<std::string>& problems) {
+  const std::string range = " of " + std::to_string(minId) + " to 999999";
+  for (int i = 0; i < items.length(); ++i) {
+    const auto& item = *items.objAt(i);
+    const std::string record = std::string("record ") + code + " " +
+                               quotedKey(item.origin().key()) + " (" + kind + " \"" +
+                               narrow(items.nameAt(i)) + "\"): ";
+    const std::string id = std::to_string(items.idAt(i));
+    const char* unsaved = ", so the definition cannot be saved";
+    switch (item.writeObstacle()) {
+      case CKdRecordOrigin::keyWithoutId:
+        problems.push_back(record + "the key holds no id" + range + unsaved);
+        break;
+      case CKdRecordOrigin::idOutOfRange:
+        problems.push_back(record + "id " + id + " is not one" + range + unsaved);
+        break;
+      case CKdRecordOrigin::keyNotRemovable:
+        problems.push_back(record + "id " + id + " cannot be moved to its key " +
+                           quotedKey(item.recordKey()) + unsaved);
+        break;
+      case CKdRecordOrigin::noObstacle:
+        if (idTakenByAnother(items, i))
+          problems.push_back(record + "id " + id + " is read from another record too" + unsaved);
+        break;
+    }
+  }
+}
 
 }  // namespace vkd

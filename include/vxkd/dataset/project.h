@@ -22,6 +22,7 @@
 #include "vxkd/platform/types.h"
 #include "vxkd/platform/wsz.h"
 #include "vxkd/properties/property_def.h"
+#include "vxkd/reports/report.h"
 
 // As the source of block drawings it answers with the products of its product groups and its
 // 2D symbols.
@@ -57,6 +58,8 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   const CKdLinetypeDefArray& linetypeDefs() const { return linetypeDefs_; }
   CKdDimtextFormatArray& dimTextFormats() { return dimTextFormats_; }
   const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
+  CKdObjectArray<CKdReport>& reportDefs() { return reportDefs_; }
+  const CKdObjectArray<CKdReport>& reportDefs() const { return reportDefs_; }
   // The definition set of the poly objects of `type`: ducts "SD", pipes "SP", electrical
   // lines "SE", data lines "SA"; null for any other type.
   CKdProductDefArray* polyDefSets(VxKd::systemTypeIds type);
@@ -112,8 +115,8 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // defaults, and forgets the last installed dimension text. The linetypes keep their
   // built-in solid linetype: that array is never empty.
   void resetData();
-  // The starting content of a new dataset: no property definitions or product groups, the
-  // default linetypes and text styles, no dimension text formats.
+  // The starting content of a new dataset: no property definitions, product groups or report
+  // definitions, the default linetypes and text styles, no dimension text formats.
   void buildDefaultProject();
   // The linetypes of a new dataset: the solid linetype "CONTINUOUS" alone.
   void buildDefaultLinetypes();
@@ -221,6 +224,7 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   CKdTextStyleDefArray textStyleDefs_;
   CKdLinetypeDefArray linetypeDefs_;
   CKdDimtextFormatArray dimTextFormats_;
+  CKdObjectArray<CKdReport> reportDefs_;
   CKdProductDefArray ductDefs_{"SD"};
   CKdProductDefArray pipeDefs_{"SP"};
   CKdProductDefArray dataDefs_{"SA"};

@@ -147,9 +147,9 @@ class CKdOwningArray : public CKdObjArray {
   void objDelete(void* obj) const override { delete static_cast<T*>(obj); }
 };
 
-// CKdObjectArray<T>: an array of `T` elements, which copy themselves, have a name, and read
-// and write their own records: `T().getClassId()` names their record code, `readFrom(db)`
-// reads the current record, `saveTo(db)` writes one.
+// CKdObjectArray<T>: an array of `T` elements, which copy themselves, have an id and a name,
+// and read and write their own records: `T().getClassId()` names their record code,
+// `readFrom(db)` reads the current record, `saveTo(db)` writes one.
 template <typename T>
 class CKdObjectArray : public CKdOwningArray<T> {
  public:
@@ -176,6 +176,10 @@ class CKdObjectArray : public CKdOwningArray<T> {
     return true;
   }
 
+  long idAt(int index) const override {
+    const T* obj = objAt(index);
+    return obj ? obj->dbId() : 0;
+  }
   const wchar_t* nameAt(int index) const override {
     const T* obj = objAt(index);
     return obj ? static_cast<const wchar_t*>(obj->name()) : CKdObjArray::emptyWsz();
