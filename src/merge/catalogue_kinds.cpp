@@ -57,9 +57,13 @@ std::string guidOrDescription(const T& o) {
   return o.guid().isNull() ? utf8(o.desc()) : utf8(o.guid().toWsz());
 }
 
-// A group's place in the tree: its root and its path, ignoring case.
+// A group's place in the tree: the root its topmost group hangs under (whether the array
+// holds that root or not) and its path, ignoring case.
 std::wstring pathKey(const CKdProject& p, const CKdProductGroup& g) {
-  return L"p:" + std::to_wstring(p.productGroups().findRootGroupId(g.dbId())) + L":" +
+  std::vector<CKdProductGroup*> path;
+  p.productGroups().getGroupPath(g.dbId(), path);
+  const long root = path.empty() ? g.ownerGroupId() : path.front()->ownerGroupId();
+  return L"p:" + std::to_wstring(root) + L":" +
          foldedName(p.productGroups().getGroupPath(g.dbId()));
 }
 
@@ -120,6 +124,8 @@ struct GroupTraits : TraitsBase<GroupTraits> {
   }
   static long id(const Item& o) { return o.dbId(); }
   static void setId(Item& o, long id) { o.setDbId(id); }
+  // Report definitions name their device groups by GUID.
+  static CWsz refName(const Item& o) { return o.guid().isNull() ? CWsz() : o.guid().toWsz(); }
   static bool append(CKdProject& p, const Item& o) {
     invalidateCatalogueIndexes();
     return p.productGroups().append(&o);

@@ -77,48 +77,49 @@ Json valueJson(const CKdProperty& p) {
 
 // Sets the value of `p`, whose type is its definition's, from `n`.
 bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
-  const auto type = p.valueType();
-  if (n.type == JsonNode::typeNull) {
-    p.value().resetValue();
-    return true;
-  }
   auto wrong = [&](const char* what) {
     return c.fail(n, "the value of property \"" + utf8(p.name()) + "\" must be " + what +
                          " or null, not " + n.describe());
   };
-  switch (type) {
-    case CKdPropertyValue::typeText:
-      if (n.type != JsonNode::typeString || n.text.find('\0') != std::string::npos)
-        return wrong("a text without the character U+0000");
-      // A stored set cannot tell an empty text from none: both read back as none.
-      if (n.text.empty())
-        p.value().resetValue();
-      else
-        p.value().setText(CWsz(cuSz::fromUtf8(n.text)));
-      return true;
-    case CKdPropertyValue::typeInt16:
-      if (n.type != JsonNode::typeInteger || n.integer < INT16_MIN || n.integer > INT16_MAX)
-        return wrong("a whole number from -32768 to 32767");
-      p.value().setInt16(static_cast<int16_t>(n.integer));
-      return true;
-    case CKdPropertyValue::typeInt32:
-      if (n.type != JsonNode::typeInteger || n.integer < INT32_MIN || n.integer > INT32_MAX)
-        return wrong("a whole number of 32 bits");
-      p.value().setInt32(static_cast<int32_t>(n.integer));
-      return true;
-    case CKdPropertyValue::typeSingleReal: {
-      float f = 0;
-      if (!n.isNumber() || !floatFromJson(n, f)) return wrong("a number in the range of a float");
-      p.value().setSingleReal(f);
-      return true;
+  CKdPropertyValue value;
+  value.setTypeId(p.valueType());
+  if (n.type != JsonNode::typeNull) {
+    switch (p.valueType()) {
+      case CKdPropertyValue::typeText:
+        if (n.type != JsonNode::typeString || n.text.find('\0') != std::string::npos)
+          return wrong("a text without the character U+0000");
+        value.setText(CWsz(cuSz::fromUtf8(n.text)));
+        break;
+      case CKdPropertyValue::typeInt16:
+        if (n.type != JsonNode::typeInteger || n.integer < INT16_MIN || n.integer > INT16_MAX)
+          return wrong("a whole number from -32768 to 32767");
+        value.setInt16(static_cast<int16_t>(n.integer));
+        break;
+      case CKdPropertyValue::typeInt32:
+        if (n.type != JsonNode::typeInteger || n.integer < INT32_MIN || n.integer > INT32_MAX)
+          return wrong("a whole number of 32 bits");
+        value.setInt32(static_cast<int32_t>(n.integer));
+        break;
+      case CKdPropertyValue::typeSingleReal: {
+        float f = 0;
+        if (!n.isNumber() || !floatFromJson(n, f)) return wrong("a number in the range of a float");
+        value.setSingleReal(f);
+        break;
+      }
+      case CKdPropertyValue::typeDoubleReal:
+        if (!n.isNumber() || n.tooLarge) return wrong("a number");
+        value.setDoubleReal(n.real);
+        break;
+      default:
+        return wrong("nothing (its definition has no value type)");
     }
-    case CKdPropertyValue::typeDoubleReal:
-      if (!n.isNumber() || n.tooLarge) return wrong("a number");
-      p.value().setDoubleReal(n.real);
-      return true;
-    default:
-      return wrong("nothing (its definition has no value type)");
   }
+  // The property takes a value as a stored set gives it back (an empty text is none, line
+  // breaks are blanks); what no set can store is refused.
+  if (!p.setValue(value))
+    return c.fail(n, "the value of property \"" + utf8(p.name()) + "\" cannot be stored: " +
+                         n.describe());
+  return true;
 }
 
 // Equal values of equal types, exactly as the text form shows them.

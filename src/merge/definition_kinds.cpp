@@ -1,6 +1,6 @@
 // The kinds of definition that stand on their own in a project: property definitions, part
-// ID formats, layers, symbols, text styles, linetypes, dimension text formats and the four
-// poly-object sets.
+// ID formats, layers, symbols, text styles, linetypes, dimension text formats, report
+// definitions and the four poly-object sets.
 
 #include "merge/array_kind.h"
 
@@ -269,6 +269,245 @@ struct DimtextFormatTraits : TraitsBase<DimtextFormatTraits> {
   static bool append(CKdProject& p, const Item& o) { return p.dimTextFormats().append(&o); }
 };
 
+// ---- Report definitions ----
+
+// The kinds of object a report lists: a list of small numbers.
+Field<CKdReport> entityTypesField() {
+  using Item = CKdReport;
+  return {"entityTypes",
+          false,
+          [](const Item& o) -> Json {
+            Json list = Json::array();
+            for (int16_t type : o.entityTypeIds()) list.push_back(type);
+            return list;
+          },
+          [](Item& o, const JsonNode& n, LoadContext& c) {
+            CInt16Array types;
+            for (const JsonNode& e : n.elements) {
+              if (e.type != JsonNode::typeInteger || e.integer < INT16_MIN || e.integer > INT16_MAX)
+                return c.mustBe(e, "a list of whole numbers from -32768 to 32767");
+              types.append(static_cast<int16_t>(e.integer));
+            }
+            if (n.type != JsonNode::typeArray) return c.mustBe(n, "a list");
+            o.entityTypeIds() = types;
+            return true;
+          },
+          [](const Item& a, const Item& b, const RefMaps&) {
+            return a.entityTypeIds() == b.entityTypeIds();
+          },
+          nullptr,
+          nullptr};
+}
+
+// The GUID of a group as the other dataset reads it ("" when the plan skips a group the
+// other dataset lacks).
+bool mapGroupGuid(const RefMaps& maps, const CKdGuid& guid, CKdGuid& out) {
+  CWsz mapped;
+  if (!maps.name(kindProductGroups, guid.toWsz(), mapped)) return false;
+  out.fromWsz(mapped);
+  return true;
+}
+
+// The product groups whose devices a report lists, by GUID.
+Field<CKdReport> deviceGroupsField() {
+  using Item = CKdReport;
+  return {"deviceGroups",
+          false,
+          [](const Item& o) -> Json {
+            Json list = Json::array();
+            for (int i = 0; i < o.devGroups().length(); ++i)
+              list.push_back(utf8(o.devGroups().objAt(i)->toWsz()));
+            return list;
+          },
+          [](Item& o, const JsonNode& n, LoadContext& c) {
+            if (n.type != JsonNode::typeArray) return c.mustBe(n, "a list");
+            CKdGuidArray guids;
+            for (const JsonNode& e : n.elements) {
+              CKdGuid guid;
+              if (e.type != JsonNode::typeString || !guid.fromSz(e.text.c_str()))
+                return c.mustBe(e, "a list of GUIDs");
+              guids.append(&guid);
+            }
+            o.devGroups() = guids;
+            return true;
+          },
+          [](const Item& a, const Item& b, const RefMaps& maps) {
+            if (a.devGroups().length() != b.devGroups().length()) return false;
+            for (int i = 0; i < a.devGroups().length(); ++i) {
+              CKdGuid mapped;
+              if (!mapGroupGuid(maps, *a.devGroups().objAt(i), mapped) ||
+                  !(mapped == *b.devGroups().objAt(i)))
+                return false;
+            }
+            return true;
+          },
+          [](Item& o, const RefMaps& maps, Unresolved& unresolved) {
+            for (int i = 0; i < o.devGroups().length(); ++i) {
+              CKdGuid& guid = *o.devGroups().objAt(i);
+              CKdGuid mapped;
+              if (mapGroupGuid(maps, guid, mapped))
+                guid = mapped;
+              else
+                unresolved.append(datasetKindTitle(kindProductGroups).cat(L": ").cat(guid.toWsz()));
+            }
+          },
+          [](const Item& o, const CKdProject& project) -> Json {
+            Json list = Json::array();
+            for (int i = 0; i < o.devGroups().length(); ++i) {
+              const CKdProductGroup* g = project.productGroups().findGroup(*o.devGroups().objAt(i));
+              list.push_back(g ? textJson(project.productGroups().getGroupPath(g->dbId()))
+                               : Json(utf8(o.devGroups().objAt(i)->toWsz())));
+            }
+            return list;
+          }};
+}
+
+// The columns: [{"property", "length", "header1", "header2", "lineType"}].
+Field<CKdReport> columnsField() {
+  using Item = CKdReport;
+  return {
+      "columns",
+      false,
+      [](const Item& o) -> Json {
+        Json list = Json::array();
+        for (int i = 0; i < o.columns().length(); ++i) {
+          const CSReportColumn& column = *o.columns().at(i);
+          Json entry = Json::object();
+          entry["property"] = column.propertyId();
+          entry["length"] = floatJson(column.length());
+          entry["header1"] = std::string(column.header1());
+          entry["header2"] = std::string(column.header2());
+          entry["lineType"] = column.lineType();
+          list.push_back(std::move(entry));
+        }
+        return list;
+      },
+      [](Item& o, const JsonNode& n, LoadContext& c) {
+        if (n.type != JsonNode::typeArray) return c.mustBe(n, "a list");
+        if (n.elements.size() > CKdReportColumnArray::maxColumns)
+          return c.fail(n, "a report has at most " +
+                               std::to_string(CKdReportColumnArray::maxColumns) + " columns");
+        o.columns().reset();
+        for (const JsonNode& e : n.elements) {
+          if (!checkMembers(e, {"property", "length", "header1", "header2", "lineType"}, c))
+            return false;
+          long long property = 0, lineType = 0;
+          float length = 0;
+          if (!intMember(e, "property", INT32_MIN, INT32_MAX, property, c) ||
+              !floatMember(e, "length", length, c) ||
+              !intMember(e, "lineType", INT16_MIN, INT16_MAX, lineType, c))
+            return false;
+          CSReportColumn column;
+          for (const char* key : {"header1", "header2"}) {
+            const JsonNode& h = *e.find(key);
+            if (h.type != JsonNode::typeString ||
+                h.text.size() >= static_cast<size_t>(CSReportColumn::headerSize) ||
+                h.text.find('\0') != std::string::npos)
+              return c.fail(h, "\"" + std::string(key) + "\" must be a text of at most " +
+                                   std::to_string(CSReportColumn::headerSize - 1) + " bytes");
+            if (key[6] == '1')
+              column.setHeader1(h.text.c_str());
+            else
+              column.setHeader2(h.text.c_str());
+          }
+          column.setPropertyId(static_cast<long>(property));
+          column.setLength(length);
+          column.setLineType(static_cast<short>(lineType));
+          o.columns().append(&column);
+        }
+        return true;
+      },
+      [](const Item& a, const Item& b, const RefMaps& maps) {
+        if (a.columns().length() != b.columns().length()) return false;
+        for (int i = 0; i < a.columns().length(); ++i) {
+          CSReportColumn x = *a.columns().at(i);
+          x.setPropertyId(maps.id(kindPropertyDefs, x.propertyId(), 0));
+          if (!(x == *b.columns().at(i))) return false;
+        }
+        return true;
+      },
+      [](Item& o, const RefMaps& maps, Unresolved& unresolved) {
+        for (int i = 0; i < o.columns().length(); ++i) {
+          CSReportColumn& column = *o.columns().at(i);
+          const long id = maps.id(kindPropertyDefs, column.propertyId(), 0);
+          if (id == RefMaps::kUnmatched)
+            unresolved.append(datasetKindTitle(kindPropertyDefs)
+                                  .cat(L": ")
+                                  .cat(maps.missingName(kindPropertyDefs, column.propertyId())));
+          else
+            column.setPropertyId(id);
+        }
+      },
+      nullptr};
+}
+
+// The property a report is sorted by; 0 for none.
+Field<CKdReport> sortPropertyField() {
+  using Item = CKdReport;
+  Field<Item> field =
+      intField<Item, &Item::sortPropertyId, &Item::setSortPropertyId, INT32_MIN, INT32_MAX>(
+          "sortProperty");
+  field.same = [](const Item& a, const Item& b, const RefMaps& maps) {
+    return maps.id(kindPropertyDefs, a.sortPropertyId(), 0) == b.sortPropertyId();
+  };
+  field.remap = [](Item& o, const RefMaps& maps, Unresolved& unresolved) {
+    const long id = maps.id(kindPropertyDefs, o.sortPropertyId(), 0);
+    if (id == RefMaps::kUnmatched)
+      unresolved.append(datasetKindTitle(kindPropertyDefs)
+                            .cat(L": ")
+                            .cat(maps.missingName(kindPropertyDefs, o.sortPropertyId())));
+    else
+      o.setSortPropertyId(id);
+  };
+  return field;
+}
+
+struct ReportTraits : TraitsBase<ReportTraits> {
+  using Item = CKdReport;
+  static constexpr datasetKind kKind = kindReports;
+  static constexpr long kMaxId = 999999;
+
+  static bool descending(const Item& o) { return o.sortType() == VxKd::sortDescending; }
+  static void setDescending(Item& o, bool on) {
+    o.setSortType(on ? VxKd::sortDescending : VxKd::sortAscending);
+  }
+  static short orientation(const Item& o) { return o.orientation(); }
+  static void setOrientation(Item& o, short v) {
+    o.setOrientation(static_cast<CKdReport::reportOrient>(v));
+  }
+
+  static int count(const CKdProject& p) { return p.reportDefs().length(); }
+  static const Item* at(const CKdProject& p, int i) { return p.reportDefs().objAt(i); }
+  static Item* at(CKdProject& p, int i) { return p.reportDefs().objAt(i); }
+  // The version of the record is the writer's; the bits of the flag word but the first are
+  // not the report's to set.
+  static std::vector<Field<Item>> fields() {
+    return {intField<Item, &Item::dbId, &Item::setDbId, 1, kMaxId, true>("id"),
+            textField<Item, &Item::desc, &Item::setDesc>("name"),
+            entityTypesField(),
+            deviceGroupsField(),
+            columnsField(),
+            sortPropertyField(),
+            boolField<Item, &descending, &setDescending>("sortDescending"),
+            intField<Item, &orientation, &setOrientation, INT16_MIN, INT16_MAX>("orientation"),
+            nameRefField<Item, &Item::fontStyleName, &Item::setFontStyleName, kindTextStyles>(
+                "textStyle"),
+            floatField<Item, &Item::fontHeight, &Item::setFontHeight>("fontHeight"),
+            floatField<Item, &Item::cellHeight, &Item::setCellHeight>("cellHeight"),
+            floatField<Item, &Item::cellWidth, &Item::setCellWidth>("cellWidth"),
+            floatField<Item, &Item::firstRowHeight, &Item::setFirstRowHeight>("firstRowHeight"),
+            floatField<Item, &Item::firstColWidth, &Item::setFirstColWidth>("firstColumnWidth"),
+            boolField<Item, &Item::verticalTextsInFirstRow, &Item::setVerticalTextsInFirstRow>(
+                "verticalTextsInFirstRow")};
+  }
+  static std::wstring matchKey(const Item& o) { return foldedName(o.desc()); }
+  static std::string planKey(const Item& o) { return utf8(o.desc()); }
+  static CWsz displayName(const Item& o) { return o.desc(); }
+  static long id(const Item& o) { return o.dbId(); }
+  static void setId(Item& o, long id) { o.setDbId(id); }
+  static bool append(CKdProject& p, const Item& o) { return p.reportDefs().append(&o); }
+};
+
 // The definitions of one kind of poly object.
 template <VxKd::systemTypeIds Type, datasetKind Kind>
 struct PolyDefTraits : TraitsBase<PolyDefTraits<Type, Kind>> {
@@ -307,6 +546,7 @@ const ArrayKind<SymbolTraits> kSymbolKind;
 const ArrayKind<TextStyleTraits> kTextStyleKind;
 const ArrayKind<LinetypeTraits> kLinetypeKind;
 const ArrayKind<DimtextFormatTraits> kDimtextFormatKind;
+const ArrayKind<ReportTraits> kReportKind;
 const ArrayKind<PolyDefTraits<VxKd::systemDuct, kindDuctDefs>> kDuctKind;
 const ArrayKind<PolyDefTraits<VxKd::systemPipe, kindPipeDefs>> kPipeKind;
 const ArrayKind<PolyDefTraits<VxKd::systemData, kindDataDefs>> kDataKind;
@@ -330,6 +570,8 @@ const KindAdapter* definitionKind(datasetKind kind) {
       return &kLinetypeKind;
     case kindDimtextFormats:
       return &kDimtextFormatKind;
+    case kindReports:
+      return &kReportKind;
     case kindDuctDefs:
       return &kDuctKind;
     case kindPipeDefs:

@@ -25,6 +25,7 @@ constexpr KindName kKindNames[kindCount] = {
     {"textStyles", 18413, L"#Text styles"},
     {"linetypes", 18414, L"#Linetypes"},
     {"dimensionTextFormats", 18415, L"#Dimension text formats"},
+    {"reportDefinitions", 18428, L"#Report definitions"},
     {"ductDefinitions", 18416, L"#Duct definitions"},
     {"pipeDefinitions", 18417, L"#Pipe definitions"},
     {"dataDefinitions", 18418, L"#Data cable definitions"},
@@ -39,7 +40,8 @@ const KindAdapter& kindAdapter(datasetKind kind) {
 }
 
 const std::vector<std::string_view>& compactJsonKeys() {
-  static const std::vector<std::string_view> keys = {"properties", "integratedTexts", "nodes"};
+  static const std::vector<std::string_view> keys = {"properties", "integratedTexts", "nodes",
+                                                     "columns"};
   return keys;
 }
 

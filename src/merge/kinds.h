@@ -77,7 +77,7 @@ const KindAdapter* catalogueKind(datasetKind kind);
 void invalidateCatalogueIndexes();
 
 // The lists whose elements the text forms write on one line each: a product's properties
-// and integrated texts, a symbol's nodes.
+// and integrated texts, a symbol's nodes, a report's columns.
 const std::vector<std::string_view>& compactJsonKeys();
 
 }  // namespace VxKd

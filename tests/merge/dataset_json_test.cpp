@@ -63,6 +63,7 @@ TEST_F(DatasetJsonTest, TextHoldsEveryKindInTheProjectsOrderWithTypedValues) {
                                           "textStyles",
                                           "linetypes",
                                           "dimensionTextFormats",
+                                          "reportDefinitions",
                                           "ductDefinitions",
                                           "pipeDefinitions",
                                           "dataDefinitions",

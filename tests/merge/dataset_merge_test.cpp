@@ -66,9 +66,9 @@ class DatasetMergeTest : public vxkd_test::TextsUiTest {
 TEST_F(DatasetMergeTest, MergedIntoANewDatasetEverythingComparesEqual) {
   ASSERT_TRUE(merge(target_));
   // 5 definitions, a part ID format, 4 groups, 3 products, a block, 2 symbols, 1 style, 2
-  // linetypes, 3 formats, 4 poly-object definitions; the changed duct layer overwrites the
-  // new dataset's, which nobody made.
-  EXPECT_EQ(report_.count(CKdMergePlan::actionCreate), 26);
+  // linetypes, 3 formats, a report, 4 poly-object definitions; the changed duct layer
+  // overwrites the new dataset's, which nobody made.
+  EXPECT_EQ(report_.count(CKdMergePlan::actionCreate), 27);
   EXPECT_EQ(report_.count(CKdMergePlan::actionOverwrite), 1);
   EXPECT_EQ(report_.count(CKdMergePlan::actionSkip), 0);
   CKdDatasetComparison after;
@@ -188,6 +188,25 @@ TEST_F(DatasetMergeTest, PartIdFormatsAndBlockItemsFollowWhatTheirItemsBecame) {
   const CKdBlock& pair = *target_.productGroups().findGroup(3)->blocks().objAt(0);
   EXPECT_EQ(pair.items().objAt(0)->guid(), vxkd_test::numberedGuid(0x99, 1)) << "our socket";
   EXPECT_EQ(target_.productGroups().findGroup(3)->products().length(), 1) << "not copied";
+}
+
+TEST_F(DatasetMergeTest, AReportRefersToTheTargetsDefinitionsAndGroups) {
+  for (const wchar_t* name : {L"Material", L"Width"})
+    target_.propertyDefs().add(name, L"", CKdPropertyValue::typeText, CKdUnit(), 0);
+  target_.propertyDefs().findName(L"Width")->setValueType(CKdPropertyValue::typeInt32);
+  target_.propertyDefs().findName(L"Width")->setUnit(CKdUnit::unitMm);
+  target_.propertyDefs().findName(L"Width")->setDesc(L"Duct width");
+  CKdProductGroup electrical;
+  electrical.init(12, -1, 1, vxkd_test::numberedGuid(0x77, 12), L"ELECTRICAL");
+  target_.productGroups().append(&electrical);
+  ASSERT_TRUE(merge(target_));
+  const CKdReport& report = *target_.reportDefs().objAt(0);
+  EXPECT_EQ(report.columns().at(0)->propertyId(), 2) << "Width";
+  EXPECT_EQ(report.columns().at(1)->propertyId(), 1) << "Material";
+  EXPECT_EQ(report.sortPropertyId(), 2);
+  ASSERT_EQ(report.devGroups().length(), 1);
+  EXPECT_EQ(*report.devGroups().objAt(0), vxkd_test::numberedGuid(0x77, 12))
+      << "the target's own Electrical, paired by path";
 }
 
 TEST_F(DatasetMergeTest, TakenIdsAreReplacedByFreeOnesAndReferencesFollow) {
@@ -355,7 +374,7 @@ TEST_F(DatasetMergeTest, AnotherUsersSaveMeanwhileReloadsAndMergesNothing) {
 TEST_F(DatasetMergeTest, ReportAsJsonCountsAndListsEveryItem) {
   ASSERT_TRUE(merge(target_));
   const std::string json = report_.toJson();
-  EXPECT_THAT(json, HasSubstr("\"create\": 26"));
+  EXPECT_THAT(json, HasSubstr("\"create\": 27"));
   EXPECT_THAT(json, HasSubstr("{\"action\": \"create\", \"name\": \"Width\", \"target\": "
                               "\"Width\", \"sourceId\": 1, \"targetId\": 1}"));
 }

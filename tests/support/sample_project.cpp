@@ -203,6 +203,26 @@ void fillSampleProject(CKdProject& project) {
   frame.setGraphicsData(bytes, sizeof bytes);
   block.add(frame);
   project.productGroups().findGroup(3)->blocks().append(&block);
+
+  CKdReport report;
+  report.setDbId(1);
+  report.setDesc(L"Duct list");
+  report.entityTypeIds().append(CKdReport::entityDucts);
+  const CKdGuid electrical = numberedGuid(0xC0, 3);
+  report.devGroups().append(&electrical);
+  for (const wchar_t* name : {L"Width", L"Material"}) {
+    CSReportColumn column;
+    column.setPropertyId(project.propertyDefs().findName(name)->dbId());
+    column.setHeader1(CWsz(name).toUtf8().c_str());
+    column.setHeader2(name[0] == L'W' ? "[mm]" : "");
+    column.setLength(name[0] == L'W' ? 15.0f : 25.0f);
+    report.columns().append(&column);
+  }
+  report.setSortPropertyId(project.propertyDefs().findName(L"Width")->dbId());
+  report.setSortType(VxKd::sortDescending);
+  report.setFontStyleName(L"Narrow");
+  report.setFirstRowHeight(report.calcFirstRowHeight());
+  project.reportDefs().append(&report);
 }
 
 void fillLargeProject(CKdProject& project, int products, unsigned series) {

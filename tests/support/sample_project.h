@@ -15,8 +15,8 @@ CKdGuid numberedGuid(unsigned series, unsigned long long number);
 // a small and a large symbol, a changed layer, a definition in each of the four poly-object
 // sets with properties of every type, integrated texts, a linetype and a symbol; four
 // product groups (Ventilation/Grilles, Electrical/Cable trays\ladders) with three products
-// (one of the root) and a block of two items (one standing for a product, one of stored
-// graphics).
+// (one of the root), a block of two items (one standing for a product, one of stored
+// graphics) and a report definition of two columns listing the devices of a group.
 void fillSampleProject(CKdProject& project);
 
 // The default project plus 500 product groups (50 under the root with 9 sub groups each) and

@@ -18,6 +18,7 @@ enum datasetKind : int {
   kindTextStyles,
   kindLinetypes,
   kindDimtextFormats,
+  kindReports,
   kindDuctDefs,
   kindPipeDefs,
   kindDataDefs,
