@@ -2,8 +2,6 @@
 
 namespace VxKd {
 
-// Checks that `n` is an object with exactly the members `keys`; on failure names the first
-// one missing or unknown.
 bool checkMembers(const JsonNode& n, std::initializer_list<const char*> keys, LoadContext& c) {
   if (n.type != JsonNode::typeObject) return c.mustBe(n, "a list of objects");
   for (const JsonMember& member : n.members) {
@@ -75,7 +73,6 @@ Json valueJson(const CKdProperty& p) {
   }
 }
 
-// Sets the value of `p`, whose type is its definition's, from `n`.
 bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
   auto wrong = [&](const char* what) {
     return c.fail(n, "the value of property \"" + utf8(p.name()) + "\" must be " + what +
@@ -122,7 +119,6 @@ bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
   return true;
 }
 
-// Equal values of equal types, exactly as the text form shows them.
 bool sameValue(const CKdProperty& a, const CKdProperty& b) {
   if (a.valueType() != b.valueType() || a.hasValue() != b.hasValue()) return false;
   if (!a.hasValue()) return true;
