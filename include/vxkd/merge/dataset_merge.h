@@ -3,7 +3,8 @@
 // report. Items are copied with their references rewritten through what the plan made of
 // the items they refer to (a product's group, part ID format, linetype, symbol, integrated
 // texts' formats and property definitions; a group's owner; a block item's product,
-// linetype and property definitions; a layer's linetype; a format's text style), so that
+// linetype and property definitions; a report's columns, sort property, device groups and
+// text style; a layer's linetype; a format's text style), so that
 // nothing refers to an item the current dataset lacks. New groups are placed with
 // appendGroupPath under the group their owner became. A copied item keeps its id where the current
 // dataset has it free and gets the next free one otherwise. The merge is all or nothing.
