@@ -46,7 +46,7 @@ TEST_F(MergeDlgTest, ComparisonListsWhatIsNotEqualAndTheSelectedPairsFields) {
   EXPECT_EQ(items.itemText(height, 2), CWsz(L"Different"));
   EXPECT_EQ(items.itemText(height, 3), CWsz(L"decimals"));
   EXPECT_EQ(dialog_.label(idcCompareSummary),
-            CWsz(L"41 equal, 1 different, 1 only in source, 1 only in current"));
+            CWsz(L"51 equal, 1 different, 1 only in source, 1 only in current"));
 
   items.setSelection(height);
   selectComparisonItem(dialog_.handle(), comparison_);
@@ -127,7 +127,7 @@ TEST_F(MergeDlgTest, ReportListsEveryItemWithTheCounts) {
   ASSERT_GE(pressure, 0);
   EXPECT_EQ(items.itemText(pressure, 2), CWsz(L"Pressure"));
   EXPECT_EQ(dialog_.label(idcReportSummary),
-            CWsz(L"1 created, 0 overwritten, 41 mapped, 1 skipped"));
+            CWsz(L"1 created, 0 overwritten, 51 mapped, 1 skipped"));
 }
 
 TEST_F(MergeDlgTest, AHandleOfNoDialogIsIgnored) {
