@@ -196,8 +196,12 @@ void CKdPropertyArray::writeAttributeText(CWsz& out) const {
   }
 }
 
-void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs) {
-  reset();
+namespace {
+
+// Calls `take(id, value)` for each line of the stored form `text` that names a property: the
+// line trimmed, the id before its first "=" a positive number, the value the rest.
+template <typename Take>
+void forEachStoredLine(const wchar_t* text, Take take) {
   std::wstring_view rest(text ? text : L"");
   while (!rest.empty()) {
     size_t end = rest.find(L'\n');
@@ -209,13 +213,33 @@ void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyD
     if (equals < 0) continue;
     long id = 0;
     if (!cuSz::scanLong(line.left(equals), id) || id <= 0) continue;
+    take(id, line.mid(equals + 1));
+  }
+}
+
+}  // namespace
+
+void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs) {
+  reset();
+  forEachStoredLine(text, [&](long id, const CWsz& value) {
     // A property whose definition was deleted vanishes here.
     const CKdPropertyDef* def = defs.findId(id);
-    if (!def) continue;
+    if (!def) return;
     CKdProperty property(*def);
-    property.setValue(line.mid(equals + 1));
+    property.setValue(value);
     append(&property);
-  }
+  });
+}
+
+void CKdPropertyArray::readAttributeIds(const wchar_t* text, CInt32Array& ids) {
+  ids.empty();
+  forEachStoredLine(text, [&](long id, const CWsz&) { ids.append(static_cast<int32_t>(id)); });
+}
+
+void CKdPropertyArray::readAttributeIdsOf(CQbase& db, CInt32Array& ids) {
+  CWsz text;
+  db.getWsz(kPropertySetField, text);
+  readAttributeIds(text, ids);
 }
 
 bool CKdPropertyArray::writeToAttributeOf(CQbase& db) const {
