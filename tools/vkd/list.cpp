@@ -1,5 +1,5 @@
-// vkd list FILE.vkd KIND: the definitions of one kind, as a table. The kinds live in the
-// list_*.cpp files.
+// vkd list FILE.vkd KIND: the definitions of one kind, as a table or as JSON. The kinds live
+// in the list_*.cpp files.
 
 #include <cstdio>
 
@@ -8,7 +8,7 @@
 namespace vkd {
 namespace {
 
-int runList(const std::vector<std::string>& args, const Options&, ToolUiBackend& ui) {
+int runList(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   const ListKind* kind = nullptr;
   for (const ListKind* k : listKinds())
     if (args[1] == k->name) kind = k;
@@ -19,16 +19,22 @@ int runList(const std::vector<std::string>& args, const Options&, ToolUiBackend&
     return exitUsage;
   }
   CKdProject project;
-  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str())))
-    return fail("cannot read " + args[0] + ": " + failureOf(project, ui));
+  if (int status = readProject(args[0], project, ui)) return status;
   Table table;
   kind->fill(project, table);
-  table.print();
+  if (options.format == OutputFormat::json)
+    printJson(table.toJson());
+  else
+    table.print();
   return exitOk;
 }
 
-const Command kList("list", "FILE.vkd KIND", "show the definitions of one kind as a table", 2, "",
-                    runList);
+const Command kList("list", "FILE.vkd KIND [--format json]",
+                    "show the definitions of one kind as a table", 2, "format", runList,
+                    "KIND is one of the kinds that `vkd --help` lists (properties, formats,\n"
+                    "products, ...). With --format json: a list with one object per row, whose\n"
+                    "members are the columns in lower camel case (\"Text height\" gives\n"
+                    "textHeight); numbers are JSON numbers, an empty number null.");
 
 }  // namespace
 }  // namespace vkd

@@ -3,8 +3,9 @@
 // reads the command line and runs the command.
 //
 // Options are parsed with getopt_long and may stand anywhere; "--" ends them, so that a
-// file name may begin with "-". Failures print one line on standard error and exit with 1;
-// a wrong command line exits with 2; lock-status has exit statuses of its own (tool.h).
+// file name may begin with "-". Failures print one line on standard error; the exit statuses
+// are those of tool.h (lock-status has some of its own). `vkd COMMAND --help` and `vkd help
+// COMMAND` explain one command.
 
 #include <getopt.h>
 
@@ -42,7 +43,7 @@ std::string usage() {
     text += "\n";
   }
   text +=
-      "  --help                      show this text\n"
+      "  --help                      show this text; vkd COMMAND --help explains a command\n"
       "  --version                   show the version of vkd and its library\n"
       "\n"
       "kinds of definition for list:\n";
@@ -74,17 +75,27 @@ bool accepts(const Command& command, const char* name) {
 
 int main(int argc, char** argv) {
   using namespace vkd;
-  enum { optForce = 'f', optSample = 's', optHelp = 'h', optVersion = 'V', optOutput = 'o' };
+  enum {
+    optForce = 'f',
+    optSample = 's',
+    optHelp = 'h',
+    optVersion = 'V',
+    optOutput = 'o',
+    optFormat = 0x100,
+    optFrom,
+  };
   static const option kOptions[] = {
       {"force", no_argument, nullptr, optForce},
       {"sample", no_argument, nullptr, optSample},
       {"help", no_argument, nullptr, optHelp},
       {"version", no_argument, nullptr, optVersion},
       {"output", required_argument, nullptr, optOutput},
+      {"format", required_argument, nullptr, optFormat},
+      {"from", required_argument, nullptr, optFrom},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
-  bool version = false;
+  bool version = false, help = false;
   std::vector<const char*> given;  // the long names of the options given
   opterr = 0;                      // the messages are ours
   int c;
@@ -99,8 +110,8 @@ int main(int argc, char** argv) {
         given.push_back("sample");
         break;
       case optHelp:
-        std::printf("%s", usage().c_str());
-        return exitOk;
+        help = true;
+        break;
       case optVersion:
         version = true;
         break;
@@ -108,13 +119,39 @@ int main(int argc, char** argv) {
         options.output = optarg;
         given.push_back("output");
         break;
+      case optFormat:
+        if (std::strcmp(optarg, "json") == 0)
+          options.format = OutputFormat::json;
+        else if (std::strcmp(optarg, "text") != 0)
+          return usageError("--format is text or json, not \"" + std::string(optarg) + "\"");
+        given.push_back("format");
+        break;
+      case optFrom:
+        options.from = optarg;
+        given.push_back("from");
+        break;
       case ':':
-        return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
+        return usageError("option " + std::string(argv[optind - 1]) +
+                          (optopt == optFormat ? " needs text or json" : " needs a file name"));
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));
     }
   }
   std::vector<std::string> args(argv + optind, argv + argc);
+  if (!args.empty() && args[0] == "help") {
+    help = true;
+    args.erase(args.begin());
+  }
+  if (help) {
+    if (args.empty()) {
+      std::printf("%s", usage().c_str());
+      return exitOk;
+    }
+    const Command* command = findCommand(args[0]);
+    if (!command) return usageError("unknown command \"" + args[0] + "\"");
+    std::printf("%s", helpOf(*command).c_str());
+    return exitOk;
+  }
   if (version) {
     if (!args.empty() || !given.empty()) return usageError("unknown command line");
     int number = vxkdui_version_nmb();
@@ -122,10 +159,6 @@ int main(int argc, char** argv) {
     return exitOk;
   }
   if (args.empty()) return usageError("no command given");
-  if (args[0] == "help") {
-    std::printf("%s", usage().c_str());
-    return exitOk;
-  }
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());

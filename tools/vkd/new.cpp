@@ -1,4 +1,5 @@
-// vkd new [--force] [--sample] FILE.vkd: a new dataset with the default content.
+// vkd new [--force] [--sample | --from FILE.json] FILE.vkd: a new dataset with the default
+// content, or with the definitions of a dataset description (the sample's, or a file's).
 //
 // An existing file is never touched unless --force is given, and even then not while
 // someone holds its lock (the lock is taken for the whole creation). The new dataset is
@@ -8,134 +9,56 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
 
+#include "check_references.h"
+#include "dataset_json.h"
 #include "tool.h"
+#include "vxkd/platform/env.h"
 #include "vxkd/platform/paths.h"
 
 namespace vkd {
 namespace {
 
-// One definition of each kind of poly object, the duct and the pipe with their sizes and an
-// integrated text of the sample formats. REQUIRES the sample property definitions.
-void addSamplePolyDefs(CKdProject& project) {
-  const struct {
-    VxKd::systemTypeIds type;
-    const wchar_t* desc;
-    short colour;
-    float width;
-    long textFormat;  // 0: none
-    const wchar_t* values[2][2];
-  } kPolyDefs[] = {
-      {VxKd::systemDuct,
-       L"Rectangular duct",
-       256,
-       0.0f,
-       1,
-       {{L"Width", L"400"}, {L"Height", L"200"}}},
-      {VxKd::systemPipe,
-       L"Steel pipe",
-       6,
-       0.0f,
-       2,
-       {{L"Diameter", L"60.3"}, {L"Material", L"Steel"}}},
-      {VxKd::systemElectric, L"Power cable 3x1.5", 1, 0.35f, 0, {}},
-      {VxKd::systemData, L"Data cable Cat 6A", 3, 0.25f, 0, {}},
-  };
-  for (const auto& d : kPolyDefs) {
-    CKdProductDefArray* set = project.polyDefSets(d.type);
-    CKdProductDef product;
-    product.setDbId(set->nextId(1, CKdProductDefArray::kMaxId));
-    CKdGuid guid;
-    guid.createValue();
-    product.setGuid(guid);
-    product.setDesc(d.desc);
-    product.setColorNmb(d.colour);
-    product.setLineWidth(d.width);
-    if (d.textFormat) {
-      CKdIntegratedText text;
-      text.setFormatId(d.textFormat);
-      text.setOffset(0.0f, 5.0f);
-      product.getIntegratedTexts().append(&text);
-    }
-    for (const auto& value : d.values) {
-      const CKdPropertyDef* def = value[0] ? project.propertyDefs().findName(value[0]) : nullptr;
-      if (!def) continue;
-      CKdProperty property(*def);
-      property.setValue(value[1]);
-      product.properties().append(&property);
-    }
-    set->append(&product);
-  }
+// The largest description read: far more than any catalogue needs, and a guard against
+// reading a wrong file of gigabytes.
+constexpr size_t kMaxDescriptionBytes = 64u << 20;
+
+// Builds the project that `path` describes on top of the default content. Returns exitOk,
+// or exitUsage after saying what is wrong with the file.
+int buildFrom(const std::string& path, CKdProject& project) {
+  std::string text;
+  if (int error = CEnv::current().readWholeFile(path, text, kMaxDescriptionBytes))
+    return failInput("cannot read " + path + ": " + std::strerror(error));
+  std::string why;
+  if (!buildFromDescription(text, project, why)) return failInput(path + ": " + why);
+  // What `vkd check` would find in the new dataset is an error of the description.
+  const std::vector<Problem> problems = checkDefinitions(project);
+  for (const Problem& problem : problems)
+    std::fprintf(stderr, "vkd: %s: %s\n", path.c_str(), problem.line().c_str());
+  if (!problems.empty())
+    return failInput(path + " describes a dataset with " + std::to_string(problems.size()) +
+                     (problems.size() == 1 ? " problem" : " problems") + "; nothing was created");
+  return exitOk;
 }
 
-// A few property definitions, dimension text formats that name them, definitions of the
-// poly objects, and two symbols that show both ways a drawing is stored.
-void addSampleContent(CKdProject& project) {
-  CKdPropertyDefArray& defs = project.propertyDefs();
-  defs.add(L"Width", L"Duct width", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
-  defs.add(L"Height", L"Duct height", CKdPropertyValue::typeInt32, CKdUnit::unitMm, 0);
-  defs.add(L"Diameter", L"Pipe size", CKdPropertyValue::typeDoubleReal, CKdUnit::unitMm, 1);
-  defs.add(L"Flow", L"Volume flow", CKdPropertyValue::typeSingleReal, CKdUnit::unitLps, 1);
-  defs.add(L"Material", L"", CKdPropertyValue::typeText, CKdUnit(), 0);
-
-  const struct {
-    long id;
-    const wchar_t* desc;
-    const wchar_t* fmt;
-    float height;
-    short colour;
-    short border;
-    short refline;
-    short alignment;
-  } kFormats[] = {
-      {1, L"Duct size", L"{Width} x {Height}", 2.5f, 256, CKdDimtextOptions::borderRectangle,
-       CKdDimtextOptions::reflineArrow, CKdDimtextOptions::alignLeft},
-      {2, L"Pipe with note", L"DN {Diameter}{*CRNL*}{*NOTE*}", 2.0f, 3,
-       CKdDimtextOptions::borderFirstRowUnderlined, CKdDimtextOptions::reflineLineOnly,
-       CKdDimtextOptions::alignCenter},
-      {3, L"Part ID", L"{*PARTID*}", 3.5f, 1, CKdDimtextOptions::borderCircle,
-       CKdDimtextOptions::reflineFilledCircle, CKdDimtextOptions::alignCenter},
-  };
-  for (const auto& f : kFormats) {
-    CKdDimtextFormat format;
-    format.setId(f.id);
-    format.setDesc(f.desc);
-    format.setFmt(f.fmt);
-    format.setTextHeight(f.height);
-    format.setTextColor(f.colour);
-    format.options().setBorderType(f.border);
-    format.options().setReflineType(f.refline);
-    format.options().setAlignmentFlags(f.alignment);
-    project.dimTextFormats().append(&format);
-  }
-
-  addSamplePolyDefs(project);
-
-  const struct {
-    const char* id;
-    const wchar_t* desc;
-    int nodes;
-  } kSymbols[] = {{"SOCKET", L"Wall socket", 12}, {"PANEL", L"Distribution panel", 400}};
-  for (const auto& s : kSymbols) {
-    CVxSymbolModel symbol;
-    symbol.setSymbolId(s.id);
-    symbol.setDesc(s.desc);
-    for (int i = 0; i < s.nodes; ++i) {
-      CGmNode node{};
-      node.type = 1;
-      node.v[0] = static_cast<float>(i);
-      node.v[3] = static_cast<float>(i + 1);
-      symbol.appendNode(node);
-    }
-    project.symbols().append(&symbol);
-  }
-}
+extern const Command kNew;
 
 int runNew(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
+  if (options.sample && !options.from.empty()) {
+    std::fprintf(stderr, "vkd: --sample and --from exclude each other\n");
+    return usageOf(kNew);
+  }
+  CKdProject project;
+  project.buildDefaultProject();
+  const std::string description = options.sample ? sampleDescriptionPath() : options.from;
+  if (!description.empty())
+    if (int status = buildFrom(description, project)) return status;
+
   const CWsz path = CWsz::fromUtf8(args[0].c_str());
   std::string why;
   const CWsz lockPath = lockFileOf(path, why);
-  if (lockPath.isEmpty()) return fail(why);
+  if (lockPath.isEmpty()) return failInput(why);
   // Holding the lock keeps every other user's update (and another vkd new) out until the
   // new file is in place.
   CLockFile lock;
@@ -157,20 +80,24 @@ int runNew(const std::vector<std::string>& args, const Options& options, ToolUiB
     if (access(args[0].c_str(), W_OK) != 0)
       return fail(args[0] + " is read-only; nothing was changed");
   }
-  CKdProject project;
-  project.buildDefaultProject();
-  if (options.sample) addSampleContent(project);
   if (!project.saveDbAs(nullptr, path))
     return fail("cannot create " + args[0] + ": " + failureOf(project, ui));
   std::printf("Created %s\n", args[0].c_str());
   return exitOk;
 }
 
-const Command kNew("new", "[--force] [--sample] FILE.vkd",
-                   "create a dataset with the default content (--sample adds a few\n"
-                   "example definitions); an existing file is replaced only with\n"
-                   "--force, and never while its lock is held",
-                   1, "force,sample", runNew);
+const Command kNew("new", "[--force] [--sample | --from FILE.json] FILE.vkd",
+                   "create a dataset with the default content, the sample dataset\n"
+                   "(--sample) or the definitions a JSON description lists (--from);\n"
+                   "an existing file is replaced only with --force, and never while\n"
+                   "its lock is held",
+                   1, "force,sample,from", runNew,
+                   "The default content is the 24 layers, the linetype CONTINUOUS and the text\n"
+                   "style Standard. A description is a JSON file of the form of the sample\n"
+                   "(sample-dataset.json in the program folder; docs/guide.md explains it); a\n"
+                   "description that cannot be read, or whose dataset would have a problem\n"
+                   "that `vkd check` reports, is refused with the place or the problem, and\n"
+                   "nothing is created.");
 
 }  // namespace
 }  // namespace vkd
