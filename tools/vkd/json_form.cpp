@@ -258,7 +258,8 @@ Json toJson(const CKdDimtextFormat& format) {
   out["border"] = option(nameOf(kBorderNames, o.borderType()), o.borderType());
   out["refline"] = option(nameOf(kReflineNames, o.reflineType()), o.reflineType());
   out["alignment"] = option(nameOf(kAlignmentNames, o.alignmentFlags()), o.alignmentFlags());
-  if (format.isFixedSize()) out["fixedBorderSize"] = real(format.fixedBorderDim());
+  if (format.fixedBorderDim() != defaults.fixedBorderDim())
+    out["fixedBorderSize"] = real(format.fixedBorderDim());
   if (format.refItemSize() != defaults.refItemSize())
     out["refItemSize"] = real(format.refItemSize());
   return out;
