@@ -1,6 +1,7 @@
 #include "vxkd/foundation/obj_array.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -48,15 +49,27 @@ void* CKdObjArray::objAt(int index) const {
   return index >= 0 && index < count_ ? table_[index] : nullptr;
 }
 
+namespace {
+
+// The slots the table of `count` elements is given: the next power of two. Growing one slot
+// at a time would copy the table at each append, quadratic work for a catalogue of ten
+// thousand products; doubling keeps it linear and wastes at most half the slots.
+size_t slotsFor(int count) { return std::bit_ceil(static_cast<size_t>(count)); }
+
+}  // namespace
+
 bool CKdObjArray::appendClone(void* clone) {
-  // One more slot per insertion, no spare capacity: arrays are small and edited rarely.
-  auto** grown = static_cast<void**>(std::realloc(table_, sizeof(void*) * (count_ + 1)));
-  if (!grown) {
-    objDelete(clone);
-    count_ = 0;
-    return false;
+  // The table holds at least slotsFor(count_) slots (a deletion leaves it larger); it grows
+  // when the next element needs more.
+  if (count_ == 0 || slotsFor(count_ + 1) > slotsFor(count_)) {
+    auto** grown = static_cast<void**>(std::realloc(table_, sizeof(void*) * slotsFor(count_ + 1)));
+    if (!grown) {
+      objDelete(clone);
+      count_ = 0;
+      return false;
+    }
+    table_ = grown;
   }
-  table_ = grown;
   table_[count_++] = clone;
   return true;
 }

@@ -255,4 +255,30 @@ TEST_F(VkdShow, PreviewsDrawProductsWithTheirValuesAndSymbolsWithTheirCaptions) 
   EXPECT_EQ(access(io_.native("x.svg").c_str(), F_OK), -1);
 }
 
+// The units with the coefficients the program converts by, from the first unit of each
+// quantity: the pressure and power units of Revit among them.
+TEST_F(VkdShow, UnitsListTheConversionFromTheFirstUnitOfEachQuantity) {
+  VkdResult power = vkd({"units", "power"});
+  ASSERT_EQ(power.code, 0) << power.err;
+  EXPECT_EQ(power.out,
+            "Id  Label    Quantity  Decimals             Factor  Offset\n"
+            "--  -------  --------  --------  -----------------  ------\n"
+            "51  [W]      Power            0                  1       0\n"
+            "52  [kW]     Power            3              0.001       0\n"
+            "53  [Btu/h]  Power            0             3.4118       0\n"
+            "54  [Revit]  Power            0  10.76391041670972       0\n");
+  EXPECT_THAT(vkd({"units", "PRESSURE"}).out,
+              HasSubstr("48  [Revit]  Pressure or pressure difference         0                  "
+                        "0.3048       0\n"));
+  EXPECT_EQ(jq({"units", "temperature", "--format", "json"},
+               ".[] | select(.id == 103) | [.factor, .offset] | @tsv"),
+            "1.8\t32\n");
+  EXPECT_EQ(jq({"units", "sound", "--format", "json"}, ".[1] | [.label, .factor] | @tsv"),
+            "[dB(A)]\t-\n")
+      << "decibels do not convert into each other";
+  EXPECT_EQ(jq({"units", "--format", "json"}, "length"), "63\n");
+  EXPECT_EQ(vkd({"units", "entropy"}).code, 2);
+  EXPECT_EQ(vkd({"units", "a", "b"}).code, 2);
+}
+
 }  // namespace

@@ -32,8 +32,8 @@ int check(const std::vector<std::string>& args, const Options& options, ToolUiBa
     if (problems.empty()) std::printf("%s: no problems found\n", args[0].c_str());
   }
   if (problems.empty()) return exitOk;
-  std::fprintf(stderr, "vkd: %zu problem%s in %s\n", problems.size(),
-               problems.size() == 1 ? "" : "s", args[0].c_str());
+  warn(std::to_string(problems.size()) + (problems.size() == 1 ? " problem in " : " problems in ") +
+       args[0]);
   return exitFailure;
 }
 

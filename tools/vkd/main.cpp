@@ -162,7 +162,9 @@ int main(int argc, char** argv) {
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());
-  if (static_cast<int>(args.size()) != command->argCount) return usageOf(*command);
+  const int argsGiven = static_cast<int>(args.size());
+  if (command->argCount >= 0 ? argsGiven != command->argCount : argsGiven > -command->argCount)
+    return usageOf(*command);
   for (const char* name : given)
     if (!accepts(*command, name))
       return usageError(std::string(command->name) + " has no option --" + name);

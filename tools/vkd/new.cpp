@@ -34,8 +34,7 @@ int buildFrom(const std::string& path, CKdProject& project) {
   if (!buildFromDescription(text, project, why)) return failInput(path + ": " + why);
   // What `vkd check` would find in the new dataset is an error of the description.
   const std::vector<Problem> problems = checkDefinitions(project);
-  for (const Problem& problem : problems)
-    std::fprintf(stderr, "vkd: %s: %s\n", path.c_str(), problem.line().c_str());
+  for (const Problem& problem : problems) warn(path + ": " + problem.line());
   if (!problems.empty())
     return failInput(path + " describes a dataset with " + std::to_string(problems.size()) +
                      (problems.size() == 1 ? " problem" : " problems") + "; nothing was created");

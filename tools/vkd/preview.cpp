@@ -141,8 +141,7 @@ int previewProduct(const CKdProject& project, const std::string& key, const std:
               narrow(product->desc()).c_str(), texts.length(), texts.length() == 1 ? "" : "s",
               out.c_str());
   for (const std::string& id : missing)
-    std::fprintf(stderr, "vkd: dimension text format %s is missing; its text is not drawn\n",
-                 id.c_str());
+    warn("dimension text format " + id + " is missing; its text is not drawn");
   return exitOk;
 }
 

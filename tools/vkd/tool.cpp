@@ -24,13 +24,19 @@ int ToolUiBackend::messageBox(cuWin::HWND, const wchar_t* text, const wchar_t* c
 }
 
 int fail(const std::string& message) {
-  std::fprintf(stderr, "vkd: %s\n", message.c_str());
+  warn(message);
   return exitFailure;
 }
 
 int failInput(const std::string& message) {
-  std::fprintf(stderr, "vkd: %s\n", message.c_str());
+  warn(message);
   return exitUsage;
+}
+
+void warn(const std::string& message) {
+  // What was printed before comes first, also where standard output is a pipe or a file.
+  std::fflush(stdout);
+  std::fprintf(stderr, "vkd: %s\n", message.c_str());
 }
 
 int readProject(const std::string& path, CKdProject& project, const ToolUiBackend& ui) {

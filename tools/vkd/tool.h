@@ -53,10 +53,11 @@ enum exitStatus : int {
   exitStaleLock = 4,  // lock-status: a lock file that nobody holds is left
 };
 
-// Prints "vkd: message" on standard error and returns exitFailure.
+// Prints "vkd: message" on standard error, after what standard output holds so far.
+void warn(const std::string& message);
+// warn(message) and returns exitFailure.
 int fail(const std::string& message);
-// Prints "vkd: message" on standard error and returns exitUsage: for a wrong argument or a
-// file that cannot be read.
+// warn(message) and returns exitUsage: for a wrong argument or a file that cannot be read.
 int failInput(const std::string& message);
 // Prints the usage line of `command` on standard error; returns exitUsage.
 struct Command;
@@ -153,10 +154,10 @@ std::vector<const ListKind*> listKinds();
 
 // A command of vkd that lives in a source file of its own and registers itself with a static
 // Command object. `run` gets the arguments after the command name, exactly `argCount` of
-// them, and returns the exit code. A command that takes options names the long options it
-// accepts ("force,sample") and gets them in `runWithOptions`. `vkd COMMAND --help` prints
-// the usage, the help, the `details` when given (the arguments, what the output holds, exit
-// statuses of its own) and the options it accepts.
+// them (at most -argCount when argCount is negative), and returns the exit code. A command that
+// takes options names the long options it accepts ("force,sample") and gets them in
+// `runWithOptions`. `vkd COMMAND --help` prints the usage, the help, the `details` when given (the
+// arguments, what the output holds, exit statuses of its own) and the options it accepts.
 struct Command {
   using Run = int (*)(const std::vector<std::string>& args, ToolUiBackend& ui);
   using RunWithOptions = int (*)(const std::vector<std::string>& args, const Options& options,
