@@ -1,6 +1,7 @@
 #include "vxkd/catalogue/product_def.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -215,6 +216,24 @@ CKdProductDefArray& CKdProductDefArray::operator=(const CKdProductDefArray& othe
   return *this;
 }
 
+CKdProductDefArray::CKdProductDefArray(CKdProductDefArray&& other) noexcept
+    : CKdOwningArray<CKdProductDef>(std::move(other)),
+      iKdPropertyDefUser(),
+      iKdDimtextFormatUser(),
+      iKdLinetypeUser(),
+      sortPropertyName_(std::move(other.sortPropertyName_)) {
+  setClassId(other.classId_);
+}
+
+CKdProductDefArray& CKdProductDefArray::operator=(CKdProductDefArray&& other) noexcept {
+  if (this != &other) {
+    CKdOwningArray<CKdProductDef>::operator=(std::move(other));
+    sortPropertyName_ = std::move(other.sortPropertyName_);
+    setClassId(other.classId_);
+  }
+  return *this;
+}
+
 void CKdProductDefArray::setClassId(const char* classId) {
   cuSz::copyTo(classId_, sizeof classId_, classId ? classId : "");
 }
@@ -260,9 +279,8 @@ bool CKdProductDefArray::readFrom(CQbase& db, const CKdPropertyDefArray& defs) {
     long id = 0;
     if (!VxKd::readObjId(db, id) || id < 1) continue;
     // Read in place: a product read aside would be copied, properties and all, by append.
-    const CKdProductDef empty;
-    if (!append(&empty)) continue;
-    if (!objAt(length() - 1)->readAttributesFrom(db, id, defs)) deleteAt(length() - 1);
+    CKdProductDef* added = emplace();
+    if (added && !added->readAttributesFrom(db, id, defs)) deleteAt(length() - 1);
   }
   sort(sortByDescription);
   return true;
@@ -316,6 +334,13 @@ bool CKdProductDefArray::usesDimtextFormat(long id, CWszArray& items) const {
 bool CKdProductDefArray::usesLinetype(const wchar_t* name) const {
   for (int i = 0; i < length(); ++i)
     if (!objAt(i)->lineType().isEmpty() && cuSz::equalNoCase(objAt(i)->lineType(), name))
+      return true;
+  return false;
+}
+
+bool CKdProductDefArray::usesSymbol(const char* symbolId) const {
+  for (int i = 0; i < length(); ++i)
+    if (objAt(i)->hasSymbol() && std::strcmp(objAt(i)->symbolId(), symbolId ? symbolId : "") == 0)
       return true;
   return false;
 }

@@ -162,7 +162,8 @@ bool CKdProject::readFile(HWND hwnd, const CWsz& path) {
     if (!current) continue;
     loaded.fileName_ = path;
     loaded.timeStamp_ = stamp;
-    *this = loaded;
+    // A catalogue holds many thousands of elements: they are handed over, not copied.
+    *this = std::move(loaded);
     return true;
   }
   failReason_ = CQbase::reasonBusy;
@@ -177,10 +178,14 @@ bool CKdProject::readDb(HWND hwnd, const wchar_t* path) {
 bool CKdProject::readFromDb(HWND, CQbase& db) {
   resetData();
   propertyDefs_.readFrom(db);
+  partIdFormats_.readFrom(db);
   layerDefs_.readFrom(db);
+  productGroups_.readFrom(db, propertyDefs_);
+  productGroups_.updatePartIdFormatsToProductDefs(partIdFormats_);
   linetypeDefs_.readFrom(db);
   textStyleDefs_.readFrom(db);
   dimTextFormats_.readFrom(db);
+  reportDefs_.readFrom(db);
   for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
     polyDefSets(type)->readFrom(db, propertyDefs_);
   read2dSymbols(db);
@@ -190,10 +195,20 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
 bool CKdProject::writeDb(HWND, CQbase& db) {
   // Each array brings its records up to date; a failed record does not stop the others.
   propertyDefs_.saveTo(db);
+  for (int i = 0; i < productGroups_.length(); ++i) {
+    // As for the poly-object sets below: a product's key must hold its id, in four digits
+    // under a group, in six under the root.
+    CKdProductGroup* group = productGroups_.objAt(i);
+    group->products().assignFreeIds(group->isRoot() ? CKdProductDefArray::kMaxId
+                                                    : CKdProductDefArray::kMaxGroupProductId);
+  }
+  productGroups_.saveTo(db);
+  partIdFormats_.saveTo(db);
   layerDefs_.saveTo(db);
   linetypeDefs_.saveTo(db);
   textStyleDefs_.saveTo(db);
   dimTextFormats_.saveTo(db);
+  reportDefs_.saveTo(db);  // each report definition in array order
   for (VxKd::systemTypeIds type : kPolyDefSetWriteOrder) {
     CKdProductDefArray* set = polyDefSets(type);
     // A definition without an id of its own would be stored under a key that is never read
@@ -251,17 +266,22 @@ bool CKdProject::askSaveFileName(HWND hwnd, CWsz& path) {
 
 void CKdProject::resetData() {
   propertyDefs_.reset();
+  partIdFormats_.reset();
   layerDefs_.buildHardDefaultsArray();
+  productGroups_.reset();
   symbols_.reset();
   textStyleDefs_.reset();
   linetypeDefs_.resetToBuiltIn();
   dimTextFormats_.reset();
+  reportDefs_.reset();
   for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) polyDefSets(type)->reset();
   lastInstalledDimtextId_ = 0;
 }
 
 void CKdProject::buildDefaultProject() {
   propertyDefs_.reset();
+  productGroups_.reset();
+  reportDefs_.reset();
   buildDefaultLinetypes();
   buildDefaultTextStyleDefs();
   buildDefaultDimTextFormats();
@@ -311,6 +331,7 @@ bool CKdProject::hasPolyDefSets() const {
 }
 
 void CKdProject::updatePropertyDefModificationToRefs(const CKdPropertyDef& def) {
+  productGroups_.updatePropertyDefModification(def);
   for (VxKd::systemTypeIds type : kPolyDefSetWriteOrder)
     polyDefSets(type)->updatePropertyDefModification(def);
 }
@@ -380,6 +401,28 @@ bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
   return true;
 }
 
+bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
+  CQbase db;
+  failReason_ = CQbase::reasonNone;
+  if (!openDb(hwnd, db, true)) return false;
+  // A format is in use by any product that names it, also one of a poly-object set: deleting
+  // it would leave that product without its part ID.
+  std::vector<const CKdProductDefArray*> users;
+  for (int i = 0; i < productGroups_.length(); ++i)
+    users.push_back(&productGroups_.objAt(i)->products());
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) users.push_back(polyDefSets(type));
+  const int before = partIdFormats_.length();
+  if (!deleteUnusedFromDb(hwnd, db, partIdFormats_, indexes, users)) {
+    failReason_ = db.reason();
+    return false;
+  }
+  timeStamp_.initFor(fileName_);
+  CInt32Array selected;
+  for (int32_t index : indexes)
+    if (index >= 0 && index < before && !selected.contains(index)) selected.append(index);
+  return before - partIdFormats_.length() == selected.length();
+}
+
 long CKdProject::nextSymbolDbId() const { return symbols_.nextId(1, kMaxSymbolId); }
 
 bool CKdProject::save2dSymbol(CQbase& db, const CVxSymbolModel& symbol) {
@@ -440,6 +483,9 @@ bool CKdProject::find2dSymbol(const char* symbolId, CVxSymbolModel& out) const {
 
 bool CKdProject::delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId) {
   if (!symbolId || !*symbolId) return false;
+  if (productGroups_.usesSymbol(symbolId)) return false;
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+    if (polyDefSets(type)->usesSymbol(symbolId)) return false;
   int index = symbols_.find(symbolId);
   if (index < 0) return false;
   if (!db.deleteRec(kSymbolRecord,

@@ -1,7 +1,6 @@
 #include "vxkd/foundation/obj_array.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -41,6 +40,7 @@ const wchar_t* CKdObjArray::emptyWsz() {
 
 void CKdObjArray::hardInit() {
   count_ = 0;
+  capacity_ = 0;
   sortId_ = 0;
   table_ = nullptr;
 }
@@ -49,30 +49,24 @@ void* CKdObjArray::objAt(int index) const {
   return index >= 0 && index < count_ ? table_[index] : nullptr;
 }
 
-namespace {
-
-// The slots the table of `count` elements is given: the next power of two. Growing one slot
-// at a time would copy the table at each append, quadratic work for a catalogue of ten
-// thousand products; doubling keeps it linear and wastes at most half the slots.
-size_t slotsFor(int count) { return std::bit_ceil(static_cast<size_t>(count)); }
-
-}  // namespace
-
 bool CKdObjArray::appendClone(void* clone) {
-  // The table holds at least slotsFor(count_) slots (a deletion leaves it larger); it grows
-  // when the next element needs more.
-  if (count_ == 0 || slotsFor(count_ + 1) > slotsFor(count_)) {
-    auto** grown = static_cast<void**>(std::realloc(table_, sizeof(void*) * slotsFor(count_ + 1)));
+  // The table doubles when full: a catalogue appends hundreds of thousands of elements.
+  if (count_ == capacity_) {
+    const int capacity = capacity_ < 4 ? 4 : 2 * capacity_;
+    auto** grown = static_cast<void**>(std::realloc(table_, sizeof(void*) * capacity));
     if (!grown) {
       objDelete(clone);
       count_ = 0;
       return false;
     }
     table_ = grown;
+    capacity_ = capacity;
   }
   table_[count_++] = clone;
   return true;
 }
+
+bool CKdObjArray::adopt(void* obj) { return obj && appendClone(obj); }
 
 bool CKdObjArray::append(const void* obj) {
   if (!obj) return false;
@@ -215,6 +209,16 @@ void CKdObjArray::reset() {
   for (int i = 0; i < count_; ++i) objDelete(table_[i]);
   std::free(table_);
   hardInit();
+}
+
+void CKdObjArray::takeFrom(CKdObjArray& other) {
+  if (this == &other) return;
+  reset();
+  count_ = other.count_;
+  capacity_ = other.capacity_;
+  sortId_ = other.sortId_;
+  table_ = other.table_;
+  other.hardInit();
 }
 
 void CKdObjArray::copyFrom(const CKdObjArray& other) {

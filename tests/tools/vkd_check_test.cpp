@@ -1,179 +1,174 @@
-// vkd check on the sample dataset, clean as it is built, and with each kind of problem
-// planted into it by hand, as another program or an older version would leave it.
+// vkd check, run as the built program: a clean dataset, one a hand edit left with records that
+// a save could not store, files that cannot be read, and wrong command lines.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <set>
-#include <sstream>
 #include <string>
-#include <vector>
 
+#include "support/run_tool.h"
 #include "support/temp_dataset.h"
 #include "support/temp_folder.h"
-#include "support/vkd_runner.h"
+#include "support/ui_fixture.h"
+#include "vxkd/dataset/project.h"
+#include "vxkd/platform/paths.h"
 
 namespace {
 
-using ::testing::HasSubstr;
 using vxkd_test::runVkd;
-using vxkd_test::shellQuoted;
-using vxkd_test::TempFolder;
-using vxkd_test::VkdResult;
 
-std::set<std::string> linesOf(const std::string& text) {
-  std::set<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) lines.insert(line);
-  return lines;
-}
-
-class VkdCheck : public ::testing::Test {
+class VkdCheck : public vxkd_test::RecordingUiTest {
  protected:
-  void SetUp() override { ASSERT_EQ(vkd({"new", "--sample", file("sample.vkd")}).code, 0); }
-  VkdResult vkd(const std::vector<std::string>& args) { return runVkd(args, io_); }
-  std::string file(const char* name) const { return dir_.native(name); }
-
-  TempFolder dir_;
-  TempFolder io_;  // what vkd prints passes through here
-};
-
-TEST_F(VkdCheck, TheSampleHasNoProblems) {
-  VkdResult run = vkd({"check", file("sample.vkd")});
-  EXPECT_EQ(run.code, 0) << run.err;
-  EXPECT_EQ(run.out, file("sample.vkd") + ": no problems found\n");
-  EXPECT_EQ(run.err, "");
-}
-
-// One hand edit of the file and every line that vkd check must print for it, no more.
-struct Planted {
-  const char* what;
-  std::vector<std::string> sql;
-  std::vector<std::string> problems;
-};
-
-const std::string kLacks = ", which the dataset lacks";
-const std::string kStored = " (a stored value, lost on the next save)";
-
-const Planted kPlanted[] = {
-    {"a product's linetype",
-     {"UPDATE SP_pipe_definitions SET f1506_linetype = 'NO_SUCH' WHERE record_key = '000006'"},
-     {"pipe product 6 \"Copper pipe 15x1, hot water\" names linetype \"NO_SUCH\"" + kLacks}},
-    {"a product's symbol",
-     {"UPDATE SE_electrical_line_definitions SET f1504_symbol_id = 'NO_SYMBOL' "
-      "WHERE record_key = '000001'"},
-     {"electric product 1 \"NYM-J 3x1.5\" names symbol \"NO_SYMBOL\"" + kLacks}},
-    {"a product's dimension text format",
-     {"DELETE FROM RT_dimension_text_formats WHERE record_key = '000005'"},
-     {"data product 1 \"Cat 6A S/FTP 4x2xAWG23\" names dimension text format 5" + kLacks +
-          " (integrated text 1)",
-      "data product 2 \"Cat 7 S/FTP 4x2xAWG22\" names dimension text format 5" + kLacks +
-          " (integrated text 1)",
-      "data product 3 \"Fibre OM4, 12 fibres\" names dimension text format 5" + kLacks +
-          " (integrated text 1)"}},
-    {"a product's property definition",
-     {"DELETE FROM RD_property_definitions WHERE record_key = '000023'"},
-     {"electric product 6 \"NHXH-J 3x1.5 E30, fire-rated\" names property definition 23" + kLacks +
-      kStored}},
-    {"a format's text style",
-     {"UPDATE LX_text_styles SET f1508_name = 'Notes 2' WHERE f1508_name = 'Notes'"},
-     {"dimension text format 8 \"Description with note\" names text style \"Notes\"" + kLacks}},
-    {"a format's property",
-     {"UPDATE RT_dimension_text_formats SET f1505_format = 'ISO { Insulaton }' "
-      "WHERE record_key = '000006'"},
-     {"dimension text format 6 \"Insulation\" names property definition \"Insulaton\"" + kLacks +
-      " (its format string)"}},
-    {"a format's special property",
-     {"UPDATE RT_dimension_text_formats SET f1505_format = '{*PARTNO*}' "
-      "WHERE record_key = '000007'"},
-     {"dimension text format 7 \"Part ID\" names special property \"*PARTNO*\", which does not "
-      "exist (its format string)"}},
-    {"a format string with an open brace",
-     {"UPDATE RT_dimension_text_formats SET f1505_format = 'Ø{Diameter' "
-      "WHERE record_key = '000002'"},
-     {"dimension text format 2 \"Round duct\" has a format string with a \"{\" without \"}\"; "
-      "no text can be laid out of it"}},
-    {"a layer's linetype",
-     {"UPDATE LD_layer_definitions SET f1506_linetype = 'DASHED_X' WHERE record_key = '000054'"},
-     {"layer 54 \"E-DEVICE-REFLINE\" names linetype \"DASHED_X\"" + kLacks}},
-    {"two property definitions of one name",
-     {"UPDATE RD_property_definitions SET f1501_name = 'material' WHERE record_key = '000022'"},
-     {"property definition 22 \"material\" has the name of property definition 7 \"Material\"; "
-      "property definition names must be unique (ignoring case)"}},
-    {"two linetypes of one name",
-     {"UPDATE LT_linetypes SET f1501_name = 'hidden' WHERE f1501_name = 'CENTER'"},
-     {"linetype \"hidden\" has the name of linetype \"HIDDEN\"; linetype names must be unique "
-      "(ignoring case)"}},
-    {"two text styles of one name, and the formats of the lost one",
-     {"UPDATE LX_text_styles SET f1508_name = 'ARIAL' WHERE f1508_name = 'Romans'"},
-     {"dimension text format 3 \"Pipe\" names text style \"Romans\"" + kLacks,
-      "dimension text format 6 \"Insulation\" names text style \"Romans\"" + kLacks,
-      "text style 3 \"ARIAL\" has the name of text style 2 \"Arial\"; text style names must be "
-      "unique (ignoring case)"}},
-    {"two layers of one name",
-     {"UPDATE LD_layer_definitions SET f1505_name = 'm-duct' WHERE record_key = '000021'"},
-     {"layer 21 \"m-duct\" has the name of layer 11 \"M-DUCT\"; layer names must be unique "
-      "(ignoring case)"}},
-    {"two symbols of one id",
-     {"UPDATE S2_symbols_2d SET f1504_symbol_id = 'SOCKET' WHERE record_key = '00000002'"},
-     {"symbol 2 \"SOCKET\" has the symbol id of symbol 1 \"SOCKET\"; products name symbols by "
-      "their id, which must be unique"}},
-};
-
-void PrintTo(const Planted& planted, std::ostream* out) { *out << planted.what; }
-
-class VkdCheckPlanted : public VkdCheck, public ::testing::WithParamInterface<Planted> {};
-
-TEST_P(VkdCheckPlanted, FindsThePlantedProblemAndNothingElse) {
-  const Planted& planted = GetParam();
-  for (const std::string& sql : planted.sql)
-    ASSERT_TRUE(vxkd_test::runSql(dir_.path(L"sample.vkd"), sql)) << sql;
-  VkdResult run = vkd({"check", file("sample.vkd")});
-  EXPECT_EQ(run.code, 1);
-  EXPECT_EQ(linesOf(run.out),
-            std::set<std::string>(planted.problems.begin(), planted.problems.end()))
-      << run.out;
-  const size_t n = planted.problems.size();
-  EXPECT_EQ(run.err, "vkd: " + std::to_string(n) + (n == 1 ? " problem" : " problems") + " in " +
-                         file("sample.vkd") + "\n");
-}
-
-INSTANTIATE_TEST_SUITE_P(EachKind, VkdCheckPlanted, ::testing::ValuesIn(kPlanted),
-                         [](const ::testing::TestParamInfo<Planted>& info) {
-                           std::string name;
-                           for (const char* c = info.param.what; *c; ++c)
-                             if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
-                           return name;
-                         });
-
-// The JSON form holds the same problems, item and text apart, and a standard tool reads it.
-TEST_F(VkdCheck, JsonListsTheSameProblemsAsTheText) {
-  for (const Planted& planted : kPlanted)
-    for (const std::string& sql : planted.sql)
-      ASSERT_TRUE(vxkd_test::runSql(dir_.path(L"sample.vkd"), sql)) << sql;
-  VkdResult text = vkd({"check", file("sample.vkd")});
-  ASSERT_EQ(text.code, 1);
-  const std::string command = shellQuoted(VXKD_VKD_PROGRAM) + " check " +
-                              shellQuoted(file("sample.vkd")) + " --format json > " +
-                              shellQuoted(file("check.json"));
-  ASSERT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
-  const std::string jq = "jq -r '.problems[] | .item + \" \" + .problem' " +
-                         shellQuoted(file("check.json")) + " > " + shellQuoted(file("lines"));
-  ASSERT_EQ(std::system(jq.c_str()), 0) << dir_.read("check.json");
-  EXPECT_EQ(dir_.read("lines"), text.out);
-  EXPECT_THAT(dir_.read("check.json"), HasSubstr("\"dataset\": \"" + file("sample.vkd") + "\""));
-}
-
-TEST_F(VkdCheck, AFileThatCannotBeReadExitsWithTwo) {
-  ASSERT_TRUE(dir_.write("letter.vkd", "Dear administrator,\n"));
-  for (const char* name : {"letter.vkd", "missing.vkd"}) {
-    VkdResult run = vkd({"check", file(name)});
-    EXPECT_EQ(run.code, 2) << name;
-    EXPECT_EQ(run.out, "");
-    EXPECT_THAT(run.err, HasSubstr("vkd: cannot read " + file(name) + ": "));
+  // A dataset with the property definitions P1 to P`count`.
+  std::string dataset(int count) {
+    CKdProject project;
+    for (int i = 1; i <= count; ++i)
+      project.propertyDefs().add((L"P" + std::to_wstring(i)).c_str(), L"",
+                                 CKdPropertyValue::typeInt32, {}, 0);
+    EXPECT_TRUE(project.saveDbAs(nullptr, dir_.path(L"data.vkd")));
+    return dir_.native("data.vkd");
   }
-  EXPECT_EQ(vkd({"check"}).code, 2);
-  EXPECT_EQ(vkd({"check", file("sample.vkd"), "--format", "xml"}).code, 2);
+  // A property definition named `name` under `key`, as a hand edit or another program adds it.
+  void addRecord(const std::string& key, const char* name) {
+    ASSERT_TRUE(vxkd_test::runSql(
+        dir_.path(L"data.vkd"),
+        "INSERT INTO RD_property_definitions (record_key, f1501_name) VALUES (?1, '" +
+            std::string(name) + "')",
+        key));
+  }
+
+  vxkd_test::TempFolder dir_;
+};
+
+TEST_F(VkdCheck, CleanDatasetHasNoProblems) {
+  std::string file = dataset(3);
+  addRecord(" 4", "Movable");  // the next save stores it under 000004: no problem
+  auto run = runVkd({"check", file});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out, file + ": no problems found\n");
+  EXPECT_EQ(run.err, "");
+
+  run = runVkd({"new", "--sample", dir_.native("sample.vkd")});
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(runVkd({"check", dir_.native("sample.vkd")}).status, 0);
+}
+
+TEST_F(VkdCheck, RecordsThatASaveCouldNotStoreAreListedOnePerLine) {
+  std::string file = dataset(3);
+  addRecord("", "Empty");
+  addRecord("9999999(9999", "Wide");
+  addRecord("0000002", "Long key");
+  addRecord(" 3", "Twin");  // 000003 is there too
+  addRecord("-5", "Negative");
+  addRecord("07", "Seven");
+  addRecord("7", "Other seven");  // after "07" in key order: "07" takes 000007 first
+  const std::string before = vxkd_test::readBytes(file);
+
+  auto run = runVkd({"check", file});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out,
+            "record RD \"\" (property definition \"Empty\"): the key holds no id of 1 to 999999, "
+            "so the definition cannot be saved\n"
+            "record RD \" 3\" (property definition \"Twin\"): id 3 is read from another record "
+            "too, so the definition cannot be saved\n"
+            "record RD \"-5\" (property definition \"Negative\"): the key holds no id of 1 to "
+            "999999, so the definition cannot be saved\n"
+            "record RD \"0000002\" (property definition \"Long key\"): id 2 cannot be moved to its "
+            "key \"000002\", so the definition cannot be saved\n"
+            "record RD \"7\" (property definition \"Other seven\"): id 7 is read from another "
+            "record too, so the definition cannot be saved\n"
+            "record RD \"9999999(9999\" (property definition \"Wide\"): id 9999999 is not one of 1 "
+            "to 999999, so the definition cannot be saved\n");
+  EXPECT_EQ(run.err, "vkd: 6 problems in " + file + "\n");
+  EXPECT_EQ(vxkd_test::readBytes(file), before) << "check never writes";
+
+  // What it names is what a save leaves: a save moves "07" alone.
+  CKdProject project;
+  ASSERT_TRUE(project.readDb(nullptr, CWsz::fromUtf8(file.c_str())));
+  ASSERT_TRUE(project.updateDb(nullptr));
+  run = runVkd({"check", file});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 6) << run.out;
+  EXPECT_NE(run.out.find("record RD \"7\" (property definition \"Other seven\"): id 7 is read "
+                         "from another record too"),
+            std::string::npos)
+      << run.out;
+}
+
+// Dimension text formats take the ids 0 to 999999: key "0" moves to 000000 on the next save.
+// A format whose key gives no id is not read at all: it shows without a name.
+TEST_F(VkdCheck, DimensionTextFormatRecordsThatASaveCouldNotStoreAreListed) {
+  ASSERT_EQ(runVkd({"new", "--sample", dir_.native("data.vkd")}).status, 0);
+  const std::string file = dir_.native("data.vkd");
+  for (const char* key : {"", " 2", "0", "1000000", "x"})
+    ASSERT_TRUE(vxkd_test::runSql(dir_.path(L"data.vkd"),
+                                  "INSERT INTO RT_dimension_text_formats (record_key, "
+                                  "f1502_description) VALUES (?1, 'Key ' || ?1)",
+                                  key));
+  auto run = runVkd({"check", file});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out,
+            "record RT \"\" (dimension text format \"\"): the key holds no id of 0 to 999999, so "
+            "the definition cannot be saved\n"
+            "record RT \" 2\" (dimension text format \"Key  2\"): id 2 is read from another record "
+            "too, so the definition cannot be saved\n"
+            "record RT \"1000000\" (dimension text format \"Key 1000000\"): id 1000000 is not one "
+            "of 0 to 999999, so the definition cannot be saved\n"
+            "record RT \"x\" (dimension text format \"\"): the key holds no id of 0 to 999999, so "
+            "the definition cannot be saved\n");
+  EXPECT_EQ(run.err, "vkd: 4 problems in " + file + "\n");
+
+  // A save moves "0" and leaves the four where they are.
+  CKdProject project;
+  ASSERT_TRUE(project.readDb(nullptr, dir_.path(L"data.vkd")));
+  ASSERT_EQ(project.dimTextFormats().length(), 8);
+  ASSERT_TRUE(project.updateDb(nullptr));
+  EXPECT_EQ(runVkd({"check", file}).out, run.out);
+  ASSERT_TRUE(project.readDb(nullptr, dir_.path(L"data.vkd")));
+  ASSERT_EQ(project.dimTextFormats().length(), 8);
+  EXPECT_STREQ(project.dimTextFormats().descriptionAt(2), L"Key 0") << "under 000000 now";
+}
+
+TEST_F(VkdCheck, KeyWithAControlCharacterIsShownEscaped) {
+  std::string file = dataset(0);
+  addRecord(std::string("\x01", 1), "Odd");
+  auto run = runVkd({"check", file});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(
+      run.out.rfind("record RD \"\\x01\" (property definition \"Odd\"): the key holds no id", 0),
+      0u)
+      << run.out;
+}
+
+TEST_F(VkdCheck, FileThatCannotBeReadExitsWithTwo) {
+  ASSERT_TRUE(dir_.write("text.vkd", "not a dataset\n"));
+  const struct {
+    std::string file;
+    const char* message;
+  } cases[] = {
+      {dir_.native("missing.vkd"), "missing (File Not Found: Selected file cannot be found)"},
+      {dir_.native("text.vkd"), "not a database (Cannot Open Dataset: Dataset cannot be opened)"},
+  };
+  for (const auto& c : cases) {
+    auto run = runVkd({"check", c.file});
+    EXPECT_EQ(run.status, 2) << c.file;
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "vkd: cannot read " + c.file + ": " + c.message + "\n");
+  }
+}
+
+TEST_F(VkdCheck, WrongCommandLineExitsWithTwoAndShowsTheUsage) {
+  std::string file = dataset(1);
+  for (const auto& args :
+       {std::vector<std::string>{"check"}, std::vector<std::string>{"check", file, "extra"}}) {
+    auto run = runVkd(args);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.err, "vkd: usage: vkd check FILE.vkd\n");
+  }
+  auto help = runVkd({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_NE(help.out.find("\n  check FILE.vkd              list what a save could not store"),
+            std::string::npos)
+      << help.out;
 }
 
 }  // namespace

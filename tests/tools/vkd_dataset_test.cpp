@@ -98,8 +98,14 @@ TEST_F(VkdTest, NewInfoListAndLockStatusOfAFreshDataset) {
   EXPECT_EQ(made.out, "Created demo.vkd\n");
   VkdRun info = inFolder({"info", "demo.vkd"});
   ASSERT_EQ(info.status, 0) << info.err;
-  EXPECT_TRUE(matches(info.out, "Property definitions +23\n")) << info.out;
-  EXPECT_TRUE(matches(info.out, "2D symbols +11\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Property definitions +24
+")) << info.out;
+  EXPECT_TRUE(matches(info.out, "2D symbols +11
+")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Product groups +21
+")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Block definitions +3
+")) << info.out;
   VkdRun list = inFolder({"list", "demo.vkd", "properties"});
   ASSERT_EQ(list.status, 0) << list.err;
   EXPECT_TRUE(contains(list.out, "Width")) << list.out;
@@ -305,7 +311,7 @@ TEST_F(VkdTest, ReadOnlyDatasetInAReadOnlyFolderIsRead) {
   VkdRun info = vkd({"info", "office.vkd"}, dir_.native(), getuid() == 0 ? kNobody : -1);
   chmod(dir_.native().c_str(), 0755);
   EXPECT_EQ(info.status, 0) << info.err;
-  EXPECT_TRUE(matches(info.out, "Property definitions +23\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Property definitions +24\n")) << info.out;
   EXPECT_EQ(readBytes(path("office.vkd")), before);
   EXPECT_EQ(vxkd_test::modTimeOf(path("office.vkd")), time);
 }

@@ -110,8 +110,7 @@ TEST_F(VkdPreview, WrongCommandLinesExitWithTwo) {
     EXPECT_THAT(run.err, HasSubstr("vkd: ")) << args.size();
   }
   EXPECT_THAT(vkd(wrong[2]).err, HasSubstr("the format id must be a number, not \"abc\""));
-  EXPECT_THAT(vkd(wrong[0]).err,
-              HasSubstr("usage: vkd preview FILE.vkd format|product|symbol ID -o OUT.svg"));
+  EXPECT_THAT(vkd(wrong[0]).err, HasSubstr("usage: vkd preview FILE.vkd KIND NAME -o OUT.svg"));
   EXPECT_THAT(vkd(wrong[9]).err, HasSubstr("option -o needs a file name"));
   EXPECT_THAT(vkd(wrong[10]).err, HasSubstr("info has no option --output"));
   EXPECT_TRUE(leftFiles().empty());

@@ -1,13 +1,11 @@
-// vkd check FILE.vkd: reads the dataset as the library does and reports what is wrong with
-// it, one problem per line: references that name nothing, names given twice, format strings
-// that cannot be laid out (check_references.cpp). Exit status 0 without problems, 1 with
-// problems, 2 when the file cannot be read.
+// vkd check FILE.vkd: reads the dataset as the library does and runs every registered check
+// over it. The checks of each kind of definition live in files of their own (check_*.cpp).
+// Exit status 0 without problems, 1 with problems, 2 when the file cannot be read.
 
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include "check_references.h"
 #include "tool.h"
 
 namespace vkd {
@@ -15,20 +13,14 @@ namespace {
 
 int check(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   CKdProject project;
+  // 2 when the file cannot be read, as for a wrong command line: 1 says it has problems.
   if (int status = readProject(args[0], project, ui)) return status;
-  std::vector<Problem> problems = checkDefinitions(project);
-  std::string why;
-  if (!checkStoredRecords(args[0], project, problems, why))
-    return failInput("cannot read the records of " + args[0] + ": " + why);
-
-  if (options.format == OutputFormat::json) {
-    Json list = Json::array();
-    for (const Problem& problem : problems)
-      list.push_back({{"item", problem.item}, {"problem", problem.text}});
-    printJson({{"dataset", args[0]}, {"problems", std::move(list)}});
+  const std::vector<std::string> problems = problemsOf(project);
+  if (options.json()) {
+    printJson({{"dataset", args[0]}, {"problems", problems}});
   } else {
     // The problems alone go to standard output, so that a script can count or filter them.
-    for (const Problem& problem : problems) std::printf("%s\n", problem.line().c_str());
+    for (const std::string& problem : problems) std::printf("%s\n", problem.c_str());
     if (problems.empty()) std::printf("%s: no problems found\n", args[0].c_str());
   }
   if (problems.empty()) return exitOk;
@@ -37,20 +29,22 @@ int check(const std::vector<std::string>& args, const Options& options, ToolUiBa
   return exitFailure;
 }
 
-const Command kCheck("check", "FILE.vkd [--format json]",
-                     "list the problems of the dataset, one per line; exit status 1\n"
-                     "with problems, 2 when the file cannot be read",
-                     1, "format", check,
-                     "A problem is a reference that names nothing (a product naming a missing\n"
-                     "linetype, symbol, dimension text format or property definition; a format\n"
-                     "naming a missing text style or property; a layer naming a missing\n"
-                     "linetype), a name given twice where names must be unique (property\n"
-                     "definitions, linetypes, text styles, layers, symbol ids), or a format\n"
-                     "string with a \"{\" without \"}\". Values stored for a property definition\n"
-                     "that the dataset lacks are found in the file itself: a read drops them.\n"
-                     "With --format json: {dataset, problems: [{item, problem}]}.",
-                     "exit status: 0 no problems; 1 problems found (their count on standard\n"
-                     "error); 2 a wrong command line or a file that cannot be read");
+const Command kCheck(
+    "check", "FILE.vkd [--format json]",
+    "list the problems of the dataset, one per line; exit status 1\n"
+    "with problems, 2 when the file cannot be read",
+    1, "format", check,
+    "A problem is a reference that names nothing (a product naming a missing\n"
+    "part ID format, linetype, symbol, dimension text format or property\n"
+    "definition; a group whose owner is missing; a block item naming a missing\n"
+    "product or linetype; a format naming a missing text style or property; a\n"
+    "report or layer naming a missing property definition or linetype), a name\n"
+    "given twice where names must be unique, a format string with a \"{\" without\n"
+    "\"}\", or a record that a save could not store under its own key. Values\n"
+    "stored for a property definition that the dataset lacks are found in the\n"
+    "file itself: a read drops them. With --format json: {dataset, problems}.",
+    "exit status: 0 no problems; 1 problems found (their count on standard\n"
+    "error); 2 a wrong command line or a file that cannot be read");
 
 }  // namespace
 }  // namespace vkd

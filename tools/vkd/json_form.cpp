@@ -40,6 +40,24 @@ const NamedValue kAlignmentNames[3] = {
     {CKdDimtextOptions::alignRight, "right"},
 };
 
+const NamedValue kOrientationNames[2] = {{CKdReport::horizontal, "horizontal"},
+                                         {CKdReport::vertical, "vertical"}};
+
+const NamedValue kEntityNames[5] = {
+    {CKdReport::entityDevices, "devices"},
+    {CKdReport::entityDucts, "ducts"},
+    {CKdReport::entityPipes, "pipes"},
+    {CKdReport::entityPowerCables, "power cables"},
+    {CKdReport::entityDataCables, "data cables"},
+};
+
+const NamedValue kColumnLineNames[3] = {{0, "none"},
+                                        {CSReportColumn::lineAfterColumn, "after column"},
+                                        {CSReportColumn::lineToFirstRowOnly, "first row only"}};
+
+const NamedValue kSortNames[2] = {{VxKd::sortAscending, "ascending"},
+                                  {VxKd::sortDescending, "descending"}};
+
 const PolySet kPolySets[4] = {
     {"duct", VxKd::systemDuct, "SD", VxKd::layerDuct},
     {"pipe", VxKd::systemPipe, "SP", VxKd::layerPipe},
@@ -85,9 +103,11 @@ std::string namesOf(const NamedValue (&table)[N]) {
   return out;
 }
 
+template bool valueOf(const NamedValue (&)[2], const std::string&, int&);
 template bool valueOf(const NamedValue (&)[3], const std::string&, int&);
 template bool valueOf(const NamedValue (&)[5], const std::string&, int&);
 template bool valueOf(const NamedValue (&)[9], const std::string&, int&);
+template std::string namesOf(const NamedValue (&)[2]);
 template std::string namesOf(const NamedValue (&)[3]);
 template std::string namesOf(const NamedValue (&)[5]);
 template std::string namesOf(const NamedValue (&)[9]);
@@ -173,19 +193,10 @@ bool colourFromJson(const Json& value, short& colour, std::string& why) {
   return false;
 }
 
-std::string colourText(short colour) {
-  return colour == CKdProductDef::colorByLayer ? "by layer" : std::to_string(colour);
-}
-
-namespace {
-
-// A float as JSON, without the noise of its binary form: 2.5f gives 2.5, 0.35f gives 0.35.
 Json real(float value) {
   Json parsed = Json::parse(cuSz::format("%.7g", value), nullptr, false);
   return parsed.is_number() ? parsed : Json(static_cast<double>(value));
 }
-
-}  // namespace
 
 Json toJson(const CKdPropertyDef& def) {
   Json out = Json::object();
@@ -271,6 +282,15 @@ Json toJson(const CVxSymbolModel& symbol) {
   out["symbol"] = symbol.symbolId();
   if (!symbol.desc().isEmpty()) out["description"] = narrow(symbol.desc());
   out["drawing"] = drawingJson(symbol.nodes());
+  return out;
+}
+
+Json toJson(const CKdPartIdFormat& format) {
+  Json out = Json::object();
+  out["id"] = format.dbId();
+  if (!format.guid().isNull()) out["guid"] = narrow(format.guid().toWsz());
+  out["description"] = narrow(format.desc());
+  out["format"] = narrow(format.format());
   return out;
 }
 

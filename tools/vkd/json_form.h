@@ -24,6 +24,12 @@ extern const NamedValue kValueTypeNames[5];
 extern const NamedValue kBorderNames[9];
 extern const NamedValue kReflineNames[5];
 extern const NamedValue kAlignmentNames[3];
+// Of report definitions: the orientations, the kinds of object listed, the separators of a
+// column in the DWG report, the sort directions.
+extern const NamedValue kOrientationNames[2];
+extern const NamedValue kEntityNames[5];
+extern const NamedValue kColumnLineNames[3];
+extern const NamedValue kSortNames[2];
 
 // One of the four definition sets of poly objects: its name in the JSON form ("duct"), its
 // system type, its record code and the layer its lines are drawn on.
@@ -53,6 +59,8 @@ bool valueOf(const NamedValue (&table)[N], const std::string& name, int& value);
 // The names of `table` as the list a message offers: "none, rectangle or circle".
 template <size_t N>
 std::string namesOf(const NamedValue (&table)[N]);
+// A float as JSON without the noise of its binary form: 2.5f gives 2.5, 0.35f gives 0.35.
+Json real(float value);
 
 // A unit in the JSON form: its label ("[mm]") when no other unit has that label, else its
 // id; null for no unit (0).
@@ -66,8 +74,6 @@ Json colourJson(short colour);
 // The colour a JSON value names: "by layer" (ignoring case), "by block" (0) or a number of
 // 0 to 256. False, with `why`, for anything else.
 bool colourFromJson(const Json& value, short& colour, std::string& why);
-// A colour as a table shows it: "by layer" or the number.
-std::string colourText(short colour);
 
 // The JSON objects of single definitions, in the form a dataset description holds them.
 // Members whose value is the default of a new definition are left out.
@@ -77,7 +83,9 @@ Json toJson(const CKdTextStyleDef& style);
 Json toJson(const CKdLayerDef& layer);
 Json toJson(const CKdDimtextFormat& format);
 Json toJson(const CVxSymbolModel& symbol);
-// A product definition of a poly-object set `set` (null for a group's product).
+Json toJson(const CKdPartIdFormat& format);
+// A product definition of a poly-object set `set` (null for a group's product; its id is
+// then the group's, and it has no "set").
 Json toJson(const CKdProductDef& product, const PolySet* set);
 
 // The value of a property in the JSON form: a number for the numeric types, a text for

@@ -1,5 +1,5 @@
-// vkd list FILE.vkd KIND: the definitions of one kind, as a table or as JSON. The kinds live
-// in the list_*.cpp files.
+// vkd list FILE.vkd KIND [ARGUMENT]: the definitions of one kind, as a table. The kinds live
+// in the list_*.cpp files; some take an argument that narrows the list.
 
 #include <cstdio>
 
@@ -18,23 +18,38 @@ int runList(const std::vector<std::string>& args, const Options& options, ToolUi
     for (const ListKind* k : listKinds()) std::fprintf(stderr, "  %-24s%s\n", k->name, k->help);
     return exitUsage;
   }
+  const bool hasArgument = args.size() > 2;
+  if (hasArgument && !kind->fillWith) {
+    std::fprintf(stderr, "vkd: list %s takes no argument, not \"%s\"\n", kind->name,
+                 args[2].c_str());
+    return exitUsage;
+  }
   CKdProject project;
   if (int status = readProject(args[0], project, ui)) return status;
   Table table;
-  kind->fill(project, table);
-  if (options.format == OutputFormat::json)
+  if (kind->fillWith) {
+    std::string why;
+    // An argument that names nothing is a wrong argument.
+    if (!kind->fillWith(project, hasArgument ? args[2] : std::string(), table, why))
+      return failInput(why);
+  } else {
+    kind->fill(project, table);
+  }
+  if (options.json())
     printJson(table.toJson());
   else
     table.print();
   return exitOk;
 }
 
-const Command kList("list", "FILE.vkd KIND [--format json]",
-                    "show the definitions of one kind as a table", 2, "format", runList,
+const Command kList("list", "FILE.vkd KIND [ARGUMENT] [--format json]",
+                    "show the definitions of one kind as a table; some kinds take an\n"
+                    "argument that narrows the list",
+                    2, 3, "format", runList,
                     "KIND is one of the kinds that `vkd --help` lists (properties, formats,\n"
-                    "products, ...). With --format json: a list with one object per row, whose\n"
-                    "members are the columns in lower camel case (\"Text height\" gives\n"
-                    "textHeight); numbers are JSON numbers, an empty number null.");
+                    "groups, products, ...). With --format json: a list with one object per\n"
+                    "row, whose members are the columns in lower camel case (\"Text height\"\n"
+                    "gives textHeight); numbers are JSON numbers, an empty number null.");
 
 }  // namespace
 }  // namespace vkd

@@ -5,7 +5,6 @@
 
 #include "tool.h"
 #include "vxkd/foundation/system_type.h"
-#include "vxkd/platform/sz.h"
 
 namespace vkd {
 namespace {
@@ -13,34 +12,6 @@ namespace {
 // The sets in the order their type ids run.
 constexpr VxKd::systemTypeIds kTypes[] = {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemElectric,
                                           VxKd::systemData};
-
-std::string colourName(short colour) {
-  return colour == CKdProductDef::colorByLayer ? "by layer" : std::to_string(colour);
-}
-
-std::string widthText(float width) {
-  return width > CKdProductDef::minStoredLineWidth ? cuSz::format("%g", width) : "";
-}
-
-std::string positive(long value) { return value > 0 ? std::to_string(value) : ""; }
-
-// "name=value" of each property, in the set's order.
-std::string propertiesText(const CKdPropertyArray& properties) {
-  std::string text;
-  for (int i = 0; i < properties.length(); ++i) {
-    const CKdProperty* property = properties.objAt(i);
-    if (i) text += ", ";
-    text += narrow(property->name()) + "=" + narrow(property->getValueAsText(false));
-  }
-  return text;
-}
-
-// The ids of the integrated text formats.
-std::string textsText(const CKdIntegratedTextArray& texts) {
-  std::string text;
-  for (int i = 0; i < texts.length(); ++i) text += (i ? " " : "") + std::to_string(texts.idAt(i));
-  return text;
-}
 
 void fillPolyDefs(const CKdProject& project, Table& table) {
   table.columns = {{"Type"},         {"Set"},      {"Id", true},    {"Description"},

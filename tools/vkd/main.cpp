@@ -47,9 +47,18 @@ std::string usage() {
       "  --version                   show the version of vkd and its library\n"
       "\n"
       "kinds of definition for list:\n";
-  for (const ListKind* kind : listKinds())
-    text += "  " + std::string(kind->name) + std::string(24 - std::strlen(kind->name), ' ') +
-            kind->help + "\n";
+  for (const ListKind* kind : listKinds()) {
+    const std::string head =
+        std::string(kind->name) + (*kind->argument ? " " : "") + kind->argument;
+    text +=
+        "  " + head + std::string(head.size() < 24 ? 24 - head.size() : 1, ' ') + kind->help + "\n";
+  }
+  text += "\nkinds of definition for preview:\n";
+  for (const PreviewKind* kind : previewKinds()) {
+    const std::string head = std::string(kind->name) + " " + kind->argument;
+    text +=
+        "  " + head + std::string(head.size() < 24 ? 24 - head.size() : 1, ' ') + kind->help + "\n";
+  }
   return text;
 }
 
@@ -81,7 +90,10 @@ int main(int argc, char** argv) {
     optHelp = 'h',
     optVersion = 'V',
     optOutput = 'o',
-    optFormat = 0x100,
+    optFormat = 256,  // long options only from here
+    optPlan,
+    optWritePlan,
+    optDryRun,
     optFrom,
   };
   static const option kOptions[] = {
@@ -91,6 +103,9 @@ int main(int argc, char** argv) {
       {"version", no_argument, nullptr, optVersion},
       {"output", required_argument, nullptr, optOutput},
       {"format", required_argument, nullptr, optFormat},
+      {"plan", required_argument, nullptr, optPlan},
+      {"write-plan", required_argument, nullptr, optWritePlan},
+      {"dry-run", no_argument, nullptr, optDryRun},
       {"from", required_argument, nullptr, optFrom},
       {nullptr, 0, nullptr, 0},
   };
@@ -120,19 +135,31 @@ int main(int argc, char** argv) {
         given.push_back("output");
         break;
       case optFormat:
-        if (std::strcmp(optarg, "json") == 0)
-          options.format = OutputFormat::json;
-        else if (std::strcmp(optarg, "text") != 0)
-          return usageError("--format is text or json, not \"" + std::string(optarg) + "\"");
+        options.format = optarg;
         given.push_back("format");
+        if (options.format != "text" && options.format != "json")
+          return usageError("--format takes text or json, not \"" + options.format + "\"");
+        break;
+      case optPlan:
+        options.plan = optarg;
+        given.push_back("plan");
+        break;
+      case optWritePlan:
+        options.writePlan = optarg;
+        given.push_back("write-plan");
+        break;
+      case optDryRun:
+        options.dryRun = true;
+        given.push_back("dry-run");
         break;
       case optFrom:
         options.from = optarg;
         given.push_back("from");
         break;
       case ':':
-        return usageError("option " + std::string(argv[optind - 1]) +
-                          (optopt == optFormat ? " needs text or json" : " needs a file name"));
+        if (std::strcmp(argv[optind - 1], "--format") == 0)
+          return usageError("option --format needs text or json");
+        return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));
     }
@@ -162,8 +189,8 @@ int main(int argc, char** argv) {
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());
-  const int argsGiven = static_cast<int>(args.size());
-  if (command->argCount >= 0 ? argsGiven != command->argCount : argsGiven > -command->argCount)
+  if (static_cast<int>(args.size()) < command->argCount ||
+      static_cast<int>(args.size()) > command->maxArgCount)
     return usageOf(*command);
   for (const char* name : given)
     if (!accepts(*command, name))

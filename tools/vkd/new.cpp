@@ -4,18 +4,14 @@
 // An existing file is never touched unless --force is given, and even then not while
 // someone holds its lock (the lock is taken for the whole creation). The new dataset is
 // built beside the target under a temporary name and renamed into place when complete, so
-// a failure leaves the old file whole and nothing half-made.
-
-#include <unistd.h>
+// a failure leaves the old file whole and nothing half-made (writeNewDataset).
 
 #include <cstdio>
 #include <cstring>
 
-#include "check_references.h"
-#include "dataset_json.h"
+#include "description.h"
 #include "tool.h"
 #include "vxkd/platform/env.h"
-#include "vxkd/platform/paths.h"
 
 namespace vkd {
 namespace {
@@ -33,8 +29,8 @@ int buildFrom(const std::string& path, CKdProject& project) {
   std::string why;
   if (!buildFromDescription(text, project, why)) return failInput(path + ": " + why);
   // What `vkd check` would find in the new dataset is an error of the description.
-  const std::vector<Problem> problems = checkDefinitions(project);
-  for (const Problem& problem : problems) warn(path + ": " + problem.line());
+  const std::vector<std::string> problems = problemsOf(project);
+  for (const std::string& problem : problems) warn(path + ": " + problem);
   if (!problems.empty())
     return failInput(path + " describes a dataset with " + std::to_string(problems.size()) +
                      (problems.size() == 1 ? " problem" : " problems") + "; nothing was created");
@@ -54,33 +50,7 @@ int runNew(const std::vector<std::string>& args, const Options& options, ToolUiB
   if (!description.empty())
     if (int status = buildFrom(description, project)) return status;
 
-  const CWsz path = CWsz::fromUtf8(args[0].c_str());
-  std::string why;
-  const CWsz lockPath = lockFileOf(path, why);
-  if (lockPath.isEmpty()) return failInput(why);
-  // Holding the lock keeps every other user's update (and another vkd new) out until the
-  // new file is in place.
-  CLockFile lock;
-  wchar_t owner[CLockFile::kOwnerBufferChars] = {};
-  switch (lock.set(lockPath, L"vkd new", owner)) {
-    case CLockFile::lockHeld:
-      break;
-    case CLockFile::lockedByOther:
-    case CLockFile::lockUnreadable:
-      return fail(args[0] + " is locked for an update by " +
-                  (*owner ? narrow(owner) : std::string("another user")) + "; nothing was changed");
-    default:
-      return fail("cannot make the lock file " + narrow(lockPath) +
-                  " (is the folder there and writable?); nothing was changed");
-  }
-  if (cuFile::exists(path)) {
-    if (!options.force)
-      return fail(args[0] + " exists; nothing was changed (give --force to replace it)");
-    if (access(args[0].c_str(), W_OK) != 0)
-      return fail(args[0] + " is read-only; nothing was changed");
-  }
-  if (!project.saveDbAs(nullptr, path))
-    return fail("cannot create " + args[0] + ": " + failureOf(project, ui));
+  if (int result = writeNewDataset(args[0], options.force, project, ui, L"vkd new")) return result;
   std::printf("Created %s\n", args[0].c_str());
   return exitOk;
 }

@@ -1,6 +1,5 @@
 #include "references.h"
 
-#include "json_form.h"
 #include "vxkd/platform/sz.h"
 #include "vxkd/properties/std_property.h"
 
@@ -14,12 +13,18 @@ const char* targetName(Target target) {
       return "special property";
     case Target::dimtextFormat:
       return "dimension text format";
+    case Target::partIdFormat:
+      return "part ID format";
     case Target::linetype:
       return "linetype";
     case Target::textStyle:
       return "text style";
     case Target::symbol:
       return "symbol";
+    case Target::product:
+      return "product definition";
+    case Target::group:
+      return "product group";
   }
   return "definition";
 }
@@ -30,7 +35,7 @@ std::string quoted(const std::string& text) { return "\"" + text + "\""; }
 
 }  // namespace
 
-// An id bare, a name in quotes.
+// An id or GUID bare, a name in quotes.
 std::string targetText(const Reference& reference) {
   return std::string(targetName(reference.target)) + " " +
          (reference.byId ? reference.key : quoted(reference.key));
@@ -42,6 +47,9 @@ std::string itemName(const CKdPropertyDef& def) {
 std::string itemName(const CKdDimtextFormat& format) {
   return "dimension text format " + std::to_string(format.id()) + " " +
          quoted(narrow(format.desc()));
+}
+std::string itemName(const CKdPartIdFormat& format) {
+  return "part ID format " + std::to_string(format.dbId()) + " " + quoted(narrow(format.desc()));
 }
 std::string itemName(const CKdLayerDef& layer) {
   return "layer " + std::to_string(layer.layerNumber()) + " " + quoted(narrow(layer.name()));
@@ -55,14 +63,21 @@ std::string itemName(const CKdTextStyleDef& style) {
 std::string itemName(const CVxSymbolModel& symbol) {
   return "symbol " + std::to_string(symbol.projectId()) + " " + quoted(symbol.symbolId());
 }
-std::string itemName(const CKdProductDef& product, const char* setName) {
-  return std::string(setName) + " product " + std::to_string(product.dbId()) + " " +
-         quoted(narrow(product.desc()));
+std::string itemName(const CKdReport& report) {
+  return "report definition " + std::to_string(report.dbId()) + " " + quoted(narrow(report.desc()));
+}
+std::string itemName(const CKdProductGroupArray& groups, const CKdProductGroup& group) {
+  return "product group " + std::to_string(group.dbId()) + " " +
+         quoted(groupPathOf(groups, group.dbId()));
+}
+std::string itemName(const CKdProductGroupArray& groups, const CKdProductGroup& group,
+                     const CKdBlock& block) {
+  return "block " + quoted(groupPathOf(groups, group.dbId()) + "/" + narrow(block.desc()));
 }
 
 namespace {
 
-// Collects the references of one definition.
+// Collects the references of the definitions.
 class Collector {
  public:
   Collector(const CKdProject& project, std::vector<Reference>& out)
@@ -72,9 +87,14 @@ class Collector {
            const std::string& key, bool exists) {
     out_.push_back({from, detail, target, key, false, exists});
   }
-  void addId(const std::string& from, const std::string& detail, Target target, long id,
-             bool exists) {
-    out_.push_back({from, detail, target, std::to_string(id), true, exists});
+  void addId(const std::string& from, const std::string& detail, Target target,
+             const std::string& id, bool exists) {
+    out_.push_back({from, detail, target, id, true, exists});
+  }
+
+  void propertyId(const std::string& from, const std::string& detail, long id) {
+    addId(from, detail, Target::propertyDef, std::to_string(id),
+          project_.propertyDefs().findId(id) != nullptr);
   }
 
   // The braced names of a format string: special properties and property definitions.
@@ -97,31 +117,73 @@ class Collector {
     }
   }
 
-  void linetype(const std::string& from, const CWsz& name) {
+  void linetype(const std::string& from, const std::string& detail, const CWsz& name) {
     if (name.isEmpty() || VxKd::isCommonLinetypeName(name)) return;
-    add(from, "", Target::linetype, narrow(name),
+    add(from, detail, Target::linetype, narrow(name),
         project_.linetypeDefs().findLinetypeDef(name) != nullptr);
   }
 
-  void product(const CKdProductDef& product, const char* setName) {
-    const std::string from = itemName(product, setName);
-    linetype(from, product.lineType());
+  void product(const ProductRef& ref) {
+    const CKdProductDef& product = *ref.product;
+    const std::string from = itemName(ref);
+    if (product.partIdFmtId() > 0)
+      addId(from, "", Target::partIdFormat, std::to_string(product.partIdFmtId()),
+            project_.partIdFormats().findId(product.partIdFmtId()) != nullptr);
+    linetype(from, "", product.lineType());
     if (product.hasSymbol())
       add(from, "", Target::symbol, product.symbolId(),
           project_.symbols().find(product.symbolId()) >= 0);
     const CKdPropertyArray& values = product.properties();
-    for (int i = 0; i < values.length(); ++i) {
-      const long id = values.objAt(i)->dbId();
-      addId(from, "a value", Target::propertyDef, id,
-            project_.propertyDefs().findId(id) != nullptr);
-    }
+    for (int i = 0; i < values.length(); ++i) propertyId(from, "a value", values.objAt(i)->dbId());
     const CKdIntegratedTextArray& texts = product.getIntegratedTexts();
     for (int i = 0; i < texts.length(); ++i) {
       const long id = texts.objAt(i)->formatId();
       if (id == -1) continue;  // an integrated text without a format
-      addId(from, "integrated text " + std::to_string(i + 1), Target::dimtextFormat, id,
-            project_.dimTextFormats().findFmt(id) != nullptr);
+      addId(from, "integrated text " + std::to_string(i + 1), Target::dimtextFormat,
+            std::to_string(id), project_.dimTextFormats().findFmt(id) != nullptr);
     }
+  }
+
+  void group(const CKdProductGroupArray& groups, const CKdProductGroup& group) {
+    if (group.isRoot()) return;
+    const std::string from = itemName(groups, group);
+    addId(from, "its owner", Target::group, std::to_string(group.ownerGroupId()),
+          groups.findGroup(group.ownerGroupId()) != nullptr);
+    for (int b = 0; b < group.blocks().length(); ++b)
+      block(groups, group, *group.blocks().objAt(b));
+  }
+
+  void block(const CKdProductGroupArray& groups, const CKdProductGroup& group,
+             const CKdBlock& block) {
+    const std::string from = itemName(groups, group, block);
+    for (int i = 0; i < block.items().length(); ++i) {
+      const CKdBlockItem& item = *block.items().objAt(i);
+      const std::string detail = "item " + std::to_string(i + 1);
+      // An item draws its own graphics, or the product whose GUID it holds.
+      if (!item.hasGraphics() && !item.guid().isNull())
+        addId(from, detail, Target::product, narrow(item.guid().toWsz()),
+              project_.findBlockProduct(item.guid()) != nullptr);
+      linetype(from, detail, item.lineType());
+      for (int p = 0; p < item.properties().length(); ++p)
+        propertyId(from, detail, item.properties().objAt(p)->dbId());
+    }
+  }
+
+  void report(const CKdReport& report) {
+    const std::string from = itemName(report);
+    for (int i = 0; i < report.columns().length(); ++i) {
+      const long id = report.columns().at(i)->propertyId();
+      // A column without a property shows nothing; a special property is one of the program.
+      if (id > 0) propertyId(from, "column " + std::to_string(i + 1), id);
+    }
+    if (report.sortPropertyId() > 0) propertyId(from, "its sort", report.sortPropertyId());
+    add(from, "", Target::textStyle, narrow(report.fontStyleName()),
+        project_.textStyleDefs().findStyle(report.fontStyleName()) != nullptr);
+    if (!report.hasDevices()) return;
+    const CKdGuidArray& guids = report.devGroups();
+    for (int i = 0; i < guids.length(); ++i)
+      addId(from, "its device groups", Target::group, narrow(guids.objAt(i)->toWsz()),
+            project_.productGroups().findGroup(*guids.objAt(i)) != nullptr);
   }
 
  private:
@@ -142,15 +204,36 @@ std::vector<Reference> referencesOf(const CKdProject& project) {
                 project.textStyleDefs().findStyle(format.styleName()) != nullptr);
     collect.formatString(from, format.fmt());
   }
+  const CKdPartIdFormatArray& partIds = project.partIdFormats();
+  for (int i = 0; i < partIds.length(); ++i)
+    collect.formatString(itemName(*partIds.objAt(i)), partIds.objAt(i)->format());
   const CKdLayerDefArray& layers = project.layerDefs();
   for (int i = 0; i < layers.length(); ++i)
-    collect.linetype(itemName(*layers.objAt(i)), layers.objAt(i)->linetype());
-  for (const PolySet& set : kPolySets) {
-    const CKdProductDefArray& products = *project.polyDefSets(set.type);
-    for (int i = 0; i < products.length(); ++i) collect.product(*products.objAt(i), set.name);
-  }
+    collect.linetype(itemName(*layers.objAt(i)), "", layers.objAt(i)->linetype());
+  const CKdProductGroupArray& groups = project.productGroups();
+  for (int i = 0; i < groups.length(); ++i) collect.group(groups, *groups.objAt(i));
+  for (const ProductRef& product : allProducts(project)) collect.product(product);
+  const CKdObjectArray<CKdReport>& reports = project.reportDefs();
+  for (int i = 0; i < reports.length(); ++i) collect.report(*reports.objAt(i));
   return out;
 }
+
+namespace {
+
+// The product that the current record "PD" stores, of those that were read.
+const CKdProductDef* groupProductOf(CQbase& db, const CKdProject& project, long& productId) {
+  long groupId = 0;
+  productId = 0;
+  if (!CKdProductDef::parseDbId(db, groupId, productId)) {
+    // A key without a group part holds a product of the root.
+    groupId = CKdProductGroup::rootGroupDefinitions;
+    CChBuffer key;
+    if (!db.getObjId(key) || !cuSz::scanLong(key, productId)) return nullptr;
+  }
+  return project.productGroups().findProduct(groupId, productId);
+}
+
+}  // namespace
 
 bool storedPropertyReferences(const std::string& path, const CKdProject& project,
                               std::vector<Reference>& out, std::string& why) {
@@ -160,25 +243,35 @@ bool storedPropertyReferences(const std::string& path, const CKdProject& project
     why = CQbase::reasonText(db.reason());
     return false;
   }
-  for (const PolySet& set : kPolySets) {
-    const CKdProductDefArray& products = *project.polyDefSets(set.type);
-    for (bool more = db.fetchFirstMember(set.classId); more; more = db.fetchNextMember()) {
+  const std::vector<ProductRef> products = allProducts(project);
+  auto nameOf = [&](const CKdProductDef* product, const std::string& code, const char* key) {
+    for (const ProductRef& ref : products)
+      if (ref.product == product) return itemName(ref);
+    // A record that the read left out has no definition to name it by.
+    return "product record " + code + " " + quoted(key);
+  };
+  auto walk = [&](const char* code, const CKdProductDefArray* set) {
+    for (bool more = db.fetchFirstMember(code); more; more = db.fetchNextMember()) {
       CChBuffer key;
-      long id = 0;
       db.getObjId(key);
-      cuSz::scanLong(key, id);
+      long id = 0;
+      const CKdProductDef* product = nullptr;
+      if (set) {
+        cuSz::scanLong(key, id);
+        product = set->findId(id);
+      } else {
+        product = groupProductOf(db, project, id);
+      }
       CInt32Array ids;
       CKdPropertyArray::readAttributeIdsOf(db, ids);
-      const CKdProductDef* product = products.findId(id);
-      // A record that the read left out has no definition to name it by.
-      const std::string from = product
-                                   ? itemName(*product, set.name)
-                                   : std::string(set.name) + " product record " + quoted(key.sz());
+      const std::string from = nameOf(product, code, key);
       for (int32_t defId : ids)
         out.push_back({from, "a stored value", Target::propertyDef, std::to_string(defId), true,
                        project.propertyDefs().findId(defId) != nullptr});
     }
-  }
+  };
+  walk(CKdProductDefArray::groupClassId, nullptr);
+  for (const PolySet& set : kPolySets) walk(set.classId, project.polyDefSets(set.type));
   if (!db.closeDatabase()) {
     why = CQbase::reasonText(db.reason());
     return false;

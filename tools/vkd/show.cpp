@@ -42,8 +42,16 @@ bool parseId(const std::string& text, long& value) {
 
 namespace {
 
+// Keys whose words are abbreviations, and their labels.
+constexpr struct {
+  const char* key;
+  const char* label;
+} kLabels[] = {{"guid", "GUID"}, {"partId", "Part ID"}, {"partIdFormat", "Part ID format"}};
+
 // "fixedBorderSize" gives "Fixed border size".
 std::string labelOf(const std::string& key) {
+  for (const auto& known : kLabels)
+    if (key == known.key) return known.label;
   std::string label;
   for (char c : key) {
     if (std::isupper(static_cast<unsigned char>(c))) {
@@ -63,6 +71,7 @@ std::string labelOf(const std::string& key) {
 std::string inline_(const Json& value) {
   if (value.is_string()) return value.get<std::string>();
   if (value.is_null()) return "-";
+  if (value.is_array() && value.empty()) return "none";
   if (value.is_array()) {
     bool plain = true;
     for (const Json& item : value) plain = plain && !item.is_structured();
@@ -142,7 +151,7 @@ int runShow(const std::vector<std::string>& args, const Options& options, ToolUi
     if (namesShown(reference, shown) && (users.empty() || users.back() != reference.from))
       users.push_back(reference.from);
 
-  if (options.format == OutputFormat::json) {
+  if (options.json()) {
     Json out = shown.fields;
     out["usedBy"] = users;
     printJson(out);
@@ -163,10 +172,12 @@ int runShow(const std::vector<std::string>& args, const Options& options, ToolUi
 }
 
 constexpr const char* kShowDetails =
-    "KIND is property, format, layer, linetype, style, symbol or product (the\n"
-    "plural is taken too). A number is taken for an id where the kind has ids (a\n"
-    "layer's number), any other text for a name or description, ignoring case. A\n"
-    "product is named by its id, by SET:ID (duct:3 or SD:3) or by its description.\n"
+    "KIND is property, partid, format, layer, linetype, style, symbol, group,\n"
+    "product, block or report (the plural is taken too). A number is taken for an\n"
+    "id where the kind has ids (a layer's number), any other text for a name,\n"
+    "description or group path, ignoring case. A product is named by its key:\n"
+    "SET:ID (duct:3 or SD:3) or GROUP-PATH:ID (Heating/Valves:2), by an id that\n"
+    "one product alone has, or by its description.\n"
     "\"Used by\" lists the definitions that refer to it. With --format json: the\n"
     "definition in the form of dataset descriptions (sample-dataset.json), with\n"
     "the member usedBy.";

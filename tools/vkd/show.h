@@ -45,10 +45,4 @@ std::vector<const ShowKind*> showKinds();
 // The number that the whole of `text` spells, in `value`; false for anything else ("12x").
 bool parseId(const std::string& text, long& value);
 
-// The product definition that `key` names: SET:ID (duct:3, SD:3), an id that one set alone
-// has, or a description (ignoring case) that one product alone has. Returns exitOk with the
-// product and its set, or exitUsage after saying why there is none or which ones it could be.
-int findPolyProduct(const CKdProject& project, const std::string& key,
-                    const CKdProductDef*& product, const PolySet*& set);
-
 }  // namespace vkd

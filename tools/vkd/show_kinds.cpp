@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "json_form.h"
+#include "products.h"
 #include "show.h"
 #include "vxkd/platform/sz.h"
 
@@ -124,58 +125,18 @@ int findSymbol(const CKdProject& project, const std::string& key, Shown& out) {
   return exitOk;
 }
 
-}  // namespace
-
-int findPolyProduct(const CKdProject& project, const std::string& key, const CKdProductDef*& found,
-                    const PolySet*& foundSet) {
-  std::vector<std::pair<const CKdProductDef*, const PolySet*>> hits;
-  const size_t colon = key.find(':');
-  long id = 0;
-  if (colon != std::string::npos) {
-    const PolySet* set = findPolySet(key.substr(0, colon));
-    if (!set || !parseId(key.substr(colon + 1), id))
-      return failInput(
-          "a product is named by SET:ID (duct:3, SD:3), an id or a description, "
-          "not " +
-          quoted(key));
-    if (const CKdProductDef* product = project.polyDefSets(set->type)->findId(id))
-      hits.push_back({product, set});
-  } else {
-    const bool isId = parseId(key, id);
-    for (const PolySet& set : kPolySets) {
-      const CKdProductDefArray& products = *project.polyDefSets(set.type);
-      for (int i = 0; i < products.length(); ++i) {
-        const CKdProductDef* product = products.objAt(i);
-        if (isId ? product->dbId() == id : cuSz::equalNoCase(product->desc(), wide(key)))
-          hits.push_back({product, &set});
-      }
-    }
+int showProduct(const CKdProject& project, const std::string& key, Shown& out) {
+  ProductRef ref;
+  if (int status = findProduct(project, key, ref)) return status;
+  const CKdProductDef* product = ref.product;
+  out.title = itemName(ref);
+  out.fields = toJson(*product, ref.set);
+  if (ref.group) {
+    Json fields = Json::object();
+    fields["group"] = groupPathOf(project.productGroups(), ref.group->dbId());
+    for (auto it = out.fields.begin(); it != out.fields.end(); ++it) fields[it.key()] = *it;
+    out.fields = std::move(fields);
   }
-  if (hits.empty()) return notFound("product definition", key);
-  if (hits.size() > 1) {
-    Table which;
-    which.columns = {{""}, {""}};
-    for (const auto& hit : hits)
-      which.addRow({std::string(hit.second->name) + ":" + std::to_string(hit.first->dbId()),
-                    narrow(hit.first->desc())});
-    std::string list;
-    for (const std::string& line : which.lines(false)) list += "\n  " + line;
-    return failInput(quoted(key) + " names " + std::to_string(hits.size()) +
-                     " product definitions; name one by SET:ID:" + list);
-  }
-  found = hits[0].first;
-  foundSet = hits[0].second;
-  return exitOk;
-}
-
-namespace {
-
-int findProduct(const CKdProject& project, const std::string& key, Shown& out) {
-  const CKdProductDef* product = nullptr;
-  const PolySet* set = nullptr;
-  if (int status = findPolyProduct(project, key, product, set)) return status;
-  out.title = itemName(*product, set->name);
-  out.fields = toJson(*product, set);
   // The text form: values with their units, formats with their descriptions.
   out.textFields = out.fields;
   Json values = Json::object();
@@ -201,7 +162,167 @@ int findProduct(const CKdProject& project, const std::string& key, Shown& out) {
     texts.push_back(line);
   }
   out.textFields["texts"] = std::move(texts);
-  out.target = Target::symbol;  // nothing names a product yet: no key, no users
+  if (product->partIdFmtId() > 0) {
+    const CKdPartIdFormat* format = project.partIdFormats().findId(product->partIdFmtId());
+    out.textFields["partIdFormat"] = std::to_string(product->partIdFmtId()) +
+                                     (format ? " " + quoted(narrow(format->desc())) : " (missing)");
+    // What the format makes of the product's values.
+    out.textFields["partId"] = narrow(product->partId());
+  }
+  // Block items name a product by its GUID.
+  out.target = Target::product;
+  out.key = narrow(product->guid().toWsz());
+  out.byId = true;
+  return exitOk;
+}
+
+int showPartIdFormat(const CKdProject& project, const std::string& key, Shown& out) {
+  const CKdPartIdFormatArray& formats = project.partIdFormats();
+  long id = 0;
+  const CKdPartIdFormat* format = parseId(key, id) ? formats.findId(id) : nullptr;
+  if (!format) format = formats.findName(wide(key));
+  if (!format) return notFound("part ID format", key);
+  out.title = itemName(*format);
+  out.fields = toJson(*format);
+  out.target = Target::partIdFormat;
+  out.key = std::to_string(format->dbId());
+  out.byId = true;
+  return exitOk;
+}
+
+// A group by its id or its path ("Heating/Valves", the letter case ignored where no group
+// has the path as written).
+const CKdProductGroup* groupOf(const CKdProject& project, const std::string& key) {
+  const CKdProductGroupArray& groups = project.productGroups();
+  long id = 0;
+  if (parseId(key, id))
+    if (const CKdProductGroup* g = groups.findGroup(id)) return g;
+  const CWsz path = wide(key);
+  if (const CKdProductGroup* g = groups.findGroup(CKdProductGroup::rootGroupDefinitions, path))
+    return g;
+  for (int i = 0; i < groups.length(); ++i)
+    if (cuSz::equalNoCase(CWsz::fromUtf8(groupPathOf(groups, groups.idAt(i)).c_str()), path))
+      return groups.objAt(i);
+  return nullptr;
+}
+
+int showGroup(const CKdProject& project, const std::string& key, Shown& out) {
+  const CKdProductGroup* group = groupOf(project, key);
+  if (!group) return notFound("product group", key);
+  const CKdProductGroupArray& groups = project.productGroups();
+  out.title = itemName(groups, *group);
+  Json fields = Json::object();
+  fields["id"] = group->dbId();
+  if (!group->guid().isNull()) fields["guid"] = narrow(group->guid().toWsz());
+  fields["description"] = narrow(group->desc());
+  fields["path"] = groupPathOf(groups, group->dbId());
+  fields["owner"] = group->ownerGroupId();
+  fields["order"] = group->orderNmb();
+  Json products = Json::array(), blocks = Json::array(), sub = Json::array();
+  for (int i = 0; i < group->products().length(); ++i)
+    products.push_back(std::to_string(group->products().objAt(i)->dbId()) + " " +
+                       narrow(group->products().objAt(i)->desc()));
+  for (int i = 0; i < group->blocks().length(); ++i)
+    blocks.push_back(narrow(group->blocks().objAt(i)->desc()));
+  CKdProductGroupArray children;
+  groups.getTopSubGroupsOf(group->dbId(), children);
+  for (int i = 0; i < children.length(); ++i) sub.push_back(narrow(children.objAt(i)->desc()));
+  fields["products"] = std::move(products);
+  fields["blocks"] = std::move(blocks);
+  fields["groups"] = std::move(sub);
+  out.fields = std::move(fields);
+  out.target = Target::group;
+  out.key = std::to_string(group->dbId());
+  out.byId = true;
+  out.alsoKey = narrow(group->guid().toWsz());
+  out.alsoById = true;
+  return exitOk;
+}
+
+int showBlock(const CKdProject& project, const std::string& key, Shown& out) {
+  // NAME, or GROUP-PATH/NAME where several groups have a block of that name.
+  const CKdProductGroupArray& groups = project.productGroups();
+  std::vector<std::pair<const CKdProductGroup*, const CKdBlock*>> hits;
+  for (int i = 0; i < groups.length(); ++i)
+    if (const CKdBlock* b = groups.objAt(i)->blocks().findName(wide(key)))
+      hits.push_back({groups.objAt(i), b});
+  const size_t slash = key.rfind('/');
+  if (hits.empty() && slash != std::string::npos)
+    if (const CKdProductGroup* g = groupOf(project, key.substr(0, slash)))
+      if (const CKdBlock* b = g->blocks().findName(wide(key.substr(slash + 1))))
+        hits.push_back({g, b});
+  if (hits.empty()) return notFound("block", key);
+  if (hits.size() > 1)
+    return failInput(std::to_string(hits.size()) + " blocks are named " + quoted(key) +
+                     "; name one as GROUP-PATH/NAME");
+  const CKdProductGroup& group = *hits[0].first;
+  const CKdBlock& block = *hits[0].second;
+  out.title = itemName(groups, group, block);
+  Json fields = Json::object();
+  fields["group"] = groupPathOf(groups, group.dbId());
+  fields["name"] = narrow(block.desc());
+  if (!block.guid().isNull()) fields["guid"] = narrow(block.guid().toWsz());
+  const std::vector<ProductRef> products = allProducts(project);
+  Json items = Json::array();
+  for (int i = 0; i < block.items().length(); ++i) {
+    const CKdBlockItem& item = *block.items().objAt(i);
+    Json entry = Json::object();
+    if (!item.name().isEmpty()) entry["name"] = narrow(item.name());
+    if (item.hasGraphics()) {
+      entry["graphics"] = std::to_string(item.graphicsData().size()) + " bytes";
+    } else if (!item.guid().isNull()) {
+      std::string product = narrow(item.guid().toWsz());
+      for (const ProductRef& ref : products)
+        if (ref.product->guid() == item.guid()) product = ref.key;
+      entry["product"] = product;
+    }
+    entry["at"] = Json::array(
+        {real(static_cast<float>(item.position().x)), real(static_cast<float>(item.position().y))});
+    if (item.scale() != 1.0f) entry["scale"] = real(item.scale());
+    items.push_back(std::move(entry));
+  }
+  fields["items"] = std::move(items);
+  out.fields = std::move(fields);
+  out.target = Target::group;  // nothing names a block: no key, no users
+  return exitOk;
+}
+
+int showReport(const CKdProject& project, const std::string& key, Shown& out) {
+  const CKdObjectArray<CKdReport>& reports = project.reportDefs();
+  long id = 0;
+  const CKdReport* report = parseId(key, id) ? reports.findId(id) : nullptr;
+  if (!report) report = reports.findName(wide(key));
+  if (!report) return notFound("report definition", key);
+  out.title = itemName(*report);
+  Json fields = Json::object();
+  fields["id"] = report->dbId();
+  fields["description"] = narrow(report->desc());
+  fields["orientation"] = narrow(CKdReport::getOrientationName(report->orientation()));
+  Json lists = Json::array();
+  for (int16_t kind : report->entityTypeIds())
+    lists.push_back(nameOf(kEntityNames, kind) ? nameOf(kEntityNames, kind) : "?");
+  fields["lists"] = std::move(lists);
+  Json columns = Json::array();
+  for (int i = 0; i < report->columns().length(); ++i) {
+    const CSReportColumn& c = *report->columns().at(i);
+    const CKdPropertyDef* def = project.propertyDefs().findId(c.propertyId());
+    std::string text = def ? narrow(def->name()) : "property " + std::to_string(c.propertyId());
+    text += cuSz::format(", %g wide", c.length());
+    if (*c.header1())
+      text += ", " + quoted(std::string(c.header1()) + (*c.header2() ? " / " : "") + c.header2());
+    columns.push_back(text);
+  }
+  fields["columns"] = std::move(columns);
+  if (report->sortPropertyId() != 0) {
+    const CKdPropertyDef* def = project.propertyDefs().findId(report->sortPropertyId());
+    fields["sortBy"] = (def ? narrow(def->name()) : std::to_string(report->sortPropertyId())) +
+                       ", " + narrow(VxKd::getSortTypeName(report->sortType()));
+  }
+  fields["style"] = narrow(report->fontStyleName());
+  fields["fontHeight"] = real(report->fontHeight());
+  fields["width"] = real(report->calcTotalWidth(1));
+  out.fields = std::move(fields);
+  out.target = Target::group;  // nothing names a report: no key, no users
   return exitOk;
 }
 
@@ -213,8 +334,15 @@ const ShowKind kLayer("layer", "layers", "a layer, by number or name", findLayer
 const ShowKind kLinetype("linetype", "linetypes", "a linetype, by name", findLinetype);
 const ShowKind kStyle("style", "styles", "a text style, by id or name", findStyle);
 const ShowKind kSymbol("symbol", "symbols", "a 2D symbol, by id or symbol id", findSymbol);
-const ShowKind kProduct("product", "products", "a product definition, by SET:ID, id or description",
-                        findProduct);
+const ShowKind kProduct("product", "products",
+                        "a product definition, by SET:ID, GROUP-PATH:ID, id or description",
+                        showProduct);
+const ShowKind kPartIdFormat("partid", "partids", "a part ID format, by id or description",
+                             showPartIdFormat);
+const ShowKind kGroup("group", "groups", "a product group, by id or path", showGroup);
+const ShowKind kBlock("block", "blocks", "a block, by name or GROUP-PATH/NAME", showBlock);
+const ShowKind kReport("report", "reports", "a report definition, by id or description",
+                       showReport);
 
 }  // namespace
 }  // namespace vkd

@@ -3,19 +3,13 @@
 #include <cmath>
 #include <cstdio>
 #include <set>
+#include <variant>
 
 #include "json_form.h"
+#include "vxkd/platform/sz.h"
 
 namespace vkd {
 namespace {
-
-// A float as JSON without the noise of its binary form: 2.12f gives 2.12.
-Json real(float value) {
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "%.7g", value);
-  Json parsed = Json::parse(buffer, nullptr, false);
-  return parsed.is_number() ? parsed : Json(static_cast<double>(value));
-}
 
 Json point(const CGmNode& node) { return Json::array({real(node.v[0]), real(node.v[1])}); }
 
@@ -330,6 +324,131 @@ bool drawingFromJson(const Json& drawing, std::vector<CGmNode>& nodes, std::stri
     if (!PieceReader(drawing[i], nodes).read(wrong)) {
       why = "piece " + std::to_string(i + 1) + ": " + wrong;
       return false;
+    }
+  }
+  return true;
+}
+
+namespace {
+
+constexpr double kDegrees = 180 / 3.14159265358979323846;
+
+Json xy(const CGmPoint& p) {
+  return Json::array({real(static_cast<float>(p.x)), real(static_cast<float>(p.y))});
+}
+
+}  // namespace
+
+Json graphicsJson(const CGmModel& model) {
+  Json pieces = Json::array();
+  for (const CGmItem& item : model.items()) {
+    Json piece = Json::object();
+    if (const auto* line = std::get_if<CGmLine>(&item.shape)) {
+      piece["line"] = Json::array(
+          {real(static_cast<float>(line->start.x)), real(static_cast<float>(line->start.y)),
+           real(static_cast<float>(line->end.x)), real(static_cast<float>(line->end.y))});
+    } else if (const auto* circle = std::get_if<CGmCircle>(&item.shape)) {
+      piece["circle"] = Json::array({real(static_cast<float>(circle->centre.x)),
+                                     real(static_cast<float>(circle->centre.y)),
+                                     real(static_cast<float>(circle->radius))});
+      if (circle->fill == CGmFill::solid) piece["filled"] = true;
+      if (circle->fill == CGmFill::wipeout) piece["wipeout"] = true;
+    } else if (const auto* arc = std::get_if<CGmArc>(&item.shape)) {
+      piece["arc"] = Json::array({real(static_cast<float>(arc->centre.x)),
+                                  real(static_cast<float>(arc->centre.y)),
+                                  real(static_cast<float>(arc->radius)),
+                                  real(static_cast<float>(arc->startAngle * kDegrees)),
+                                  real(static_cast<float>(arc->endAngle * kDegrees))});
+    } else if (const auto* polyline = std::get_if<CGmPolyline>(&item.shape)) {
+      Json points = Json::array();
+      for (const CGmPoint& p : polyline->points) points.push_back(xy(p));
+      piece["polyline"] = std::move(points);
+      if (polyline->closed) piece["closed"] = true;
+      if (polyline->fill == CGmFill::solid) piece["filled"] = true;
+      if (polyline->fill == CGmFill::wipeout) piece["wipeout"] = true;
+    } else if (const auto* text = std::get_if<CGmTextLine>(&item.shape)) {
+      piece["text"] = narrow(text->text);
+      piece["at"] = xy(text->position);
+      piece["height"] = real(static_cast<float>(text->height));
+      const double angle = std::atan2(text->direction.y, text->direction.x) * kDegrees;
+      if (std::abs(angle) > 1e-9) piece["angle"] = real(static_cast<float>(angle));
+      if (text->align != CGmAlign::left)
+        piece["align"] = nameOf(kAlignmentNames, static_cast<int>(text->align));
+      if (!cuSz::equalNoCase(text->font, L"Arial")) piece["font"] = narrow(text->font);
+    }
+    if (item.color != CGmModel::colorByLayer) piece["colour"] = colourJson(item.color);
+    pieces.push_back(std::move(piece));
+  }
+  return pieces;
+}
+
+bool graphicsFromJson(const Json& graphics, CGmModel& model, std::string& why) {
+  if (!graphics.is_array()) {
+    why = "graphics are a list of pieces";
+    return false;
+  }
+  for (size_t i = 0; i < graphics.size(); ++i) {
+    const Json& piece = graphics[i];
+    const std::string where = "piece " + std::to_string(i + 1) + ": ";
+    // The piece without its graphics members is read as a symbol's piece, then drawn.
+    Json shape = piece;
+    short colour = CGmModel::colorByLayer;
+    std::string wrong, font = "Arial";
+    bool wipeout = false;
+    if (shape.is_object()) {
+      if (auto it = shape.find("colour"); it != shape.end()) {
+        if (!colourFromJson(*it, colour, wrong)) {
+          why = where + "\"colour\": " + wrong;
+          return false;
+        }
+        shape.erase(it);
+      }
+      if (auto it = shape.find("font"); it != shape.end()) {
+        if (!it->is_string()) {
+          why = where + "\"font\" is a text";
+          return false;
+        }
+        font = it->get<std::string>();
+        shape.erase(it);
+      }
+      if (auto it = shape.find("wipeout"); it != shape.end()) {
+        if (!it->is_boolean()) {
+          why = where + "\"wipeout\" is true or false";
+          return false;
+        }
+        wipeout = it->get<bool>();
+        shape.erase(it);
+      }
+      if (!shape.empty() && shape.begin().key() == "node") {
+        why = where + "graphics have no nodes";
+        return false;
+      }
+    }
+    std::vector<CGmNode> nodes;
+    if (!PieceReader(shape, nodes).read(wrong)) {
+      why = where + wrong;
+      return false;
+    }
+    // The piece drawn the way a symbol draws it (one item), then put into the model with its
+    // colour, its font and its fill.
+    CGmModel one(&model.metrics());
+    CVxSymbolModel(0, "", L"", nodes).addTo(one);
+    model.setColor(colour);
+    const CGmFill fill = wipeout ? CGmFill::wipeout : CGmFill::none;
+    for (const CGmItem& item : one.items()) {
+      if (const auto* line = std::get_if<CGmLine>(&item.shape)) {
+        model.addLine(line->start, line->end);
+      } else if (const auto* circle = std::get_if<CGmCircle>(&item.shape)) {
+        model.addCircle(circle->centre, circle->radius, wipeout ? fill : circle->fill);
+      } else if (const auto* arc = std::get_if<CGmArc>(&item.shape)) {
+        model.addArc(arc->centre, arc->radius, arc->startAngle, arc->endAngle);
+      } else if (const auto* polyline = std::get_if<CGmPolyline>(&item.shape)) {
+        model.addPolyline(polyline->points, polyline->closed || wipeout,
+                          wipeout ? fill : polyline->fill);
+      } else if (const auto* text = std::get_if<CGmTextLine>(&item.shape)) {
+        model.addText(text->text, text->position, text->direction, text->height,
+                      CWsz::fromUtf8(font.c_str()), text->align);
+      }
     }
   }
   return true;

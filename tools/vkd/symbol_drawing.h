@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "tool.h"
+#include "vxkd/platform/graphics_model.h"
 #include "vxkd/platform/symbol.h"
 
 namespace vkd {
@@ -26,5 +27,12 @@ Json drawingJson(const std::vector<CGmNode>& nodes);
 // naming the piece ("piece 3: ...") and what is wrong with it, at the first piece that is
 // not one of the forms above.
 bool drawingFromJson(const Json& drawing, std::vector<CGmNode>& nodes, std::string& why);
+
+// The graphics of a block item (a graphics model) in the same pieces, without "node", each
+// with its "colour" where it is not "by layer", a text with its "font" where it is not
+// "Arial", and a closed shape filled with the background as "wipeout": true.
+Json graphicsJson(const CGmModel& model);
+// The model of the pieces `graphics`. False, with `why`, as drawingFromJson.
+bool graphicsFromJson(const Json& graphics, CGmModel& model, std::string& why);
 
 }  // namespace vkd

@@ -1,14 +1,18 @@
 #include "tool.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <map>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/lock_file.h"
+#include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
 
 namespace vkd {
@@ -180,32 +184,57 @@ void printJson(const Json& value) {
 
 namespace {
 
-std::map<std::string, const ListKind*>& registry() {
-  static std::map<std::string, const ListKind*> kinds;
-  return kinds;
+// The objects of one kind that registered themselves, by name. Function statics, so that
+// registration from the static objects of other files works in any order of initialisation.
+template <typename T>
+std::map<std::string, const T*>& registry() {
+  static std::map<std::string, const T*> items;
+  return items;
+}
+
+template <typename T>
+std::vector<const T*> registered() {
+  std::vector<const T*> out;
+  for (const auto& entry : registry<T>()) out.push_back(entry.second);
+  return out;
 }
 
 }  // namespace
 
 ListKind::ListKind(const char* name, const char* help, Fill fill)
     : name(name), help(help), fill(fill) {
-  registry()[name] = this;
+  registry<ListKind>()[name] = this;
 }
 
-std::vector<const ListKind*> listKinds() {
-  std::vector<const ListKind*> out;
-  for (const auto& entry : registry()) out.push_back(entry.second);
-  return out;
+ListKind::ListKind(const char* name, const char* argument, const char* help, FillWith fillWith)
+    : name(name), argument(argument), help(help), fillWith(fillWith) {
+  registry<ListKind>()[name] = this;
 }
 
-namespace {
+std::vector<const ListKind*> listKinds() { return registered<ListKind>(); }
 
-std::map<std::string, const Command*>& commandRegistry() {
-  static std::map<std::string, const Command*> registered;
-  return registered;
+Check::Check(const char* name, Run run) : name(name), run(run) { registry<Check>()[name] = this; }
+
+std::vector<const Check*> checks() { return registered<Check>(); }
+
+std::vector<std::string> problemsOf(const CKdProject& project) {
+  std::vector<std::string> problems;
+  for (const Check* check : checks()) check->run(project, problems);
+  return problems;
 }
 
-}  // namespace
+std::string quotedKey(const std::string& key) {
+  std::string out = "\"";
+  for (unsigned char c : key) {
+    if (c == '"' || c == '\\')
+      out += std::string("\\") + static_cast<char>(c);
+    else if (c < 0x20 || c == 0x7F)
+      out += cuSz::format("\\x%02x", c);
+    else
+      out += static_cast<char>(c);
+  }
+  return out + "\"";
+}
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run,
                  const char* details, const char* exits)
@@ -213,10 +242,11 @@ Command::Command(const char* name, const char* usage, const char* help, int argC
       usage(usage),
       help(help),
       argCount(argCount),
+      maxArgCount(argCount),
       run(run),
       details(details),
       exits(exits) {
-  commandRegistry()[name] = this;
+  registry<Command>()[name] = this;
 }
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount,
@@ -225,11 +255,27 @@ Command::Command(const char* name, const char* usage, const char* help, int argC
       usage(usage),
       help(help),
       argCount(argCount),
+      maxArgCount(argCount),
       options(options),
       runWithOptions(run),
       details(details),
       exits(exits) {
-  commandRegistry()[name] = this;
+  registry<Command>()[name] = this;
+}
+
+Command::Command(const char* name, const char* usage, const char* help, int argCount,
+                 int maxArgCount, const char* options, RunWithOptions run, const char* details,
+                 const char* exits)
+    : name(name),
+      usage(usage),
+      help(help),
+      argCount(argCount),
+      maxArgCount(maxArgCount),
+      options(options),
+      runWithOptions(run),
+      details(details),
+      exits(exits) {
+  registry<Command>()[name] = this;
 }
 
 namespace {
@@ -246,6 +292,9 @@ constexpr struct {
     {"from", "      --from FILE.json  build the dataset that the JSON file describes"},
     {"output", "  -o, --output FILE     the file to write"},
     {"format", "      --format FORMAT   text (aligned tables, the default) or json"},
+    {"plan", "      --plan FILE       the plan of the merge to follow"},
+    {"write-plan", "      --write-plan FILE write the plan of the merge instead of merging"},
+    {"dry-run", "      --dry-run         show what the merge would do, change nothing"},
 };
 
 constexpr const char* kCommonExits =
@@ -269,10 +318,88 @@ std::string helpOf(const Command& command) {
   return text;
 }
 
-std::vector<const Command*> commands() {
-  std::vector<const Command*> out;
-  for (const auto& entry : commandRegistry()) out.push_back(entry.second);
-  return out;
+std::vector<const Command*> commands() { return registered<Command>(); }
+
+PreviewKind::PreviewKind(const char* name, const char* argument, const char* help, Draw draw)
+    : name(name), argument(argument), help(help), draw(draw) {
+  registry<PreviewKind>()[name] = this;
+}
+
+std::vector<const PreviewKind*> previewKinds() { return registered<PreviewKind>(); }
+
+namespace {
+
+// The groups of each owner, in the order of their order numbers (then of the array). The
+// array's own copy of sub groups would copy their products too: a catalogue of thousands.
+using Children = std::unordered_map<long, std::vector<const CKdProductGroup*>>;
+
+Children childrenOf(const CKdProductGroupArray& groups) {
+  Children children;
+  for (int i = 0; i < groups.length(); ++i) {
+    const CKdProductGroup* group = groups.objAt(i);
+    if (!group->isRoot()) children[group->ownerGroupId()].push_back(group);
+  }
+  for (auto& entry : children)
+    std::stable_sort(entry.second.begin(), entry.second.end(),
+                     [](const CKdProductGroup* a, const CKdProductGroup* b) {
+                       return a->orderNmb() < b->orderNmb();
+                     });
+  return children;
+}
+
+void addChildren(const Children& children, long owner, int depth, std::vector<GroupRow>& rows,
+                 std::unordered_set<long>& listed) {
+  auto it = children.find(owner);
+  if (it == children.end()) return;
+  for (const CKdProductGroup* child : it->second) {
+    if (!listed.insert(child->dbId()).second) continue;
+    rows.push_back({child, depth});
+    addChildren(children, child->dbId(), depth + 1, rows, listed);
+  }
+}
+
+}  // namespace
+
+std::vector<GroupRow> groupTree(const CKdProductGroupArray& groups, long top) {
+  std::vector<GroupRow> rows;
+  const CKdProductGroup* first = groups.findGroup(top);
+  if (!first) return rows;
+  std::unordered_set<long> listed{top};
+  rows.push_back({first, 0});
+  addChildren(childrenOf(groups), top, 1, rows, listed);
+  return rows;
+}
+
+std::string groupPathOf(const CKdProductGroupArray& groups, long id) {
+  if (id >= 1) return narrow(groups.getGroupPath(id));
+  const CKdProductGroup* root = groups.findGroup(id);
+  return root ? narrow(root->desc()) : "";
+}
+
+std::string colourName(short colour) {
+  return colour == CKdProductDef::colorByLayer ? "by layer" : std::to_string(colour);
+}
+
+std::string widthText(float width) {
+  return width > CKdProductDef::minStoredLineWidth ? cuSz::format("%g", width) : "";
+}
+
+std::string positive(long value) { return value > 0 ? std::to_string(value) : ""; }
+
+std::string textsText(const CKdIntegratedTextArray& texts) {
+  std::string text;
+  for (int i = 0; i < texts.length(); ++i) text += (i ? " " : "") + std::to_string(texts.idAt(i));
+  return text;
+}
+
+std::string propertiesText(const CKdPropertyArray& properties) {
+  std::string text;
+  for (int i = 0; i < properties.length(); ++i) {
+    const CKdProperty* property = properties.objAt(i);
+    if (i) text += ", ";
+    text += narrow(property->name()) + "=" + narrow(property->getValueAsText(false));
+  }
+  return text;
 }
 
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
@@ -313,6 +440,37 @@ int editDataset(const std::string& path, ToolUiBackend& ui,
     return fail("cannot save " + path + ": " + failureOf(project, ui) +
                 "; the dataset is as it was");
   return 0;  // the lock is released as it goes out of scope
+}
+
+int writeNewDataset(const std::string& path, bool force, CKdProject& project, ToolUiBackend& ui,
+                    const wchar_t* owner) {
+  const CWsz file = CWsz::fromUtf8(path.c_str());
+  std::string why;
+  const CWsz lockPath = lockFileOf(file, why);
+  if (lockPath.isEmpty()) return failInput(why);
+  // Holding the lock keeps every other user's update (and another new file) out until the
+  // new file is in place.
+  CLockFile lock;
+  wchar_t lockOwner[CLockFile::kOwnerBufferChars] = {};
+  switch (lock.set(lockPath, owner, lockOwner)) {
+    case CLockFile::lockHeld:
+      break;
+    case CLockFile::lockedByOther:
+    case CLockFile::lockUnreadable:
+      return fail(path + " is locked for an update by " +
+                  (*lockOwner ? narrow(lockOwner) : std::string("another user")) +
+                  "; nothing was changed");
+    default:
+      return fail("cannot make the lock file " + narrow(lockPath) +
+                  " (is the folder there and writable?); nothing was changed");
+  }
+  if (cuFile::exists(file)) {
+    if (!force) return fail(path + " exists; nothing was changed (give --force to replace it)");
+    if (access(path.c_str(), W_OK) != 0) return fail(path + " is read-only; nothing was changed");
+  }
+  if (!project.saveDbAs(nullptr, file))
+    return fail("cannot create " + path + ": " + failureOf(project, ui));
+  return exitOk;
 }
 
 }  // namespace vkd

@@ -1,8 +1,8 @@
 #pragma once
 // What the commands of vkd share: the message-box backend that turns the library's boxes
 // into lines on standard error, the failure line, text conversion, aligned tables, the
-// registry of the commands (one source file each) and that of the kinds of definition that
-// `vkd list` shows.
+// registry of the commands (one source file each), that of the kinds of definition that
+// `vkd list` shows and that of the checks that `vkd check` runs.
 
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "vxkd/dataset/project.h"
+#include "vxkd/platform/graphics_model.h"
 #include "vxkd/platform/lock_file.h"
 #include "vxkd/platform/ui_backend.h"
 #include "vxkd/platform/wsz.h"
@@ -126,38 +127,51 @@ std::string camelKey(const std::string& heading);
 // Prints `value` on standard output, indented by two, with a line end.
 void printJson(const Json& value);
 
-// How a command prints what it shows: aligned text for people, JSON for scripts.
-enum class OutputFormat { text, json };
-
 // The options of the command line, each for the commands that name it.
 struct Options {
   bool force = false;   // new: replace an existing dataset
   bool sample = false;  // new: build the sample dataset
   std::string from;     // new: the JSON description to build the dataset from (--from)
-  std::string output;   // preview, gallery: the file to write (-o, --output)
-  OutputFormat format = OutputFormat::text;  // info, list, show, check (--format)
+  std::string output;   // preview, gallery, dump, describe: the file to write (-o, --output)
+  // info, list, show, check, units, diff, merge: "text" (the default; aligned tables for
+  // people) or "json" (for scripts) (--format)
+  std::string format;
+  std::string plan;       // merge: the plan to follow (--plan)
+  std::string writePlan;  // merge: where to write the plan instead of merging (--write-plan)
+  bool dryRun = false;    // merge: show what would be done, change nothing (--dry-run)
+
+  bool json() const { return format == "json"; }
 };
 
 // One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
-// of its own and registers itself with a static ListKind object. With --format json, the
-// table's rows are printed as JSON (Table::toJson).
+// of its own and registers itself with a static ListKind object. A kind that takes an
+// optional argument (`vkd list FILE products GROUP-PATH`) names it and fills its table with
+// `fillWith`, which gets "" without one and returns false, having put the reason into
+// `why`, when the argument names nothing. With --format json, the table's rows are printed
+// as JSON (Table::toJson).
 struct ListKind {
   using Fill = void (*)(const CKdProject& project, Table& table);
+  using FillWith = bool (*)(const CKdProject& project, const std::string& argument, Table& table,
+                            std::string& why);
   ListKind(const char* name, const char* help, Fill fill);
+  ListKind(const char* name, const char* argument, const char* help, FillWith fillWith);
 
   const char* name;
+  const char* argument = "";  // as the usage shows it ("[GROUP-PATH]"); "" for none
   const char* help;
-  Fill fill;
+  Fill fill = nullptr;
+  FillWith fillWith = nullptr;
 };
 // Every registered kind, in the order of their names.
 std::vector<const ListKind*> listKinds();
 
 // A command of vkd that lives in a source file of its own and registers itself with a static
 // Command object. `run` gets the arguments after the command name, exactly `argCount` of
-// them (at most -argCount when argCount is negative), and returns the exit code. A command that
-// takes options names the long options it accepts ("force,sample") and gets them in
-// `runWithOptions`. `vkd COMMAND --help` prints the usage, the help, the `details` when given (the
-// arguments, what the output holds, exit statuses of its own) and the options it accepts.
+// them (or up to `maxArgCount`, for a command that takes optional ones), and returns the
+// exit code. A command that takes options names the long options it accepts
+// ("force,sample") and gets them in `runWithOptions`. `vkd COMMAND --help` prints the usage,
+// the help, the `details` when given (the arguments, what the output holds) and the options
+// it accepts, and the exit statuses: `exits` where they are not those of exitStatus.
 struct Command {
   using Run = int (*)(const std::vector<std::string>& args, ToolUiBackend& ui);
   using RunWithOptions = int (*)(const std::vector<std::string>& args, const Options& options,
@@ -166,11 +180,15 @@ struct Command {
           const char* details = nullptr, const char* exits = nullptr);
   Command(const char* name, const char* usage, const char* help, int argCount, const char* options,
           RunWithOptions run, const char* details = nullptr, const char* exits = nullptr);
+  Command(const char* name, const char* usage, const char* help, int argCount, int maxArgCount,
+          const char* options, RunWithOptions run, const char* details = nullptr,
+          const char* exits = nullptr);
 
   const char* name;
   const char* usage;  // the options and arguments, as the usage text shows them
   const char* help;   // one or more lines
   int argCount;
+  int maxArgCount;
   const char* options = "";
   Run run = nullptr;
   RunWithOptions runWithOptions = nullptr;
@@ -181,6 +199,44 @@ struct Command {
 std::string helpOf(const Command& command);
 // Every registered command, in the order of their names.
 std::vector<const Command*> commands();
+
+// One kind of definition that `vkd preview FILE KIND NAME -o OUT.svg` draws. Each kind lives
+// in a source file of its own (preview_*.cpp) and registers itself with a static PreviewKind
+// object. `draw` draws the definition that `name` names in `project` into `model` and
+// describes it in `what` for the closing line ("format 1 \"Size\""); it returns exitOk, or
+// the exit code after printing why not.
+struct PreviewKind {
+  using Draw = int (*)(const CKdProject& project, const std::string& name, CGmModel& model,
+                       std::string& what);
+  PreviewKind(const char* name, const char* argument, const char* help, Draw draw);
+
+  const char* name;
+  const char* argument;  // as the usage shows it ("ID")
+  const char* help;
+  Draw draw;
+};
+// Every registered kind, in the order of their names.
+std::vector<const PreviewKind*> previewKinds();
+
+// The product groups of the tree under `top` in the order the tree shows them (each group's
+// children by order number, after it), `top` first, each with its depth below `top`. A
+// group is listed once however its owner links run.
+struct GroupRow {
+  const CKdProductGroup* group;
+  int depth;
+};
+std::vector<GroupRow> groupTree(const CKdProductGroupArray& groups, long top);
+// The path of group `id` as `vkd list FILE groups` shows it; for a root, its description.
+std::string groupPathOf(const CKdProductGroupArray& groups, long id);
+
+// What the tables of product definitions show of a product, column by column: the colour
+// ("by layer" for 256), the line width ("" for none), a positive id ("" for none), the
+// ids of the integrated text formats, and the properties as "name=value" pairs.
+std::string colourName(short colour);
+std::string widthText(float width);
+std::string positive(long value);
+std::string textsText(const CKdIntegratedTextArray& texts);
+std::string propertiesText(const CKdPropertyArray& properties);
 
 // Prints what an import did: the counts, then one line per definition not taken.
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
@@ -198,5 +254,83 @@ int writeOutputFile(const std::string& path, const std::string& data);
 // status.
 int editDataset(const std::string& path, ToolUiBackend& ui,
                 const std::function<int(CKdProject&)>& edit);
+
+// Writes `project` as a new dataset file at `path`, as vkd new makes one: under the lock of
+// the new file (taken in the name of `owner`), replacing an existing file only when `force`
+// is set and the file is writable, and only by the complete new file. Returns the exit
+// code, having said on standard error why it failed.
+int writeNewDataset(const std::string& path, bool force, CKdProject& project, ToolUiBackend& ui,
+                    const wchar_t* owner);
+
+// One check that `vkd check FILE` runs over the dataset it has read. Each kind of definition
+// registers its checks from a source file of its own with a static Check object; a check adds
+// one line to `problems` for each problem it finds.
+struct Check {
+  using Run = void (*)(const CKdProject& project, std::vector<std::string>& problems);
+  Check(const char* name, Run run);
+
+  const char* name;
+  Run run;
+};
+// Every registered check, in the order of their names.
+std::vector<const Check*> checks();
+// The problems that every registered check finds in `project`, in the order of the checks.
+std::vector<std::string> problemsOf(const CKdProject& project);
+// `key` in double quotes, control characters and quotes written as escapes, so that an empty
+// key or one with a NUL is visible on a line of its own.
+std::string quotedKey(const std::string& key);
+
+// True when a save stores another element of `items` with the same id under the key that
+// element `index` would take: one read from that very key, or one that can be stored and
+// comes earlier in key order (the order of a save after a read). The save then leaves
+// `index` where it is. Elements have origin(), recordKey() and writeObstacle(); the array
+// gives their ids (idAt).
+template <typename Array>
+bool idTakenByAnother(const Array& items, int index) {
+  const auto* item = items.objAt(index);
+  const std::string key = item->recordKey();
+  if (!item->origin().movesRecord(items.idAt(index), key)) return false;
+  for (int i = 0; i < items.length(); ++i) {
+    const auto* other = items.objAt(i);
+    if (i != index && items.idAt(i) == items.idAt(index) &&
+        other->writeObstacle() == CKdRecordOrigin::noObstacle &&
+        (i < index || !other->origin().movesRecord(items.idAt(i), key)))
+      return true;
+  }
+  return false;
+}
+
+// Adds a problem for each element of `items` (records `code`, a `kind` such as "property
+// definition", ids from `minId` to 999999) that a save could not store under its own key,
+// and so leaves where it is.
+template <typename Array>
+void checkRecordKeys(const Array& items, const char* code, const char* kind, long minId,
+                     std::vector<std::string>& problems) {
+  const std::string range = " of " + std::to_string(minId) + " to 999999";
+  for (int i = 0; i < items.length(); ++i) {
+    const auto& item = *items.objAt(i);
+    const std::string record = std::string("record ") + code + " " +
+                               quotedKey(item.origin().key()) + " (" + kind + " \"" +
+                               narrow(items.nameAt(i)) + "\"): ";
+    const std::string id = std::to_string(items.idAt(i));
+    const char* unsaved = ", so the definition cannot be saved";
+    switch (item.writeObstacle()) {
+      case CKdRecordOrigin::keyWithoutId:
+        problems.push_back(record + "the key holds no id" + range + unsaved);
+        break;
+      case CKdRecordOrigin::idOutOfRange:
+        problems.push_back(record + "id " + id + " is not one" + range + unsaved);
+        break;
+      case CKdRecordOrigin::keyNotRemovable:
+        problems.push_back(record + "id " + id + " cannot be moved to its key " +
+                           quotedKey(item.recordKey()) + unsaved);
+        break;
+      case CKdRecordOrigin::noObstacle:
+        if (idTakenByAnother(items, i))
+          problems.push_back(record + "id " + id + " is read from another record too" + unsaved);
+        break;
+    }
+  }
+}
 
 }  // namespace vkd

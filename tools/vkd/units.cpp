@@ -41,16 +41,15 @@ int runUnits(const std::vector<std::string>& args, const Options& options, ToolU
   }
   if (table.rows.empty())
     return failInput("no quantity of units holds \"" + (args.empty() ? "" : args[0]) + "\"");
-  if (options.format == OutputFormat::json)
+  if (options.json())
     printJson(table.toJson());
   else
     table.print();
   return exitOk;
 }
 
-// Zero arguments or one: an argument count of -1 (see Command).
 const Command kUnits("units", "[WORD] [--format json]",
-                     "list the units, or those of the quantities whose name holds WORD", -1,
+                     "list the units, or those of the quantities whose name holds WORD", 0, 1,
                      "format", runUnits,
                      "A value v of the quantity's first unit (the first row of each quantity)\n"
                      "is Factor × v + Offset in the unit of the row; \"-\" where no conversion\n"

@@ -171,6 +171,9 @@ class VXKD_API CKdProductDefArray : public CKdOwningArray<CKdProductDef>,
   // Copies the members, the class id, the sort id and the property sorted by.
   CKdProductDefArray(const CKdProductDefArray& other);
   CKdProductDefArray& operator=(const CKdProductDefArray& other);
+  // Moves the members without copying them, with the class id, sort id and sorted property.
+  CKdProductDefArray(CKdProductDefArray&& other) noexcept;
+  CKdProductDefArray& operator=(CKdProductDefArray&& other) noexcept;
   ~CKdProductDefArray() override = default;
 
   const char* classId() const { return classId_; }
@@ -232,6 +235,8 @@ class VXKD_API CKdProductDefArray : public CKdOwningArray<CKdProductDef>,
   }
   // True when some product draws with linetype `name` (ignoring case).
   bool usesLinetype(const wchar_t* name) const override;
+  // True when some product draws the symbol `symbolId` (letter case counts).
+  bool usesSymbol(const char* symbolId) const;
 
  protected:
   // Keys: description and part id (ignoring case), the value of the sorted property

@@ -27,4 +27,8 @@ std::string sampleDescriptionPath();
 // not a description; `project` is then partly built and is to be thrown away.
 bool buildFromDescription(const std::string& text, CKdProject& project, std::string& why);
 
+// `project` as a description: every definition, in the form that buildFromDescription reads,
+// so that building it gives the same dataset.
+Json describeDataset(const CKdProject& project);
+
 }  // namespace vkd
