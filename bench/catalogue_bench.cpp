@@ -19,6 +19,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "bench_folder.h"
 #include "sqlite_baseline.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/platform/sz.h"
@@ -93,25 +94,14 @@ const CKdProject& source() {
   return project;
 }
 
-struct Folder {
+struct Folder : vxkd_bench::BenchFolder {
   Folder() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vxkd-bench-XXXXXX";
-    if (mkdtemp(pattern.data())) path = pattern;
     CKdProject saved(source());
     ok =
         source().productGroups().length() == kGroups && saved.saveDbAs(nullptr, wfile("saved.vkd"));
   }
-  ~Folder() { std::filesystem::remove_all(path); }
-  std::string file(const char* name) const { return path + "/" + name; }
-  CWsz wfile(const char* name) const { return CWsz::fromUtf8(file(name).c_str()); }
   // Replaces `name` by a copy of the saved catalogue.
-  bool fresh(const char* name) const {
-    std::error_code error;
-    return std::filesystem::copy_file(file("saved.vkd"), file(name),
-                                      std::filesystem::copy_options::overwrite_existing, error);
-  }
-  std::string path;
+  bool fresh(const char* name) const { return copy("saved.vkd", name); }
   bool ok = false;
 };
 

@@ -1,9 +1,9 @@
-// Comparing two datasets of 10,000 product definitions each against reading both. The
-// datasets share their definitions and most products: one product in twenty has another
-// value, one in fifty is only in the second, so that the comparison pairs, compares field by
-// field and reports. Each iteration reads both files (timed as the baseline), then compares
-// the two projects (timed as the iteration); the counters give both times and their ratio
-// (comparison / reading both), which the comparison keeps at 2 or below.
+// Comparing two datasets of 500 product groups and 10,000 product definitions each against
+// reading both. The datasets share their definitions, groups and most products: one product in
+// twenty has another value, one in fifty is only in the second, so that the comparison pairs,
+// compares field by field and reports. Each iteration reads both files (timed as the baseline),
+// then compares the two projects (timed as the iteration); the counters give both times and their
+// ratio (comparison / reading both), which the comparison keeps at 2 or below.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench_folder.h"
 #include "sqlite_baseline.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/merge/comparison.h"
@@ -23,8 +24,8 @@ using vxkd_bench::seconds;
 
 constexpr int kProducts = 10000;
 constexpr int kProperties = 10;
-constexpr VxKd::systemTypeIds kSets[] = {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemData,
-                                         VxKd::systemElectric};
+// 50 groups under the root with 9 sub groups each.
+constexpr int kGroups = 500;
 
 // A dataset of kProducts products; `second` changes one in twenty and replaces one in fifty
 // by a product of its own.
@@ -45,10 +46,18 @@ CKdProject makeProject(bool second) {
   }
   const CKdLinetypeDef dashed(L"DASHED", L"", L"A,.5,-.25");
   project.linetypeDefs().append(&dashed);
+  for (int g = 1; g <= kGroups; ++g) {
+    CKdProductGroup group;
+    char guid[40];
+    std::snprintf(guid, sizeof guid, "0000FFFF-0000-4000-8000-%012X", g);
+    group.init(g, g <= 50 ? -1 : (g - 51) / 9 + 1, g, CKdGuid(guid),
+               (L"Group " + std::to_wstring(g)).c_str());
+    project.productGroups().append(&group);
+  }
   for (int i = 0; i < kProducts; ++i) {
     const bool own = second && i % 50 == 0;
     CKdProductDef p;
-    p.setDbId(i / 4 + 1);
+    p.setDbId(i / kGroups + 1);
     char guid[40];
     std::snprintf(guid, sizeof guid, "%08X-0000-4000-8000-%012X", own ? 2u : 1u, i);
     p.setGuid(CKdGuid(guid));
@@ -65,22 +74,16 @@ CKdProject makeProject(bool second) {
       property.setValue(std::to_wstring(value).c_str());
       p.properties().append(&property);
     }
-    project.polyDefSets(kSets[i % 4])->append(&p);
+    project.productGroups().findGroup(i % kGroups + 1)->products().append(&p);
   }
   return project;
 }
 
-struct Files {
+struct Files : vxkd_bench::BenchFolder {
   Files() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vxkd-bench-XXXXXX";
-    if (mkdtemp(pattern.data())) folder = pattern;
-    ok = makeProject(false).saveDbAs(nullptr, path("a.vkd")) &&
-         makeProject(true).saveDbAs(nullptr, path("b.vkd"));
+    ok = makeProject(false).saveDbAs(nullptr, wfile("a.vkd")) &&
+         makeProject(true).saveDbAs(nullptr, wfile("b.vkd"));
   }
-  ~Files() { std::filesystem::remove_all(folder); }
-  CWsz path(const char* name) const { return CWsz::fromUtf8((folder + "/" + name).c_str()); }
-  std::string folder;
   bool ok = false;
 };
 
@@ -95,8 +98,8 @@ void BM_Compare10kProductsAgainstReadingBoth(benchmark::State& state) {
   for (auto _ : state) {
     CKdProject a, b;
     reading += seconds([&] {
-      a.readDb(nullptr, files.path("a.vkd"));
-      b.readDb(nullptr, files.path("b.vkd"));
+      a.readDb(nullptr, files.wfile("a.vkd"));
+      b.readDb(nullptr, files.wfile("b.vkd"));
     });
     CKdDatasetComparison comparison;
     const double t = seconds([&] { comparison.compare(a, b); });

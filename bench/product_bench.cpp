@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_folder.h"
 #include "sqlite_baseline.h"
 #include "vxkd/catalogue/product_def.h"
 #include "vxkd/dataset/project.h"
@@ -122,26 +123,15 @@ const std::vector<Row>& rows() {
   return all;
 }
 
-struct Folder {
+struct Folder : vxkd_bench::BenchFolder {
   Folder() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vxkd-bench-XXXXXX";
-    if (mkdtemp(pattern.data())) path = pattern;
     // An empty dataset, copied as the start of every write.
     CQbase db;
     ok = db.openDatabase(CKdProject::dictionaryPath(), wfile("empty.vkd"), true) &&
          db.closeDatabase();
   }
-  ~Folder() { std::filesystem::remove_all(path); }
-  std::string file(const char* name) const { return path + "/" + name; }
-  CWsz wfile(const char* name) const { return CWsz::fromUtf8(file(name).c_str()); }
   // Replaces `name` by a copy of the empty dataset.
-  bool fresh(const char* name) const {
-    std::error_code error;
-    return std::filesystem::copy_file(file("empty.vkd"), file(name),
-                                      std::filesystem::copy_options::overwrite_existing, error);
-  }
-  std::string path;
+  bool fresh(const char* name) const { return copy("empty.vkd", name); }
   bool ok = false;
 };
 

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_folder.h"
 #include "sqlite_baseline.h"
 #include "vxkd/platform/qbase.h"
 #include "vxkd/platform/sz.h"
@@ -83,17 +84,8 @@ const std::vector<Record>& records() {
   return all;
 }
 
-struct Folder {
-  Folder() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vxkd-bench-XXXXXX";
-    if (mkdtemp(pattern.data())) path = pattern;
-    std::ofstream(path + "/bench.ddq") << kDictionary;
-  }
-  ~Folder() { std::filesystem::remove_all(path); }
-  std::string file(const char* name) const { return path + "/" + name; }
-  CWsz wfile(const char* name) const { return CWsz::fromUtf8(file(name).c_str()); }
-  std::string path;
+struct Folder : vxkd_bench::BenchFolder {
+  Folder() { std::ofstream(file("bench.ddq")) << kDictionary; }
 };
 
 const Folder& folder() {

@@ -74,6 +74,12 @@ void CKdProductGroup::init(long dbId, long ownerId, long orderNmb, const CKdGuid
   desc_.set(desc);
 }
 
+CKdProductGroup CKdProductGroup::defaultRoot() {
+  CKdProductGroup root;
+  root.init(kRoot, kNoOwner, 0, CKdGuid(), VxKd::lngDbText(6214, L"#Group definitions"));
+  return root;
+}
+
 char* CKdProductGroup::buildDbId(char* buf) const {
   return cuSz::copyTo(buf, kDbIdSize, VxKd::buildDbId(dbId_));
 }
@@ -157,8 +163,7 @@ bool CKdProductGroupArray::readFrom(CQbase& db, const CKdPropertyDefArray& defs)
       products->deleteAt(products->length() - 1);
   }
   if (!findGroup(kRoot)) {
-    CKdProductGroup root;
-    root.init(kRoot, kNoOwner, 0, CKdGuid(), VxKd::lngDbText(6214, L"#Group definitions"));
+    const CKdProductGroup root = CKdProductGroup::defaultRoot();
     append(&root);
   }
   CKdProductGroup* root = findGroup(kRoot);

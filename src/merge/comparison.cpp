@@ -32,6 +32,7 @@ CWsz CKdComparisonItem::stateTitle(state s) {
 
 void CKdDatasetComparison::compare(const CKdProject& source, const CKdProject& current) {
   using namespace VxKd;
+  invalidateCatalogueIndexes();
   items_.clear();
   for (std::vector<int>& index : sourceItems_) index.clear();
   // Every kind is paired first: the fields of one kind refer to the items of others.

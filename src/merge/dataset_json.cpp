@@ -36,6 +36,14 @@ bool readRoot(const JsonNode& root, CKdProject& project, LoadContext& context) {
     const datasetKind kind = static_cast<datasetKind>(k);
     const JsonNode* items = root.find(datasetKindKey(kind));
     if (items && !kindAdapter(kind).load(project, *items, context)) return false;
+    // The root -1 holds the products and blocks without a group; every catalogue has it
+    // after the stored groups, as a read gives it.
+    if (kind == kindProductGroups &&
+        !project.productGroups().findGroup(CKdProductGroup::rootGroupDefinitions)) {
+      const CKdProductGroup rootGroup = CKdProductGroup::defaultRoot();
+      project.productGroups().append(&rootGroup);
+      invalidateCatalogueIndexes();
+    }
   }
   return true;
 }
@@ -43,6 +51,7 @@ bool readRoot(const JsonNode& root, CKdProject& project, LoadContext& context) {
 }  // namespace
 
 std::string datasetToJson(const CKdProject& project) {
+  invalidateCatalogueIndexes();
   Json root = Json::object();
   root["format"] = kFormatName;
   root["version"] = kFormatVersion;
@@ -58,6 +67,7 @@ std::string datasetToJson(const CKdProject& project) {
 
 bool datasetFromJson(cuWin::HWND hwnd, std::string_view text, CKdProject& project, int* errorLine,
                      std::string* errorText) {
+  invalidateCatalogueIndexes();
   JsonNode root;
   LoadContext context;
   CKdProject loaded;
@@ -81,6 +91,7 @@ bool datasetFromJson(cuWin::HWND hwnd, std::string_view text, CKdProject& projec
     return false;
   }
   project = loaded;
+  invalidateCatalogueIndexes();
   return true;
 }
 

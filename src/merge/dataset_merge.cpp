@@ -1,5 +1,6 @@
 #include "vxkd/merge/dataset_merge.h"
 
+#include <map>
 #include <set>
 
 #include "merge/json_writer.h"
@@ -28,32 +29,33 @@ CWsz problem(datasetKind kind, const CWsz& item, const CWsz& why) {
   return datasetKindTitle(kind).cat(L": ").cat(item).cat(L" - ").cat(why);
 }
 
-// The ids a kind's items hold in the project being merged into, and those given out since.
+// The ids a kind's items hold in the project being merged into, scope by scope (a grouped
+// kind's ids are unique within a group), and those given out since.
 class IdPool {
  public:
-  IdPool(const KindAdapter& kind, const CKdProject& project)
-      : min_(kind.minId()), max_(kind.maxId()) {
+  IdPool(const KindAdapter& kind, const CKdProject& project) : kind_(kind) {
     const int n = kind.hasIds() ? kind.count(project) : 0;
-    for (int i = 0; i < n; ++i) used_.insert(kind.idAt(project, i));
+    for (int i = 0; i < n; ++i) used_[kind.scopeAt(project, i)].insert(kind.idAt(project, i));
   }
-  // `wanted` when it is free and in range; else one above the highest id used when that is in
-  // range, else the first free one. 0 when none is free.
-  long take(long wanted) {
+  // `wanted` when it is free in `scope` and in range; else one above the highest id used
+  // there when that is in range, else the first free one. 0 when none is free.
+  long take(long scope, long wanted) {
+    std::set<long>& used = used_[scope];
+    const long min = kind_.minId(), max = kind_.maxIdIn(scope);
     long id = wanted;
-    if (id < min_ || id > max_ || used_.count(id)) {
-      id = used_.empty() ? min_ : std::max(min_, *used_.rbegin() + 1);
-      for (long c = min_; id > max_ && c <= max_; ++c)
-        if (!used_.count(c)) id = c;
-      if (id > max_) return 0;
+    if (id < min || id > max || used.count(id)) {
+      id = used.empty() ? min : std::max(min, *used.rbegin() + 1);
+      for (long c = min; id > max && c <= max; ++c)
+        if (!used.count(c)) id = c;
+      if (id > max) return 0;
     }
-    used_.insert(id);
+    used.insert(id);
     return id;
   }
 
  private:
-  long min_;
-  long max_;
-  std::set<long> used_;
+  const KindAdapter& kind_;
+  std::map<long, std::set<long>> used_;
 };
 
 struct Decision {
@@ -66,7 +68,14 @@ struct Decision {
 
 bool applyMergePlan(cuWin::HWND hwnd, const CKdProject& source, CKdProject& target,
                     const CKdMergePlan& plan, CKdMergeReport& report) {
+  invalidateCatalogueIndexes();
   CKdProject result(target);
+  // Copies without a group go to the root -1, which a project read from a file always has;
+  // one built in memory may lack it.
+  if (!result.productGroups().findGroup(CKdProductGroup::rootGroupDefinitions)) {
+    const CKdProductGroup root = CKdProductGroup::defaultRoot();
+    result.productGroups().append(&root);
+  }
   CKdMergeReport done;
   RefMaps maps(RefMaps::forMerge);
   CWszArray problems;
@@ -100,8 +109,10 @@ bool applyMergePlan(cuWin::HWND hwnd, const CKdProject& source, CKdProject& targ
         continue;
       }
       if (d.act == CKdMergePlan::actionCreate) {
-        if (kind.hasIds()) {
-          d.id = ids.take(sourceId);
+        // A copy whose group the plan leaves out gets no id: its creation names the group.
+        const long scope = kind.targetScope(source, i, maps);
+        if (kind.hasIds() && scope != RefMaps::kUnmatched) {
+          d.id = ids.take(scope, sourceId);
           if (d.id == 0) {
             problems.append(problem(kindId, kind.displayName(source, i),
                                     lngDbText(18454, L"#no free id is left")));
@@ -170,7 +181,10 @@ bool applyMergePlan(cuWin::HWND hwnd, const CKdProject& source, CKdProject& targ
     showProblems(hwnd, problems);
     return false;
   }
+  // The products' part IDs follow the formats as they are now, as after a read.
+  result.productGroups().updatePartIdFormatsToProductDefs(result.partIdFormats());
   target = result;
+  invalidateCatalogueIndexes();
   report = done;
   return true;
 }

@@ -126,7 +126,9 @@ Field<T> textField(const char* key) {
           false,
           [](const T& o) -> Json { return textJson(std::invoke(Get, o)); },
           [](T& o, const JsonNode& n, LoadContext& c) {
-            if (n.type != JsonNode::typeString) return c.mustBe(n, "a text");
+            // A dataset's texts end at the first NUL: one inside would cut the text.
+            if (n.type != JsonNode::typeString || n.text.find('\0') != std::string::npos)
+              return c.mustBe(n, "a text without the character U+0000");
             std::invoke(Set, o, CWsz(cuSz::fromUtf8(n.text)).wsz());
             return true;
           },

@@ -43,7 +43,10 @@ std::string JsonNode::describe() const {
       return shown == "null" ? "a number" : shown;
     }
     case typeString:
-      return text.size() <= kMaxShown ? "\"" + text + "\"" : "a text";
+      return text.size() <= kMaxShown
+                 ? nlohmann::json(text).dump(-1, ' ', false,
+                                             nlohmann::json::error_handler_t::replace)
+                 : "a text";
     default:
       return typeName();
   }

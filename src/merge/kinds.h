@@ -19,8 +19,10 @@ class KindAdapter {
   virtual datasetKind kind() const = 0;
   virtual int count(const CKdProject& project) const = 0;
   // The key that pairs items of two datasets; items pair only when their keys are equal, and
-  // an empty key pairs with nothing.
+  // an empty key pairs with nothing. Items left without a partner then pair by their second
+  // keys (a group's path), when the kind has them.
   virtual std::wstring matchKey(const CKdProject& project, int index) const = 0;
+  virtual std::wstring secondKey(const CKdProject& project, int index) const = 0;
   // The key as a merge plan and a comparison show it (a GUID, a layer number, a name).
   virtual std::string planKey(const CKdProject& project, int index) const = 0;
   virtual CWsz displayName(const CKdProject& project, int index) const = 0;
@@ -45,7 +47,13 @@ class KindAdapter {
   virtual bool canCreate() const { return true; }
   virtual bool hasIds() const { return true; }
   virtual long minId() const { return 1; }
-  virtual long maxId() const = 0;
+  // Ids are unique within a scope: the group of a grouped item (products, blocks), else the
+  // whole kind (scope 0). The largest id a scope's keys hold.
+  virtual long maxIdIn(long scope) const = 0;
+  virtual long scopeAt(const CKdProject& project, int index) const = 0;
+  // The scope a copy of the source's item `s` goes to: the target's group that the item's
+  // group became (RefMaps::kUnmatched when the plan skips it and the target lacks it).
+  virtual long targetScope(const CKdProject& source, int s, const RefMaps& maps) const = 0;
   // Adds a copy of the source's item `s` to `target` under `id`, its references rewritten
   // through `maps`; those that do not resolve are named in `unresolved`.
   virtual void create(CKdProject& target, const CKdProject& source, int s, long id,
@@ -58,9 +66,18 @@ class KindAdapter {
 
 // The kind `kind`. REQUIRES 0 <= kind < kindCount.
 const KindAdapter& kindAdapter(datasetKind kind);
+// The kinds of each file of kinds: definition_kinds.cpp, catalogue_kinds.cpp. Null for a
+// kind of the other file.
+const KindAdapter* definitionKind(datasetKind kind);
+const KindAdapter* catalogueKind(datasetKind kind);
+
+// The products and blocks of a project are found through an index of the groups that hold
+// them, kept between calls. Every public operation forgets the indexes when it begins (the
+// projects may have changed since), and so does every change that a merge makes.
+void invalidateCatalogueIndexes();
 
 // The lists whose elements the text forms write on one line each: a product's properties
-// and integrated texts, a symbol's nodes.
+// and integrated texts, a symbol's nodes, a report's columns.
 const std::vector<std::string_view>& compactJsonKeys();
 
 }  // namespace VxKd

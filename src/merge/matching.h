@@ -10,7 +10,8 @@ namespace VxKd {
 
 // For each item of `source`, the index of its partner in `current`, or -1. Items pair when
 // their match keys are equal (an empty key pairs with nothing); among several items with
-// one key the first pairs with the first, the second with the second, and so on.
+// one key the first pairs with the first, the second with the second, and so on. Then the
+// items still without a partner pair by their second keys in the same way.
 std::vector<int> matchItems(const KindAdapter& kind, const CKdProject& source,
                             const CKdProject& current);
 

@@ -129,6 +129,7 @@ void selectComparisonItem(cuWin::HWND dlg, const CKdDatasetComparison& compariso
 
 void initMappingDlg(cuWin::HWND dlg, const CKdDatasetComparison& comparison,
                     const CKdMergePlan& plan, const CKdProject& current) {
+  invalidateCatalogueIndexes();
   VxListView2* items = VXDialog::listView(dlg, idcMapItems);
   VxComboBox* actions = VXDialog::comboBox(dlg, idcMapAction);
   VxComboBox* targets = VXDialog::comboBox(dlg, idcMapTarget);
@@ -143,6 +144,7 @@ void initMappingDlg(cuWin::HWND dlg, const CKdDatasetComparison& comparison,
 
 void selectMappingItem(cuWin::HWND dlg, const CKdDatasetComparison& comparison,
                        const CKdMergePlan& plan, const CKdProject& current) {
+  invalidateCatalogueIndexes();
   VxListView2* items = VXDialog::listView(dlg, idcMapItems);
   VxComboBox* actions = VXDialog::comboBox(dlg, idcMapAction);
   VxComboBox* targets = VXDialog::comboBox(dlg, idcMapTarget);
@@ -172,6 +174,7 @@ void selectMappingItem(cuWin::HWND dlg, const CKdDatasetComparison& comparison,
 
 bool applyMappingChoice(cuWin::HWND dlg, const CKdDatasetComparison& comparison, CKdMergePlan& plan,
                         const CKdProject& current) {
+  invalidateCatalogueIndexes();
   VxListView2* items = VXDialog::listView(dlg, idcMapItems);
   VxComboBox* actions = VXDialog::comboBox(dlg, idcMapAction);
   VxComboBox* targets = VXDialog::comboBox(dlg, idcMapTarget);

@@ -162,6 +162,7 @@ CWsz CKdMergePlan::actionTitle(action act) {
 
 std::string CKdMergePlan::toJson(const CKdDatasetComparison& comparison, const CKdProject& source,
                                  const CKdProject& current) const {
+  invalidateCatalogueIndexes();
   Json root = Json::object();
   root["format"] = kPlanFormat;
   root["version"] = kPlanVersion;
@@ -194,6 +195,7 @@ std::string CKdMergePlan::toJson(const CKdDatasetComparison& comparison, const C
 bool CKdMergePlan::fromJson(cuWin::HWND hwnd, std::string_view text,
                             const CKdDatasetComparison& comparison, const CKdProject& source,
                             const CKdProject& current, int* errorLine, std::string* errorText) {
+  invalidateCatalogueIndexes();
   JsonNode root;
   JsonError error;
   CKdMergePlan plan;

@@ -177,18 +177,23 @@ bool CKdProperty::setValue(const wchar_t* text) {
   if (!text || !*text) return true;
   CKdPropertyValue parsed;
   bool ok = true;
+  if (type == CKdPropertyValue::typeText) {
+    parsed.setText(text);
+    return setValue(parsed);
+  }
+  const size_t length = std::wcslen(text);
+  if (length > kMaxNumberLength) return false;
+  // A number is short: it is worked on in a buffer of its own rather than on the heap, since
+  // a catalogue sets hundreds of thousands of values when it is read.
+  wchar_t number[kMaxNumberLength + 1];
+  std::wmemcpy(number, text, length + 1);
   switch (type) {
-    case CKdPropertyValue::typeText:
-      parsed.setText(text);
-      break;
     case CKdPropertyValue::typeInt16:
     case CKdPropertyValue::typeInt32: {
-      std::wstring number(text);
-      if (number.size() > kMaxNumberLength) return false;
       // An integer ends at its decimal separator, whichever the user typed: cut, not rounded.
-      number.resize(std::min(number.find_first_of(L",."), number.size()));
+      if (wchar_t* separator = std::wcspbrk(number, L",.")) *separator = L'\0';
       long value = 0;
-      ok = cuSz::scanLong(number.c_str(), value);
+      ok = cuSz::scanLong(number, value);
       if (type == CKdPropertyValue::typeInt16) {
         ok = ok && value >= std::numeric_limits<int16_t>::min() &&
              value <= std::numeric_limits<int16_t>::max();
@@ -200,17 +205,16 @@ bool CKdProperty::setValue(const wchar_t* text) {
     }
     case CKdPropertyValue::typeSingleReal:
     case CKdPropertyValue::typeDoubleReal: {
-      std::wstring number(text);
-      if (number.size() > kMaxNumberLength) return false;
       // A decimal comma is accepted as the decimal point.
-      std::replace(number.begin(), number.end(), L',', L'.');
+      std::replace(number, number + length, L',', L'.');
+      const std::wstring_view digits(number, length);
       if (type == CKdPropertyValue::typeSingleReal) {
         float value = 0;
-        ok = scanReal(number, value);
+        ok = scanReal(digits, value);
         parsed.setSingleReal(value);
       } else {
         double value = 0;
-        ok = scanReal(number, value);
+        ok = scanReal(digits, value);
         parsed.setDoubleReal(value);
       }
       break;

@@ -51,9 +51,10 @@ class ComparisonTest : public vxkd_test::TextsUiTest {
 TEST_F(ComparisonTest, EqualProjectsGiveEqualForEveryItem) {
   const CKdDatasetComparison& c = compare();
   EXPECT_TRUE(c.isEqual());
-  // 5 definitions, 24 layers, 2 symbols, 2 styles, 2 linetypes, 3 formats, 4 products.
-  EXPECT_EQ(c.count(CKdComparisonItem::equal), 42);
-  EXPECT_EQ(c.items().size(), 42u);
+  // 5 definitions, a part ID format, 24 layers, 4 groups, 3 products, a block, 2 symbols,
+  // 2 styles, 2 linetypes, 3 formats, a report, 4 poly-object definitions.
+  EXPECT_EQ(c.count(CKdComparisonItem::equal), 52);
+  EXPECT_EQ(c.items().size(), 52u);
   EXPECT_EQ(c.count(VxKd::kindLayers, CKdComparisonItem::equal), 24);
 }
 
@@ -205,7 +206,7 @@ TEST_F(ComparisonTest, JsonListsWhatIsNotEqualWithTheCounts) {
   const nlohmann::json j = nlohmann::json::parse(compare().toJson());
   EXPECT_FALSE(j["equal"]);
   EXPECT_EQ(j["counts"]["different"], 1);
-  EXPECT_EQ(j["counts"]["equal"], 41);
+  EXPECT_EQ(j["counts"]["equal"], 51);
   const auto& diff = j["kinds"]["propertyDefinitions"][0];
   EXPECT_EQ(diff["state"], "different");
   EXPECT_EQ(diff["key"], "Height");

@@ -51,10 +51,24 @@ TEST_F(DatasetJsonTest, TextHoldsEveryKindInTheProjectsOrderWithTypedValues) {
   const nlohmann::ordered_json j = nlohmann::ordered_json::parse(VxKd::datasetToJson(project));
   std::vector<std::string> keys;
   for (auto it = j.begin(); it != j.end(); ++it) keys.push_back(it.key());
-  EXPECT_THAT(keys, ::testing::ElementsAre(
-                        "format", "version", "propertyDefinitions", "layers", "symbols",
-                        "textStyles", "linetypes", "dimensionTextFormats", "ductDefinitions",
-                        "pipeDefinitions", "dataDefinitions", "electricDefinitions"));
+  const std::vector<std::string> kinds = {"format",
+                                          "version",
+                                          "propertyDefinitions",
+                                          "partIdFormats",
+                                          "layers",
+                                          "productGroups",
+                                          "products",
+                                          "blocks",
+                                          "symbols",
+                                          "textStyles",
+                                          "linetypes",
+                                          "dimensionTextFormats",
+                                          "reportDefinitions",
+                                          "ductDefinitions",
+                                          "pipeDefinitions",
+                                          "dataDefinitions",
+                                          "electricDefinitions"};
+  EXPECT_EQ(keys, kinds);
   EXPECT_EQ(j["propertyDefinitions"].size(), 5u);
   EXPECT_EQ(j["propertyDefinitions"][1]["valueType"], "int16");
   EXPECT_EQ(j["layers"].size(), 24u);
@@ -95,16 +109,17 @@ TEST_F(DatasetJsonTest, DumpLoadDumpOfTheSampleIsByteIdentical) {
   EXPECT_EQ(ui_.boxCount(), 0);
 }
 
-TEST_F(DatasetJsonTest, DumpLoadDumpOfTenThousandProductsIsByteIdentical) {
+TEST_F(DatasetJsonTest, DumpLoadDumpOf500GroupsAndTenThousandProductsIsByteIdentical) {
   CKdProject project;
   fillLargeProject(project, 10000);
   const std::string first = dumpOfFile(project, L"a.vkd");
   CKdProject loaded;
   ASSERT_TRUE(VxKd::datasetFromJson(nullptr, first, loaded));
   int products = 0;
-  for (auto type : {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemData, VxKd::systemElectric})
-    products += loaded.polyDefSets(type)->length();
+  for (int g = 0; g < loaded.productGroups().length(); ++g)
+    products += loaded.productGroups().objAt(g)->products().length();
   EXPECT_EQ(products, 10000);
+  EXPECT_EQ(loaded.productGroups().length(), 501) << "and the root";
   EXPECT_EQ(dumpOfFile(loaded, L"b.vkd"), first);
 }
 
@@ -156,6 +171,20 @@ TEST_F(DatasetJsonTest, KindsMayStandInAnyOrderOrBeLeftOut) {
   EXPECT_EQ(loaded.linetypeDefs().length(), 1) << "the built-in linetype";
 }
 
+TEST_F(DatasetJsonTest, AnEmptyTextValueIsNoValueAsTheDatasetReadsIt) {
+  CKdProject project;
+  fillSampleProject(project);
+  std::string text = dumpOfFile(project, L"a.vkd");
+  const size_t at = text.find("{\"id\": 5, \"value\": \"Steel\"}");
+  ASSERT_NE(at, std::string::npos);
+  const std::string expected = std::string(text).replace(at, 27, "{\"id\": 5, \"value\": null}");
+  text.replace(at, 27, "{\"id\": 5, \"value\": \"\"}");
+  CKdProject loaded;
+  ASSERT_TRUE(VxKd::datasetFromJson(nullptr, text, loaded));
+  EXPECT_EQ(VxKd::datasetToJson(loaded), expected);
+  EXPECT_EQ(dumpOfFile(loaded, L"b.vkd"), expected);
+}
+
 // A text that cannot be taken: the change made to a sound text (`to` null: the text ends
 // after `from`), the line where the error is (that of the first occurrence of `at` after the
 // change, plus `offset`), and words of the message.
@@ -203,8 +232,8 @@ const BadText kBadTexts[] = {
      "\"decimals\" must be a whole number from 0 to 255, not \"0\""},
     {"NumberOutOfRange", "\"color\": 4", "\"color\": 40000", "\"color\": 40000", 0,
      "\"color\" must be a whole number from -32768 to 32767, not 40000"},
-    {"UnknownKind", "\"layers\": [", "\"blocks\": [], \"layers\": [", "\"blocks\"", 0,
-     "unknown kind \"blocks\""},
+    {"UnknownKind", "\"layers\": [", "\"macros\": [], \"layers\": [", "\"macros\"", 0,
+     "unknown kind \"macros\""},
     {"TruncatedEnd", "\"electricDefinitions\": [", nullptr, "\"electricDefinitions\"", 0,
      "unexpected end of input"},
     {"SyntaxError", "\"name\": \"Width\",", "\"name\": \"Width\" \"x\",", "\"x\"", 0,
@@ -229,6 +258,17 @@ const BadText kBadTexts[] = {
      "\"guid\" must be a GUID"},
     {"OtherFormat", "\"vxkd-dataset\"", "\"something-else\"", "something-else", 0,
      "\"format\" must be \"vxkd-dataset\""},
+    {"TextWithNul", "\"name\": \"Width\"", "\"name\": \"Wid\\u0000th\"", "Wid", 0,
+     "\"name\" must be a text without the character U+0000"},
+    {"NoSuchGroup", "\"group\": 3,", "\"group\": 9,", "\"group\": 9", 0,
+     "\"group\" must be -1 or the id of a group of \"productGroups\", not 9"},
+    {"IdTooLargeForAGroup", "\"group\": 3,\n      \"id\": 1,",
+     "\"group\": 3,\n      \"id\": 10000,", "\"id\": 10000", 0,
+     "the id 10000 is too large for a key in a group: at most 9999"},
+    {"OwnerOfNoGroup", "\"owner\": 3,", "\"owner\": 7,", "\"owner\": 7", 0,
+     "\"owner\" must be -1 or the id of another group, not 7"},
+    {"GraphicsNotHex", "\"graphics\": \"01", "\"graphics\": \"0x", "\"graphics\": \"0x", 0,
+     "\"graphics\" must be hexadecimal digits"},
     {"NewerVersion", "\"version\": 1", "\"version\": 2", "\"version\": 2", 0, "a newer program"},
 };
 

@@ -47,6 +47,13 @@ class DatasetMergeTest : public vxkd_test::TextsUiTest {
       if (line.kind == kind && line.name == name) return &line;
     return nullptr;
   }
+  std::string dumpOfFile(const CKdProject& project, const wchar_t* name) {
+    CKdProject copy(project);
+    EXPECT_TRUE(copy.saveDbAs(nullptr, dir_.path(name)));
+    CKdProject read;
+    EXPECT_TRUE(read.readDb(nullptr, dir_.path(name)));
+    return VxKd::datasetToJson(read);
+  }
   static CKdProductDef& duct(CKdProject& p) { return *p.polyDefSets(VxKd::systemDuct)->objAt(0); }
 
   CKdProject source_;
@@ -58,16 +65,17 @@ class DatasetMergeTest : public vxkd_test::TextsUiTest {
 
 TEST_F(DatasetMergeTest, MergedIntoANewDatasetEverythingComparesEqual) {
   ASSERT_TRUE(merge(target_));
-  // 5 definitions, 2 symbols, 1 style, 2 linetypes, 3 formats, 4 products; the changed duct
-  // layer overwrites the new dataset's, which nobody made.
-  EXPECT_EQ(report_.count(CKdMergePlan::actionCreate), 17);
+  // 5 definitions, a part ID format, 4 groups, 3 products, a block, 2 symbols, 1 style, 2
+  // linetypes, 3 formats, a report, 4 poly-object definitions; the changed duct layer
+  // overwrites the new dataset's, which nobody made.
+  EXPECT_EQ(report_.count(CKdMergePlan::actionCreate), 27);
   EXPECT_EQ(report_.count(CKdMergePlan::actionOverwrite), 1);
   EXPECT_EQ(report_.count(CKdMergePlan::actionSkip), 0);
   CKdDatasetComparison after;
   after.compare(source_, target_);
   EXPECT_TRUE(after.isEqual()) << after.toJson();
-  // The ids were free: each item kept its own.
-  EXPECT_EQ(VxKd::datasetToJson(target_), VxKd::datasetToJson(source_));
+  // The ids were free: each item kept its own. (Read from files, as a read orders them.)
+  EXPECT_EQ(dumpOfFile(target_, L"target.vkd"), dumpOfFile(source_, L"source.vkd"));
   EXPECT_EQ(ui_.boxCount(), 0);
 }
 
@@ -117,6 +125,88 @@ TEST_F(DatasetMergeTest, CopiesReferToTheTargetsItemsUnderTheirIds) {
   CKdDatasetComparison after;
   after.compare(source_, read);
   EXPECT_EQ(after.count(CKdComparisonItem::onlyInSource), 0);
+}
+
+TEST_F(DatasetMergeTest, AGroupOfAnotherGuidOnTheSamePathTakesTheSourcesProducts) {
+  // The target made its own "Electrical" and "ventilation/grilles", with other GUIDs and ids.
+  const struct {
+    long id, owner;
+    const wchar_t* desc;
+  } kGroups[] = {{7, -1, L"Electrical"}, {8, -1, L"ventilation"}, {9, 8, L"GRILLES"}};
+  for (const auto& g : kGroups) {
+    CKdProductGroup group;
+    group.init(g.id, g.owner, 1, vxkd_test::numberedGuid(0x77, static_cast<unsigned>(g.id)),
+               g.desc);
+    target_.productGroups().append(&group);
+  }
+  const CKdProductGroup root = CKdProductGroup::defaultRoot();
+  target_.productGroups().append(&root);
+  ASSERT_TRUE(merge(target_));
+  EXPECT_EQ(comparison_.count(VxKd::kindProductGroups, CKdComparisonItem::different), 3)
+      << "paired by path, their GUIDs differ";
+  EXPECT_EQ(comparison_.count(VxKd::kindProductGroups, CKdComparisonItem::onlyInSource), 1);
+  CKdProductGroupArray& groups = target_.productGroups();
+  EXPECT_EQ(groups.length(), 5) << "three of the target, the root and Cable trays/ladders";
+  ASSERT_EQ(groups.findGroup(7)->products().length(), 1);
+  EXPECT_EQ(groups.findGroup(7)->products().objAt(0)->desc(), CWsz(L"Socket outlet"));
+  EXPECT_EQ(groups.findGroup(9)->products().objAt(0)->desc(), CWsz(L"Grille 600x600"));
+  EXPECT_EQ(groups.findGroup(7)->blocks().length(), 1) << "the block too";
+  // The new group is placed under the target's Electrical, keeping its id and GUID.
+  const CKdProductGroup* trays = groups.findGroup(vxkd_test::numberedGuid(0xC0, 4));
+  ASSERT_NE(trays, nullptr);
+  EXPECT_EQ(trays->ownerGroupId(), 7);
+  EXPECT_EQ(trays->dbId(), 4);
+  EXPECT_EQ(groups.findGroup(-1)->products().objAt(0)->desc(), CWsz(L"Loose part"));
+}
+
+TEST_F(DatasetMergeTest, PartIdFormatsAndBlockItemsFollowWhatTheirItemsBecame) {
+  // The target has the source's part ID format under another id, and its own socket
+  // product, to which the plan maps the source's.
+  CKdPartIdFormat format = *source_.partIdFormats().objAt(0);
+  format.setDbId(9);
+  target_.partIdFormats().append(&format);
+  CKdProductGroup electrical;
+  electrical.init(3, -1, 1, vxkd_test::numberedGuid(0xC0, 3), L"Electrical");
+  CKdProductDef socket;
+  socket.setDbId(4);
+  socket.setGuid(vxkd_test::numberedGuid(0x99, 1));
+  socket.setDesc(L"Our socket");
+  electrical.products().append(&socket);
+  target_.productGroups().append(&electrical);
+  const CKdProductGroup root = CKdProductGroup::defaultRoot();
+  target_.productGroups().append(&root);
+  ASSERT_TRUE(merge(target_, [&](const CKdDatasetComparison& c, CKdMergePlan& plan) {
+    ASSERT_TRUE(plan.setAction(c, VxKd::kindProducts,
+                               sourceIndex(VxKd::kindProducts, L"Socket outlet"),
+                               CKdMergePlan::actionMap, 0));
+  }));
+  EXPECT_EQ(target_.polyDefSets(VxKd::systemDuct)->objAt(0)->partIdFmtId(), 9);
+  const CKdProductDef* grille = target_.productGroups().findProduct(L"Grille 600x600", -1);
+  ASSERT_NE(grille, nullptr);
+  EXPECT_EQ(grille->partIdFmtId(), 9);
+  EXPECT_EQ(grille->partIdFmt(), CWsz(L"{Width}x{Height}")) << "the template follows";
+  const CKdBlock& pair = *target_.productGroups().findGroup(3)->blocks().objAt(0);
+  EXPECT_EQ(pair.items().objAt(0)->guid(), vxkd_test::numberedGuid(0x99, 1)) << "our socket";
+  EXPECT_EQ(target_.productGroups().findGroup(3)->products().length(), 1) << "not copied";
+}
+
+TEST_F(DatasetMergeTest, AReportRefersToTheTargetsDefinitionsAndGroups) {
+  for (const wchar_t* name : {L"Material", L"Width"})
+    target_.propertyDefs().add(name, L"", CKdPropertyValue::typeText, CKdUnit(), 0);
+  target_.propertyDefs().findName(L"Width")->setValueType(CKdPropertyValue::typeInt32);
+  target_.propertyDefs().findName(L"Width")->setUnit(CKdUnit::unitMm);
+  target_.propertyDefs().findName(L"Width")->setDesc(L"Duct width");
+  CKdProductGroup electrical;
+  electrical.init(12, -1, 1, vxkd_test::numberedGuid(0x77, 12), L"ELECTRICAL");
+  target_.productGroups().append(&electrical);
+  ASSERT_TRUE(merge(target_));
+  const CKdReport& report = *target_.reportDefs().objAt(0);
+  EXPECT_EQ(report.columns().at(0)->propertyId(), 2) << "Width";
+  EXPECT_EQ(report.columns().at(1)->propertyId(), 1) << "Material";
+  EXPECT_EQ(report.sortPropertyId(), 2);
+  ASSERT_EQ(report.devGroups().length(), 1);
+  EXPECT_EQ(*report.devGroups().objAt(0), vxkd_test::numberedGuid(0x77, 12))
+      << "the target's own Electrical, paired by path";
 }
 
 TEST_F(DatasetMergeTest, TakenIdsAreReplacedByFreeOnesAndReferencesFollow) {
@@ -284,7 +374,7 @@ TEST_F(DatasetMergeTest, AnotherUsersSaveMeanwhileReloadsAndMergesNothing) {
 TEST_F(DatasetMergeTest, ReportAsJsonCountsAndListsEveryItem) {
   ASSERT_TRUE(merge(target_));
   const std::string json = report_.toJson();
-  EXPECT_THAT(json, HasSubstr("\"create\": 17"));
+  EXPECT_THAT(json, HasSubstr("\"create\": 27"));
   EXPECT_THAT(json, HasSubstr("{\"action\": \"create\", \"name\": \"Width\", \"target\": "
                               "\"Width\", \"sourceId\": 1, \"targetId\": 1}"));
 }

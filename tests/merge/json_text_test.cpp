@@ -33,10 +33,8 @@ TEST(JsonReaderTest, EveryValueKnowsItsLine) {
 TEST(JsonReaderTest, NumbersKeepTheirKindAndRange) {
   JsonNode root;
   JsonError error;
-  ASSERT_TRUE(VxKd::parseJson("[-3, 2.5, 18446744073709551615, 1e400]", root, error) ||
-              !error.message.empty());
-  if (root.type != JsonNode::typeArray)
-    GTEST_SKIP() << "the parser refuses 1e400: " << error.message;
+  ASSERT_TRUE(VxKd::parseJson("[-3, 2.5, 18446744073709551615]", root, error)) << error.message;
+  ASSERT_EQ(root.type, JsonNode::typeArray);
   EXPECT_EQ(root.elements[0].type, JsonNode::typeInteger);
   EXPECT_EQ(root.elements[0].integer, -3);
   EXPECT_EQ(root.elements[1].type, JsonNode::typeReal);

@@ -6,26 +6,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/sample_project.h"
-#include "support/ui_fixture.h"
+#include "planned_merge_fixture.h"
 #include "vxkd/platform/dialog.h"
 
 namespace {
 
 using namespace VxKd;
 
-class MergeDlgTest : public vxkd_test::TextsUiTest {
+class MergeDlgTest : public vxkd_test::PlannedMergeTest {
  protected:
-  void SetUp() override {
-    TextsUiTest::SetUp();
-    vxkd_test::fillSampleProject(source_);
-    vxkd_test::fillSampleProject(current_);
-    source_.propertyDefs().add(L"Pressure", L"", CKdPropertyValue::typeDoubleReal, CKdUnit(), 1);
-    current_.propertyDefs().findName(L"Height")->setDecimals(2);
-    current_.propertyDefs().add(L"Noise", L"", CKdPropertyValue::typeInt16, CKdUnit(), 0);
-    comparison_.compare(source_, current_);
-    plan_.buildDefault(comparison_);
-  }
   VxListView2& list(int id) { return dialog_.listView(id); }
   VxComboBox& combo(int id) { return dialog_.comboBox(id); }
   // The row of `list` whose second column is `name`.
@@ -40,10 +29,6 @@ class MergeDlgTest : public vxkd_test::TextsUiTest {
     return texts;
   }
 
-  CKdProject source_;
-  CKdProject current_;
-  CKdDatasetComparison comparison_;
-  CKdMergePlan plan_;
   VXDialog dialog_;
 };
 
@@ -61,7 +46,7 @@ TEST_F(MergeDlgTest, ComparisonListsWhatIsNotEqualAndTheSelectedPairsFields) {
   EXPECT_EQ(items.itemText(height, 2), CWsz(L"Different"));
   EXPECT_EQ(items.itemText(height, 3), CWsz(L"decimals"));
   EXPECT_EQ(dialog_.label(idcCompareSummary),
-            CWsz(L"41 equal, 1 different, 1 only in source, 1 only in current"));
+            CWsz(L"51 equal, 1 different, 1 only in source, 1 only in current"));
 
   items.setSelection(height);
   selectComparisonItem(dialog_.handle(), comparison_);
@@ -142,7 +127,7 @@ TEST_F(MergeDlgTest, ReportListsEveryItemWithTheCounts) {
   ASSERT_GE(pressure, 0);
   EXPECT_EQ(items.itemText(pressure, 2), CWsz(L"Pressure"));
   EXPECT_EQ(dialog_.label(idcReportSummary),
-            CWsz(L"1 created, 0 overwritten, 41 mapped, 1 skipped"));
+            CWsz(L"1 created, 0 overwritten, 51 mapped, 1 skipped"));
 }
 
 TEST_F(MergeDlgTest, AHandleOfNoDialogIsIgnored) {

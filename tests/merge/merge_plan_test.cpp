@@ -6,37 +6,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/sample_project.h"
-#include "support/ui_fixture.h"
+#include "planned_merge_fixture.h"
 
 namespace {
 
 using ::testing::HasSubstr;
 
-class MergePlanTest : public vxkd_test::TextsUiTest {
+class MergePlanTest : public vxkd_test::PlannedMergeTest {
  protected:
-  void SetUp() override {
-    TextsUiTest::SetUp();
-    vxkd_test::fillSampleProject(source_);
-    vxkd_test::fillSampleProject(current_);
-    // Only in the source: Pressure. Different: Height. Only in the current dataset: Noise.
-    source_.propertyDefs().add(L"Pressure", L"", CKdPropertyValue::typeDoubleReal, CKdUnit(), 1);
-    current_.propertyDefs().findName(L"Height")->setDecimals(2);
-    current_.propertyDefs().add(L"Noise", L"", CKdPropertyValue::typeInt16, CKdUnit(), 0);
-    comparison_.compare(source_, current_);
-    plan_.buildDefault(comparison_);
-  }
   CKdMergePlan::action actionOf(VxKd::datasetKind kind, int sourceIndex) const {
     const CKdMergePlan::Entry* entry = plan_.find(kind, sourceIndex);
     return entry ? entry->act : static_cast<CKdMergePlan::action>(-1);
   }
   // The definitions: Width 0, Height 1, Diameter 2, Flow 3, Material 4, Pressure 5.
   static constexpr VxKd::datasetKind kDefs = VxKd::kindPropertyDefs;
-
-  CKdProject source_;
-  CKdProject current_;
-  CKdDatasetComparison comparison_;
-  CKdMergePlan plan_;
 };
 
 TEST_F(MergePlanTest, DefaultPlanCreatesMapsAndSkipsByState) {

@@ -118,11 +118,9 @@ int main(int argc, char** argv) {
     switch (c) {
       case optForce:
         options.force = true;
-        given.push_back("force");
         break;
       case optSample:
         options.sample = true;
-        given.push_back("sample");
         break;
       case optHelp:
         help = true;
@@ -132,25 +130,20 @@ int main(int argc, char** argv) {
         break;
       case optOutput:
         options.output = optarg;
-        given.push_back("output");
         break;
       case optFormat:
         options.format = optarg;
-        given.push_back("format");
         if (options.format != "text" && options.format != "json")
           return usageError("--format takes text or json, not \"" + options.format + "\"");
         break;
       case optPlan:
         options.plan = optarg;
-        given.push_back("plan");
         break;
       case optWritePlan:
         options.writePlan = optarg;
-        given.push_back("write-plan");
         break;
       case optDryRun:
         options.dryRun = true;
-        given.push_back("dry-run");
         break;
       case optFrom:
         options.from = optarg;
@@ -163,6 +156,9 @@ int main(int argc, char** argv) {
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));
     }
+    if (c != optVersion)
+      for (const option* o = kOptions; o->name; ++o)
+        if (o->val == c) given.push_back(o->name);
   }
   std::vector<std::string> args(argv + optind, argv + argc);
   if (!args.empty() && args[0] == "help") {

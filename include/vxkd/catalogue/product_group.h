@@ -67,6 +67,9 @@ class VXKD_API CKdProductGroup {
   const CKdBlockArray& blocks() const { return blocks_; }
   // True for a root: an id below 1.
   bool isRoot() const { return dbId_ < 1; }
+  // The root -1 as every catalogue has it after a read: "Group definitions" in the active
+  // language, no owner, order, GUID, products or blocks.
+  static CKdProductGroup defaultRoot();
 
   // The record key: the id in six zero-filled digits. REQUIRES `buf` holds kDbIdSize
   // characters. Returns `buf`.

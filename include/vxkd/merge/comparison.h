@@ -1,9 +1,11 @@
 #pragma once
 // CKdDatasetComparison: a source dataset compared with the current one item by item. Each
 // item of the source is matched to an item of the current dataset of the same kind: by
-// GUID where the kind has one (poly-object definitions; one without a GUID by its
-// description), by layer number, by symbol id (exactly), otherwise by name ignoring case
-// (property definitions, linetypes, text styles, dimension text formats by description).
+// GUID where the kind has one (part ID formats, product groups, products, blocks,
+// poly-object definitions; one without a GUID by its description, a group by its path), by
+// layer number, by symbol id (exactly), otherwise by name ignoring case (property
+// definitions, linetypes, text styles, dimension text formats by description). Groups that
+// the GUIDs leave without a partner then pair by their paths (getGroupPath, ignoring case).
 // Each pair is only in the source, equal, different (naming the fields that differ) or only
 // in the current dataset.
 //

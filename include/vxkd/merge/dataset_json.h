@@ -7,6 +7,8 @@
 // of definition (dataset_kind.h), in the order the project holds them. Ids and GUIDs are
 // kept; a symbol's drawing is a list of nodes with their numbers; a product's properties
 // name their definitions by id, with values typed as the definition says (null for none).
+// Products and blocks name their group ("group": -1 for the root); a block item's stored
+// graphics are hexadecimal digits.
 // Values that no JSON number can hold are the texts "NaN", "Infinity", "-Infinity". What a
 // dataset does not store is not in the text: the built-in linetype CONTINUOUS, the layers'
 // descriptions and lineweights, the big font file of a text style.

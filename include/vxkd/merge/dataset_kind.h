@@ -9,11 +9,16 @@ namespace VxKd {
 
 enum datasetKind : int {
   kindPropertyDefs,
+  kindPartIdFormats,
   kindLayers,
+  kindProductGroups,
+  kindProducts,  // the product definitions of the product groups
+  kindBlocks,
   kindSymbols,
   kindTextStyles,
   kindLinetypes,
   kindDimtextFormats,
+  kindReports,
   kindDuctDefs,
   kindPipeDefs,
   kindDataDefs,

@@ -1,9 +1,12 @@
 #pragma once
 // The merge of a source dataset into the current one by a plan (merge_plan.h), and its
 // report. Items are copied with their references rewritten through what the plan made of
-// the items they refer to (a product's linetype, symbol, integrated texts' formats and
-// property definitions; a layer's linetype; a format's text style), so that nothing refers
-// to an item the current dataset lacks. A copied item keeps its id where the current
+// the items they refer to (a product's group, part ID format, linetype, symbol, integrated
+// texts' formats and property definitions; a group's owner; a block item's product,
+// linetype and property definitions; a report's columns, sort property, device groups and
+// text style; a layer's linetype; a format's text style), so that
+// nothing refers to an item the current dataset lacks. New groups are placed with
+// appendGroupPath under the group their owner became. A copied item keeps its id where the current
 // dataset has it free and gets the next free one otherwise. The merge is all or nothing.
 
 #include <string>
