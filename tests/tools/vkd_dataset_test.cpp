@@ -98,14 +98,10 @@ TEST_F(VkdTest, NewInfoListAndLockStatusOfAFreshDataset) {
   EXPECT_EQ(made.out, "Created demo.vkd\n");
   VkdRun info = inFolder({"info", "demo.vkd"});
   ASSERT_EQ(info.status, 0) << info.err;
-  EXPECT_TRUE(matches(info.out, "Property definitions +24
-")) << info.out;
-  EXPECT_TRUE(matches(info.out, "2D symbols +11
-")) << info.out;
-  EXPECT_TRUE(matches(info.out, "Product groups +21
-")) << info.out;
-  EXPECT_TRUE(matches(info.out, "Block definitions +3
-")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Property definitions +24\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "2D symbols +11\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Product groups +21\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Block definitions +3\n")) << info.out;
   VkdRun list = inFolder({"list", "demo.vkd", "properties"});
   ASSERT_EQ(list.status, 0) << list.err;
   EXPECT_TRUE(contains(list.out, "Width")) << list.out;

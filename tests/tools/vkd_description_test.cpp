@@ -150,7 +150,7 @@ const Refused kRefused[] = {
     {R"({"dimensionTextFormats": [{"format": "{*DESC*}", "style": "Nope"}]})",
      "in.json: dimension text format 1 \"\" names text style \"Nope\", which the dataset lacks"},
     {R"({"polyObjectDefinitions": [{"set": "pipe", "linetype": "GAS"}]})",
-     "pipe product 1 \"\" names linetype \"GAS\", which the dataset lacks"},
+     "product pipe:1 \"\" names linetype \"GAS\", which the dataset lacks"},
 };
 
 void PrintTo(const Refused& refused, std::ostream* out) { *out << refused.says; }

@@ -74,10 +74,18 @@ TEST_F(VkdShow, APropertyDefinitionWithItsUnitAndItsUsers) {
             "\n"
             "Used by:\n"
             "  dimension text format 1 \"Rectangular duct\"\n"
-            "  duct product 1 \"Rectangular duct 400x200\"\n"
-            "  duct product 2 \"Rectangular duct 500x250\"\n"
-            "  duct product 3 \"Rectangular duct 630x315\"\n"
-            "  duct product 4 \"Rectangular duct 800x400, insulated\"\n");
+            "  part ID format 1 \"Rectangular duct\"\n"
+            "  product Ventilation/Ducts/Rectangular:1 \"Rectangular duct 400x200\"\n"
+            "  product Ventilation/Ducts/Rectangular:2 \"Rectangular duct 500x250\"\n"
+            "  product Ventilation/Ducts/Rectangular:3 \"Rectangular duct 800x400, insulated\"\n"
+            "  product Ventilation/Air terminals:1 \"Supply air terminal 600x600\"\n"
+            "  product Ventilation/Dampers:1 \"Fire damper 400x200 EI60\"\n"
+            "  product Heating and plumbing/Radiators:1 \"Panel radiator 600x1000\"\n"
+            "  product duct:1 \"Rectangular duct 400x200\"\n"
+            "  product duct:2 \"Rectangular duct 500x250\"\n"
+            "  product duct:3 \"Rectangular duct 630x315\"\n"
+            "  product duct:4 \"Rectangular duct 800x400, insulated\"\n"
+            "  report definition 1 \"Duct list\"\n");
   EXPECT_EQ(show("property", "1").out, run.out) << "by id";
   EXPECT_EQ(show("properties", "WIDTH").out, run.out) << "the plural, any case";
   EXPECT_THAT(show("property", "Temperature").out, HasSubstr("Unit         [C], Temperature\n"));
@@ -102,11 +110,11 @@ TEST_F(VkdShow, EveryKindIsFoundByIdOrName) {
       {"symbol", "PANEL", "symbol 4 \"PANEL\"",
        "  {\"text\":\"DB\",\"at\":[-3.5,0.6],\"height\":1.8,\"align\":\"center\"}\n"},
       {"symbol", "9", "symbol 9 \"VALVE\"", "Size         8 x 5\n"},
-      {"product", "duct:4", "duct product 4 \"Rectangular duct 800x400, insulated\"",
+      {"product", "duct:4", "product duct:4 \"Rectangular duct 800x400, insulated\"",
        "  format 6 \"Insulation\", offset -14, -5\n"},
-      {"product", "SE:6", "electric product 6 \"NHXH-J 3x1.5 E30, fire-rated\"",
+      {"product", "SE:6", "product electric:6 \"NHXH-J 3x1.5 E30, fire-rated\"",
        "Linetype     FIRE_RATED\n"},
-      {"product", "ROUND DUCT ø125", "duct product 5 \"Round duct Ø125\"",
+      {"product", "ROUND DUCT ø125", "product duct:5 \"Round duct Ø125\"",
        "  Diameter  125 [mm]\n"},
   };
   for (const auto& c : kCases) {
@@ -125,15 +133,21 @@ TEST_F(VkdShow, NamesThatNameNothingOrSeveralExitWithTwo) {
       {{"property", "Nope"}, "vkd: the dataset has no property definition \"Nope\"\n"},
       {{"format", "99"}, "vkd: the dataset has no dimension text format \"99\"\n"},
       {{"product", "3"},
-       "vkd: \"3\" names 4 product definitions; name one by SET:ID:\n"
-       "  duct:3      Rectangular duct 630x315\n"
-       "  pipe:3      Steel pipe DN25\n"
-       "  electric:3  NYM-J 5x2.5\n"
-       "  data:3      Fibre OM4, 12 fibres\n"},
-      {{"product", "gas:1"}, "a product is named by SET:ID (duct:3, SD:3), an id or a description"},
+       "vkd: \"3\" names 8 product definitions; name one by its key:\n"
+       "  Ventilation/Ducts/Rectangular:3     Rectangular duct 800x400, insulated\n"
+       "  Heating and plumbing/Pipes/Steel:3  Steel pipe DN25\n"
+       "  Electrical/Power cables:3           NYY-J 5x16\n"
+       "  Electrical/Sockets and switches:3   Light switch\n"
+       "  duct:3                              Rectangular duct 630x315\n"
+       "  pipe:3                              Steel pipe DN25\n"
+       "  electric:3                          NYM-J 5x2.5\n"
+       "  data:3                              Fibre OM4, 12 fibres\n"},
+      {{"product", "gas:1"},
+       "(a product is named by SET:ID, GROUP-PATH:ID, an id or a description)"},
       {{"product", "duct:x"}, "a product is named by SET:ID"},
       {{"symbol", "socket_triple"}, "the dataset has no symbol \"socket_triple\""},
-      {{"block", "1"}, "vkd: unknown kind of definition \"block\"\nkinds of definition:\n"},
+      {{"block", "1"}, "vkd: the dataset has no block \"1\"\n"},
+      {{"frames", "1"}, "vkd: unknown kind of definition \"frames\"\nkinds of definition:\n"},
   };
   for (const auto& c : kCases) {
     std::vector<std::string> args = {"show", sample()};
@@ -149,7 +163,7 @@ TEST_F(VkdShow, NamesThatNameNothingOrSeveralExitWithTwo) {
 TEST_F(VkdShow, JsonIsTheDescriptionFormWithItsUsers) {
   EXPECT_EQ(jq({"show", sample(), "format", "1", "--format", "json"},
                "[.id, .border, .refline, .colour, (.usedBy | length)] | @tsv"),
-            "1\trectangle\tarrow\tby layer\t4\n");
+            "1\trectangle\tarrow\tby layer\t7\n");
   EXPECT_EQ(jq({"show", sample(), "product", "duct:4", "--format", "json"},
                "[.properties.Width, .properties.Material, .texts[1].offset[0]] | @tsv"),
             "800\tGalvanised steel\t-14\n");
@@ -161,11 +175,11 @@ TEST_F(VkdShow, JsonIsTheDescriptionFormWithItsUsers) {
 }
 
 TEST_F(VkdShow, ListsAndInfoAsJsonHaveNumbersWhereTheTablesAlignThem) {
-  EXPECT_EQ(jq({"list", sample(), "products", "--format", "json"}, "length"), "27\n");
+  EXPECT_EQ(jq({"list", sample(), "products", "--format", "json"}, "length"), "26\n");
   EXPECT_EQ(jq({"list", sample(), "products", "--format", "json"},
-               ".[] | select(.set == \"duct\" and .id == 4) | [.texts, .properties, .colour] | "
-               "@tsv"),
-            "1 6\t6\tby layer\n");
+               ".[] | select(.group == \"Ventilation/Ducts/Rectangular\" and .id == 3) | "
+               "[.texts, .colour, .partID] | @tsv"),
+            "1 6\tby layer\tRD-800x400\n");
   EXPECT_EQ(jq({"list", sample(), "properties", "--format", "json"},
                ".[11] | [.id, .name, .unit, .decimals, (.id | type)] | @tsv"),
             "12\tTemperature\t[C]\t0\tnumber\n");
@@ -178,17 +192,17 @@ TEST_F(VkdShow, ListsAndInfoAsJsonHaveNumbersWhereTheTablesAlignThem) {
             "11\tstring\n");
 }
 
-TEST_F(VkdShow, ListProductsIsATableOfEveryPolyObjectDefinition) {
+TEST_F(VkdShow, ListProductsIsATableOfTheCatalogue) {
   VkdResult run = vkd({"list", sample(), "products"});
   ASSERT_EQ(run.code, 0);
-  EXPECT_THAT(run.out,
-              StartsWith("Set       Id  Description                          Symbol  Linetype    "
-                         "  Colour  Width  Texts  Properties\n"));
-  EXPECT_THAT(run.out, HasSubstr("\nelectric   6  NHXH-J 3x1.5 E30, fire-rated                 "
-                                 "FIRE_RATED  by layer   0.35  4               6\n"));
-  EXPECT_THAT(run.out, HasSubstr("\ndata       4  Coaxial cable RG-6                           "
-                                 "                  30                         3\n"));
-  EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 29);
+  EXPECT_THAT(run.out, StartsWith("Group                              Id  Description          "
+                                  "                Part ID                Colour    Linetype   "
+                                  "Width  Symbol         System  Texts  Properties\n"));
+  EXPECT_THAT(run.out, HasSubstr("\nElectrical/Sockets and switches     2  Double wall socket   "
+                                 "                DEV-Lindqvist Elektro  1                      "
+                                 "     SOCKET_DOUBLE                 Voltage=230, Current=16, "
+                                 "Manufacturer=Lindqvist Elektro\n"));
+  EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 28);
 }
 
 // More users than a person reads: the text lists twenty, JSON all.
@@ -202,7 +216,7 @@ TEST_F(VkdShow, ManyUsersAreCutInTheTextOnly) {
   ASSERT_TRUE(io_.write("many.json", json));
   ASSERT_EQ(vkd({"new", "--from", io_.native("many.json"), io_.native("many.vkd")}).code, 0);
   VkdResult run = vkd({"show", io_.native("many.vkd"), "property", "Width"});
-  EXPECT_THAT(run.out, HasSubstr("  duct product 20 \"\"\n  ... and 3 more\n"));
+  EXPECT_THAT(run.out, HasSubstr("  product duct:20 \"\"\n  ... and 3 more\n"));
   EXPECT_EQ(jq({"show", io_.native("many.vkd"), "property", "Width", "--format", "json"},
                ".usedBy | length"),
             "23\n");
@@ -227,7 +241,7 @@ TEST_F(VkdShow, EveryCommandExplainsItselfWithHelp) {
   EXPECT_THAT(vkd({"show", "x.vkd", "--help"}).out, HasSubstr("      --format FORMAT"));
   EXPECT_EQ(vkd({"help", "frobnicate"}).code, 2);
   EXPECT_THAT(vkd({"info", sample(), "--format", "yaml"}).err,
-              HasSubstr("--format is text or json, not \"yaml\""));
+              HasSubstr("--format takes text or json, not \"yaml\""));
   EXPECT_THAT(vkd({"info", sample(), "--format"}).err, HasSubstr("needs text or json"));
   EXPECT_THAT(vkd({"preview", sample(), "format", "1", "--format", "json", "-o", "x.svg"}).err,
               HasSubstr("preview has no option --format"));
@@ -237,8 +251,7 @@ TEST_F(VkdShow, PreviewsDrawProductsWithTheirValuesAndSymbolsWithTheirCaptions) 
   VkdResult product = vkd({"preview", sample(), "product", "duct:4", "-o", io_.native("p.svg")});
   ASSERT_EQ(product.code, 0) << product.err;
   EXPECT_EQ(product.out,
-            "Wrote duct:4 \"Rectangular duct 800x400, insulated\" with 2 integrated "
-            "texts to " +
+            "Wrote the preview of product duct:4 \"Rectangular duct 800x400, insulated\" to " +
                 io_.native("p.svg") + "\n");
   const std::string svg = io_.read("p.svg");
   for (const char* text : {">800x400</text>", ">1450 l/s</text>", ">ISO 50</text>"})

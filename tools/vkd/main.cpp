@@ -67,6 +67,13 @@ int usageError(const std::string& message) {
   return exitUsage;
 }
 
+// A wrong option: the whole usage would bury the one line that matters.
+int optionError(const std::string& message) {
+  std::fprintf(stderr, "vkd: %s\nvkd --help lists the commands and their options\n",
+               message.c_str());
+  return exitUsage;
+}
+
 const Command* findCommand(const std::string& name) {
   for (const Command* command : commands())
     if (name == command->name) return command;
@@ -134,7 +141,7 @@ int main(int argc, char** argv) {
       case optFormat:
         options.format = optarg;
         if (options.format != "text" && options.format != "json")
-          return usageError("--format takes text or json, not \"" + options.format + "\"");
+          return optionError("--format takes text or json, not \"" + options.format + "\"");
         break;
       case optPlan:
         options.plan = optarg;
@@ -151,10 +158,10 @@ int main(int argc, char** argv) {
         break;
       case ':':
         if (std::strcmp(argv[optind - 1], "--format") == 0)
-          return usageError("option --format needs text or json");
-        return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
+          return optionError("option --format needs text or json");
+        return optionError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
-        return usageError("unknown option " + std::string(argv[optind - 1]));
+        return optionError("unknown option " + std::string(argv[optind - 1]));
     }
     if (c != optVersion)
       for (const option* o = kOptions; o->name; ++o)
@@ -188,9 +195,12 @@ int main(int argc, char** argv) {
   if (static_cast<int>(args.size()) < command->argCount ||
       static_cast<int>(args.size()) > command->maxArgCount)
     return usageOf(*command);
-  for (const char* name : given)
-    if (!accepts(*command, name))
-      return usageError(std::string(command->name) + " has no option --" + name);
+  for (const char* name : given) {
+    if (!accepts(*command, name)) {
+      warn(std::string(command->name) + " has no option --" + name);
+      return usageOf(*command);
+    }
+  }
 
   ToolUiBackend ui;
   CUiBackend::install(&ui);
