@@ -97,14 +97,17 @@ int runMerge(const std::vector<std::string>& args, const Options& options, ToolU
     if (!options.writePlan.empty()) {
       if (int error = writeOutputFile(options.writePlan, plan.toJson(comparison, source, target)))
         return fail("cannot write " + options.writePlan + ": " + std::strerror(error));
+      int planned[CKdMergePlan::actionSkip + 1] = {};
+      for (const CKdMergePlan::Entry& entry : plan.entries()) ++planned[entry.act];
       std::printf(
-          "Wrote the plan of merging %s into %s to %s: %d to create, %d to map, %d to skip\n"
+          "Wrote the plan of merging %s into %s to %s: %d to create, %d to overwrite, %d to "
+          "map, %d to skip\n"
           "Edit the \"action\" of an item (create, overwrite, map, skip; \"target\" names the\n"
           "item to map to) and merge with --plan %s\n",
           from.c_str(), into.c_str(), options.writePlan.c_str(),
-          comparison.count(CKdComparisonItem::onlyInSource),
-          comparison.count(CKdComparisonItem::equal),
-          comparison.count(CKdComparisonItem::different), options.writePlan.c_str());
+          planned[CKdMergePlan::actionCreate], planned[CKdMergePlan::actionOverwrite],
+          planned[CKdMergePlan::actionMap], planned[CKdMergePlan::actionSkip],
+          options.writePlan.c_str());
       return exitOk;
     }
     CKdMergeReport report;
@@ -135,8 +138,10 @@ const Command kMerge("merge",
                      "[--plan FILE | --write-plan FILE] [--dry-run] [--format json] "
                      "SOURCE.vkd TARGET.vkd",
                      "take the definitions of SOURCE into TARGET: create what only\n"
-                     "SOURCE has, keep what is equal, skip what differs, or follow\n"
-                     "a plan that --write-plan wrote and an administrator edited",
+                     "SOURCE has, keep what is equal, overwrite what differs only\n"
+                     "where TARGET still has the program's default, skip the rest;\n"
+                     "or follow a plan that --write-plan wrote and an administrator\n"
+                     "edited",
                      2, "plan,write-plan,dry-run,format", runMerge);
 
 }  // namespace
