@@ -32,6 +32,7 @@ package: build-release
 
 bench: build-release
 	@for b in build/release/bin/*_bench; do echo "== $$b"; $$b --benchmark_min_time=0.2; done
+	@echo "== vkd list products"; bash scripts/time-list-products.sh build/release/bin
 
 format:
 	@clang-format -i $$(git ls-files '*.h' '*.cpp')

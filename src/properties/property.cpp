@@ -319,15 +319,17 @@ void CKdPropertyArray::writeAttributeText(CWsz& out) const {
   }
 }
 
-void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs) {
-  reset();
+namespace {
+
+// Calls `take(id, value)` for each line of the stored form `text` that names a property: the
+// line without blanks at its ends, the id before its first "=" a positive number, the value
+// the rest. A catalogue reads hundreds of thousands of lines: they are looked at in views,
+// and the id copied into one buffer of the thread.
+template <typename Take>
+void forEachStoredLine(const wchar_t* text, Take take) {
   const auto blank = [](wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; };
-  // A catalogue reads hundreds of thousands of lines: they are looked at in views, their id
-  // and value copied into one buffer of the thread, and since a set lists its properties in
-  // the order of their definitions, each definition is looked for after the last one found.
   thread_local std::wstring buffer;
   std::wstring& part = buffer;
-  int nextDef = 0;
   std::wstring_view rest(text ? text : L"");
   while (!rest.empty()) {
     size_t end = rest.find(L'\n');
@@ -341,15 +343,40 @@ void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyD
     long id = 0;
     part.assign(line.substr(0, equals));
     if (!cuSz::scanLong(part.c_str(), id) || id <= 0) continue;
+    take(id, line.substr(equals + 1));
+  }
+}
+
+}  // namespace
+
+void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs) {
+  reset();
+  // A set lists its properties in the order of their definitions: each definition is looked
+  // for after the last one found.
+  int nextDef = 0;
+  std::wstring value;
+  forEachStoredLine(text, [&](long id, std::wstring_view rest) {
     // A property whose definition was deleted vanishes here.
     int index = nextDef;
     if (index >= defs.length() || defs.idAt(index) != id) index = defs.indexOfId(id);
     const CKdPropertyDef* def = defs.objAt(index);
-    if (!def) continue;
+    if (!def) return;
     nextDef = index + 1;
-    part.assign(line.substr(equals + 1));
-    if (CKdProperty* property = emplace(*def)) property->setValue(part.c_str());
-  }
+    value.assign(rest);
+    if (CKdProperty* property = emplace(*def)) property->setValue(value.c_str());
+  });
+}
+
+void CKdPropertyArray::readAttributeIds(const wchar_t* text, CInt32Array& ids) {
+  ids.empty();
+  forEachStoredLine(text,
+                    [&](long id, std::wstring_view) { ids.append(static_cast<int32_t>(id)); });
+}
+
+void CKdPropertyArray::readAttributeIdsOf(CQbase& db, CInt32Array& ids) {
+  CWsz text;
+  db.getWsz(kPropertySetField, text);
+  readAttributeIds(text, ids);
 }
 
 bool CKdPropertyArray::writeToAttributeOf(CQbase& db) const {

@@ -199,6 +199,29 @@ TEST(ObjArrayTest, InsertUpdateSwapAndDeleteKeepOrder) {
   EXPECT_EQ(a.objAt(-1), nullptr);
 }
 
+// The table grows in steps and stays larger after deletions: every way through the sizes,
+// grown, shrunk to none and grown again, keeps each element where it belongs.
+TEST(ObjArrayTest, AppendsAndInsertsAfterDeletionsKeepEveryElement) {
+  ItemArray a;
+  std::vector<long> expected;
+  for (long id = 1; id <= 33; ++id) {
+    a.add(id);
+    expected.push_back(id);
+  }
+  for (int i = 0; i < 30; ++i) ASSERT_TRUE(a.deleteAt(0));
+  expected.erase(expected.begin(), expected.begin() + 30);
+  for (long id = 100; id < 120; ++id) {
+    Item item{id, CWsz(), 0, 0};
+    ASSERT_TRUE(id % 2 ? a.insertAt(1, &item) : a.append(&item));
+    expected.insert(id % 2 ? expected.begin() + 1 : expected.end(), id);
+  }
+  EXPECT_EQ(a.ids(), expected);
+  while (a.length() > 0) a.deleteAt(a.length() - 1);
+  a.add(7);
+  a.add(8);
+  EXPECT_EQ(a.ids(), (std::vector<long>{7, 8}));
+}
+
 TEST(ObjArrayTest, ElementsAreCopiesFoundByIdOrByNameIgnoringCase) {
   ItemArray a;
   Item x{1, CWsz(L"LAYER")};

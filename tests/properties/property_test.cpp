@@ -186,6 +186,20 @@ TEST(PropertyArray, ReadSkipsLinesWithoutAUsableDefinedId) {
   EXPECT_EQ(set.length(), 0);
 }
 
+// The ids come from the same lines that the read takes, undefined ones included: what a
+// read of the set would drop is visible to whoever checks a dataset.
+TEST(PropertyArray, StoredIdsAreThoseOfEveryUsableLineDefinedOrNot) {
+  CInt32Array ids;
+  ids.append(5);
+  CKdPropertyArray::readAttributeIds(
+      L"0=3\r\nabc=3\r\nno equals sign\r\n77=1\r\n-12=4\r\n=5\r\n"
+      L"  15=a=b  \r\n12x=7\n20=2,5\r\n15=\r\n\r\n",
+      ids);
+  EXPECT_EQ(ids, (CInt32Array{77, 15, 12, 20, 15}));
+  CKdPropertyArray::readAttributeIds(nullptr, ids);
+  EXPECT_EQ(ids.length(), 0);
+}
+
 // Sets list their properties in the order of the definitions, but any order reads.
 TEST(PropertyArray, ReadFindsDefinitionsInAnyOrder) {
   CKdPropertyArray set;
@@ -363,9 +377,15 @@ TEST_F(PropertySetRecord, EmptySetOrFieldLeavesTheOtherAsItWas) {
   EXPECT_TRUE(db_.getWsz(1521, text));
   EXPECT_EQ(text, L"12=5");
 
+  CInt32Array ids;
+  CKdPropertyArray::readAttributeIdsOf(db_, ids);
+  EXPECT_EQ(ids.length(), 1);
+
   ASSERT_TRUE(db_.createRec("PD", "0000010002"));
   EXPECT_TRUE(set.readFromAttributeOf(db_, definitions()));
   EXPECT_EQ(set.length(), 0);
+  CKdPropertyArray::readAttributeIdsOf(db_, ids);
+  EXPECT_EQ(ids.length(), 0);
   ASSERT_TRUE(db_.createRec("RD", "000001"));  // no property set field
   EXPECT_FALSE(setOf({property(12, L"A", V::typeInt16)}).writeToAttributeOf(db_));
 }

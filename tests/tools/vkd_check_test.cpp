@@ -120,11 +120,11 @@ TEST_F(VkdCheck, DimensionTextFormatRecordsThatASaveCouldNotStoreAreListed) {
   // A save moves "0" and leaves the four where they are.
   CKdProject project;
   ASSERT_TRUE(project.readDb(nullptr, dir_.path(L"data.vkd")));
-  ASSERT_EQ(project.dimTextFormats().length(), 8);
+  ASSERT_EQ(project.dimTextFormats().length(), 13);  // the sample's 8 and the 5 rows
   ASSERT_TRUE(project.updateDb(nullptr));
   EXPECT_EQ(runVkd({"check", file}).out, run.out);
   ASSERT_TRUE(project.readDb(nullptr, dir_.path(L"data.vkd")));
-  ASSERT_EQ(project.dimTextFormats().length(), 8);
+  ASSERT_EQ(project.dimTextFormats().length(), 13);  // the sample's 8 and the 5 rows
   EXPECT_STREQ(project.dimTextFormats().descriptionAt(2), L"Key 0") << "under 000000 now";
 }
 
@@ -162,12 +162,14 @@ TEST_F(VkdCheck, WrongCommandLineExitsWithTwoAndShowsTheUsage) {
        {std::vector<std::string>{"check"}, std::vector<std::string>{"check", file, "extra"}}) {
     auto run = runVkd(args);
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "vkd: usage: vkd check FILE.vkd\n");
+    EXPECT_EQ(run.err, "vkd: usage: vkd check FILE.vkd [--format json]\n");
   }
   auto help = runVkd({"--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_NE(help.out.find("\n  check FILE.vkd              list what a save could not store"),
-            std::string::npos)
+  EXPECT_NE(
+      help.out.find(
+          "\n  check FILE.vkd [--format json]\n                              list the problems"),
+      std::string::npos)
       << help.out;
 }
 

@@ -98,10 +98,10 @@ TEST_F(VkdTest, NewInfoListAndLockStatusOfAFreshDataset) {
   EXPECT_EQ(made.out, "Created demo.vkd\n");
   VkdRun info = inFolder({"info", "demo.vkd"});
   ASSERT_EQ(info.status, 0) << info.err;
-  EXPECT_TRUE(matches(info.out, "Property definitions +5\n")) << info.out;
-  EXPECT_TRUE(matches(info.out, "2D symbols +3\n")) << info.out;
-  EXPECT_TRUE(matches(info.out, "Product groups +4\n")) << info.out;
-  EXPECT_TRUE(matches(info.out, "Block definitions +1\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Property definitions +24\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "2D symbols +11\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Product groups +21\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Block definitions +3\n")) << info.out;
   VkdRun list = inFolder({"list", "demo.vkd", "properties"});
   ASSERT_EQ(list.status, 0) << list.err;
   EXPECT_TRUE(contains(list.out, "Width")) << list.out;
@@ -117,7 +117,8 @@ TEST_F(VkdTest, VersionHelpAndWrongCommandLines) {
   EXPECT_EQ(version.out, "vkd 18.0\n");
   VkdRun help = vkd({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char* word : {"new [--force] [--sample] FILE.vkd", "lock-status", "properties"})
+  for (const char* word :
+       {"new [--force] [--sample | --from FILE.json] FILE.vkd", "lock-status", "properties"})
     EXPECT_TRUE(contains(help.out, word)) << word;
   const struct {
     std::vector<std::string> args;
@@ -197,12 +198,12 @@ TEST_F(VkdTest, LockStatusTellsStaleLockFilesAndRefusesBadNames) {
   VkdRun stale = inFolder({"lock-status", "data.vkd"});
   EXPECT_EQ(stale.status, 4);
   EXPECT_TRUE(contains(stale.out, "stale lock file")) << stale.out;
-  EXPECT_EQ(inFolder({"lock-status", "missing.vkd"}).status, 1);
+  EXPECT_EQ(inFolder({"lock-status", "missing.vkd"}).status, 2);
   for (const char* bad : {"ab", "data.lck", "sub/"}) {
     SCOPED_TRACE(bad);
     for (const char* command : {"new", "lock-status"}) {
       VkdRun run = inFolder({command, bad});
-      EXPECT_EQ(run.status, 1);
+      EXPECT_EQ(run.status, 2);
       EXPECT_TRUE(contains(run.err, "cannot carry a lock file")) << run.err;
     }
   }
@@ -248,7 +249,7 @@ TEST_F(VkdTest, EachReasonForAFailedReadHasItsOwnMessage) {
     SCOPED_TRACE(c.file);
     const std::string before = readBytes(path(c.file));
     VkdRun run = inFolder({"info", c.file});
-    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.status, 2);
     EXPECT_TRUE(contains(run.err, std::string("cannot read ") + c.file + ": " + c.reason + " ("))
         << run.err;
     EXPECT_EQ(readBytes(path(c.file)), before);
@@ -281,7 +282,7 @@ TEST_F(VkdTest, BusyAndReadOnlyFilesGiveTheirReasons) {
   (void)!write(done[1], "x", 1);
   waitpid(writer, nullptr, 0);
   for (int fd : {ready[0], ready[1], done[0], done[1]}) close(fd);
-  EXPECT_EQ(busy.status, 1);
+  EXPECT_EQ(busy.status, 2);
   EXPECT_TRUE(contains(busy.err, "cannot read busy.vkd: busy (")) << busy.err;
   EXPECT_EQ(inFolder({"info", "busy.vkd"}).status, 0) << "readable once the writer is gone";
 
@@ -306,7 +307,7 @@ TEST_F(VkdTest, ReadOnlyDatasetInAReadOnlyFolderIsRead) {
   VkdRun info = vkd({"info", "office.vkd"}, dir_.native(), getuid() == 0 ? kNobody : -1);
   chmod(dir_.native().c_str(), 0755);
   EXPECT_EQ(info.status, 0) << info.err;
-  EXPECT_TRUE(matches(info.out, "Property definitions +5\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Property definitions +24\n")) << info.out;
   EXPECT_EQ(readBytes(path("office.vkd")), before);
   EXPECT_EQ(vxkd_test::modTimeOf(path("office.vkd")), time);
 }

@@ -111,7 +111,7 @@ TEST_F(VkdDrawingDefsTest, ImportsOfBadFilesChangeNothing) {
   };
   for (const auto& c : cases) {
     Result run = vkd({c.command, dataset(), file(c.file)});
-    EXPECT_EQ(run.code, 1) << c.command << " " << c.file;
+    EXPECT_EQ(run.code, 2) << c.command << " " << c.file;
     EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
     EXPECT_EQ(run.out, "");
   }
@@ -139,13 +139,13 @@ TEST_F(VkdDrawingDefsTest, ImportIntoALockedDatasetSaysWhoHoldsItAndChangesNothi
 TEST_F(VkdDrawingDefsTest, MissingDatasetsAndUnwritableFoldersAreReported) {
   for (const char* command : {"import-lin", "export-lin", "export-sty"}) {
     Result run = vkd({command, file("none.vkd"), kLibrary});
-    EXPECT_EQ(run.code, 1) << command;
+    EXPECT_EQ(run.code, 2) << command;
     EXPECT_NE(run.err.find("cannot read " + file("none.vkd") +
-                           " (File Not Found: Selected file cannot be found)"),
+                           ": missing (File Not Found: Selected file cannot be found)"),
               std::string::npos)
         << run.err;
   }
-  EXPECT_EQ(vkd({"list", file("none.vkd"), "layers"}).code, 1);
+  EXPECT_EQ(vkd({"list", file("none.vkd"), "layers"}).code, 2);
 
   // A folder the user may not write to; root may write anywhere but into /sys.
   std::string folder = file("readonly");

@@ -80,10 +80,10 @@ TEST_F(VkdListFormats, NewDatasetsHaveNoFormatsUnlessSampled) {
 
   ASSERT_EQ(vkd({"new", "--sample", file("sample.vkd")}).code, 0);
   VkdRun list = vkd({"list", file("sample.vkd"), "formats"});
-  EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '\n'), 5) << list.out;
-  EXPECT_NE(list.out.find("DN {Diameter}{*CRNL*}{*NOTE*}"), std::string::npos) << list.out;
+  EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '\n'), 10) << list.out;
+  EXPECT_NE(list.out.find("{*DESC*}{*CRNL*}{*NOTE*}"), std::string::npos) << list.out;
   VkdRun info = vkd({"info", file("sample.vkd")});
-  EXPECT_THAT(info.out, ::testing::ContainsRegex("\nDimension text formats +3\n"));
+  EXPECT_THAT(info.out, ::testing::ContainsRegex("\nDimension text formats +8\n"));
 }
 
 TEST_F(VkdListFormats, WrongUseFailsWithItsExitCodeAndAMessage) {
@@ -97,14 +97,14 @@ TEST_F(VkdListFormats, WrongUseFailsWithItsExitCodeAndAMessage) {
       << typo.err;
 
   VkdRun missing = vkd({"list", file("missing.vkd"), "formats"});
-  EXPECT_EQ(missing.code, 1);
+  EXPECT_EQ(missing.code, 2);
   EXPECT_EQ(missing.out, "");
   EXPECT_NE(missing.err.find("vkd: cannot read"), std::string::npos) << missing.err;
   EXPECT_NE(missing.err.find("File Not Found"), std::string::npos) << missing.err;
 
   ASSERT_TRUE(dir_.write("notes.vkd", "not a dataset\n"));
   VkdRun notes = vkd({"list", file("notes.vkd"), "formats"});
-  EXPECT_EQ(notes.code, 1);
+  EXPECT_EQ(notes.code, 2);
   EXPECT_NE(notes.err.find("Dataset cannot be opened"), std::string::npos) << notes.err;
   EXPECT_EQ(vxkd_test::readBytes(dir_.native("notes.vkd")), "not a dataset\n");
 

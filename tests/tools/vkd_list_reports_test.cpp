@@ -28,18 +28,22 @@ TEST_F(VkdListReports, SampleDatasetShowsItsReport) {
   auto run = runVkd({"list", file(), "reports"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out,
-            "Id  Name       Orientation                Lists  Columns  Sorted by          Text "
-            "style  Text height  Width\n"
-            "--  ---------  -------------------------  -----  -------  -----------------  "
-            "----------  -----------  -----\n"
-            " 1  Duct list  Horizontal (data in rows)  ducts        2  Width, Descending  "
-            "Standard              2     50\n");
+            "Id  Name                 Orientation                 Lists                      "
+            "Columns  Sorted by             Text style  Text height  Width\n"
+            "--  -------------------  --------------------------  -------------------------  "
+            "-------  --------------------  ----------  -----------  -----\n"
+            " 1  Duct list            Horizontal (data in rows)   ducts                      "
+            "      4  Width, Descending     Arial               2.5    100\n"
+            " 2  Cable schedule       Horizontal (data in rows)   power cables, data cables  "
+            "      5  CableType, Ascending  Arial                 2     85\n"
+            " 3  Ventilation devices  Vertical (data in columns)  devices of 3 groups        "
+            "      3  -                     Romans                2     55\n");
   EXPECT_EQ(run.err, "");
   auto info = runVkd({"info", file()});
   size_t row = info.out.find("\nReport definitions ");
   ASSERT_NE(row, std::string::npos) << info.out;
   std::string count = info.out.substr(row + 1, info.out.find('\n', row + 1) - row - 1);
-  EXPECT_EQ(count.substr(count.find_last_not_of(' ') - 1), " 1") << info.out;
+  EXPECT_EQ(count.substr(count.find_last_not_of(' ') - 1), " 3") << info.out;
 }
 
 TEST_F(VkdListReports, EveryColumnShowsWhatTheReportHolds) {
@@ -92,7 +96,7 @@ TEST_F(VkdListReports, WrongKindOrFileFails) {
   EXPECT_EQ(run.err.rfind("vkd: unknown kind of definition \"report\"\n", 0), 0u) << run.err;
   EXPECT_NE(run.err.find("  reports                 the report definitions\n"), std::string::npos);
   run = runVkd({"list", dir_.native("none.vkd"), "reports"});
-  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, "vkd: cannot read " + dir_.native("none.vkd") +
                          ": missing (File Not Found: Selected file cannot be found)\n");
 }
@@ -109,6 +113,8 @@ TEST_F(VkdListReports, CheckNamesReportRecordsThatASaveCouldNotStore) {
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.out,
             "record RE \" 1\" (report definition \"Hand made\"): id 1 is read from another record "
+            "too, so the definition cannot be saved\n"
+            "record RE \" 2\" (report definition \"Hand made\"): id 2 is read from another record "
             "too, so the definition cannot be saved\n"
             "record RE \"000000\" (report definition \"\"): the key holds no id of 1 to 999999, so "
             "the definition cannot be saved\n");

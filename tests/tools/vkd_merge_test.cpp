@@ -78,7 +78,7 @@ TEST_F(VkdMerge, LoadOfABadTextNamesItsLineAndLeavesNoFile) {
   for (const auto& t : kTexts) {
     ASSERT_TRUE(dir_.write("bad.json", t.text));
     const VkdRun run = vkd({"load", file("bad.json"), file("new.vkd")});
-    EXPECT_EQ(run.code, 1) << t.name;
+    EXPECT_EQ(run.code, 2) << t.name;
     EXPECT_THAT(run.err, HasSubstr("vkd: " + file("bad.json") + " line ")) << t.name;
     EXPECT_THAT(run.err, HasSubstr(t.words)) << t.name;
     if (std::string(t.name) == "truncated") {
@@ -92,7 +92,7 @@ TEST_F(VkdMerge, LoadOfABadTextNamesItsLineAndLeavesNoFile) {
     EXPECT_FALSE(exists("new.lck")) << t.name;
   }
   const VkdRun missing = vkd({"load", file("none.json"), file("new.vkd")});
-  EXPECT_EQ(missing.code, 1);
+  EXPECT_EQ(missing.code, 2);
   EXPECT_THAT(missing.err, HasSubstr("cannot read " + file("none.json")));
 }
 
@@ -119,7 +119,10 @@ TEST_F(VkdMerge, DiffExitsWithZeroOneOrTwo) {
                                     file("sample.vkd") + "  Width\n"));
   const nlohmann::json j = nlohmann::json::parse(
       vkd({"diff", "--format", "json", file("sample.vkd"), file("office.vkd")}).out);
-  EXPECT_EQ(j["counts"]["onlyInSource"].get<int>() + j["counts"]["equal"].get<int>(),
+  // The sample changes some of the default content of a new dataset (its layers and text
+  // styles) and adds the rest.
+  EXPECT_EQ(j["counts"]["onlyInSource"].get<int>() + j["counts"]["equal"].get<int>() +
+                j["counts"]["different"].get<int>(),
             all["equal"].get<int>());
   EXPECT_THAT(differ.out,
               HasSubstr(n(j["counts"]["onlyInSource"], "only in ") + file("sample.vkd")));
@@ -148,9 +151,10 @@ TEST_F(VkdMerge, MergeIntoANewDatasetThenAgainChangesNothingTheSecondTime) {
 
   const VkdRun merged = vkd({"merge", file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(merged.code, 0) << merged.err;
-  EXPECT_THAT(merged.out, HasSubstr(n(before["onlyInSource"], "created, 0 overwritten, ") +
+  EXPECT_THAT(merged.out, HasSubstr(n(before["onlyInSource"], "created, ") +
+                                    n(before["different"], "overwritten, ") +
                                     n(before["equal"], "mapped, 0 skipped")));
-  EXPECT_THAT(merged.out, HasSubstr("\n  Create      Flow (id 4)\n"));
+  EXPECT_THAT(merged.out, HasSubstr("\n  Create      Width (id 1)\n"));
   EXPECT_EQ(vkd({"diff", file("sample.vkd"), file("office.vkd")}).code, 0);
   EXPECT_FALSE(exists("office.lck"));
   const VkdRun check = vkd({"check", file("office.vkd")});
@@ -160,7 +164,8 @@ TEST_F(VkdMerge, MergeIntoANewDatasetThenAgainChangesNothingTheSecondTime) {
   const VkdRun again = vkd({"merge", "--format", "json", file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(again.code, 0) << again.err;
   EXPECT_EQ(nlohmann::json::parse(again.out)["counts"]["map"].get<int>(),
-            before["equal"].get<int>() + before["onlyInSource"].get<int>());
+            before["equal"].get<int>() + before["onlyInSource"].get<int>() +
+                before["different"].get<int>());
   EXPECT_EQ(vkd({"dump", file("office.vkd")}).out, once);
 }
 
@@ -169,13 +174,16 @@ TEST_F(VkdMerge, AnEditedPlanIsFollowed) {
       vkd({"merge", "--write-plan", file("plan.json"), file("sample.vkd"), file("office.vkd")});
   ASSERT_EQ(wrote.code, 0) << wrote.err;
   const nlohmann::json before = counts("sample.vkd", "office.vkd");
-  EXPECT_THAT(wrote.out, HasSubstr(n(before["onlyInSource"], "to create")));
+  // The sample's changes to a new dataset's default layers are overwritten by default.
+  EXPECT_THAT(wrote.out, HasSubstr(n(before["onlyInSource"], "to create, ") +
+                                   n(before["different"], "to overwrite, ") +
+                                   n(before["equal"], "to map, 0 to skip")));
   EXPECT_EQ(vkd({"diff", file("sample.vkd"), file("office.vkd")}).code, 1) << "nothing merged";
-  // The administrator takes everything but the symbol PANEL.
+  // The administrator takes everything new but the report definition "Duct list".
   std::string plan = dir_.read("plan.json");
-  const size_t panel = plan.find("{\"key\": \"PANEL\"");
-  ASSERT_NE(panel, std::string::npos) << plan;
-  const size_t action = plan.find("\"create\"", panel);
+  const size_t report = plan.find("{\"key\": \"Duct list\"");
+  ASSERT_NE(report, std::string::npos) << plan;
+  const size_t action = plan.find("\"create\"", report);
   plan.replace(action, 8, "\"skip\"");
   ASSERT_TRUE(dir_.write("plan.json", plan));
   const VkdRun merged =
@@ -183,11 +191,12 @@ TEST_F(VkdMerge, AnEditedPlanIsFollowed) {
   ASSERT_EQ(merged.code, 0) << merged.err;
   EXPECT_THAT(merged.out,
               HasSubstr(std::to_string(before["onlyInSource"].get<int>() - 1) + " created"));
-  EXPECT_THAT(merged.out, HasSubstr("  Skip        PANEL (not taken)\n"));
+  EXPECT_THAT(merged.out, HasSubstr("  Skip        Duct list (not taken)\n"));
   const VkdRun diff = vkd({"diff", file("sample.vkd"), file("office.vkd")});
   EXPECT_EQ(diff.code, 1);
   EXPECT_THAT(diff.out, HasSubstr(std::to_string(before["onlyInSource"].get<int>() - 1 +
-                                                 before["equal"].get<int>()) +
+                                                 before["equal"].get<int>() +
+                                                 before["different"].get<int>()) +
                                   " equal, 0 different, 1 only in"));
 }
 
@@ -202,7 +211,7 @@ TEST_F(VkdMerge, ABadPlanNamesItsLineAndMergesNothing) {
   const std::string before = dir_.read("office.vkd");
   const VkdRun run =
       vkd({"merge", "--plan", file("plan.json"), file("sample.vkd"), file("office.vkd")});
-  EXPECT_EQ(run.code, 1);
+  EXPECT_EQ(run.code, 2);
   EXPECT_THAT(run.err, HasSubstr(file("plan.json") + " line 6: \"action\" must be one of create, "
                                                      "overwrite, map, skip, not \"copy\"; nothing "
                                                      "was merged"));
@@ -221,7 +230,7 @@ TEST_F(VkdMerge, WrongCommandLinesAndALockedTargetAreRefused) {
   EXPECT_EQ(vkd({"dump", "--dry-run", file("sample.vkd")}).code, 2);
   const VkdRun noPlan =
       vkd({"merge", "--plan", file("none.json"), file("sample.vkd"), file("office.vkd")});
-  EXPECT_EQ(noPlan.code, 1);
+  EXPECT_EQ(noPlan.code, 2);
   EXPECT_THAT(noPlan.err, HasSubstr("cannot read the plan"));
 
   const std::string before = dir_.read("office.vkd");

@@ -98,7 +98,7 @@ TEST_F(VkdPreview, WrongCommandLinesExitWithTwo) {
       {"preview", file("texts.vkd"), "format", "1x", "-o", file("x.svg")},
       {"preview", file("texts.vkd"), "format", "-1", "-o", file("x.svg")},
       {"preview", file("texts.vkd"), "format", "", "-o", file("x.svg")},
-      {"preview", file("texts.vkd"), "product", "1", "-o", file("x.svg")},
+      {"preview", file("texts.vkd"), "block", "1", "-o", file("x.svg")},
       {"preview", file("texts.vkd"), "format", "1", "--outfile", file("x.svg")},
       {"gallery", file("x.svg")},
       {"gallery", "-o"},
@@ -128,22 +128,25 @@ TEST_F(VkdPreview, TheOutputOptionMayStandAnywhere) {
 TEST_F(VkdPreview, FailuresWriteNothingAndSayWhy) {
   makeDataset();
   ASSERT_TRUE(dir_.write("kept.svg", "old picture"));
+  // A format the dataset lacks is a wrong argument (2); one it cannot draw, or a picture that
+  // cannot be written, is work that could not be done (1).
   const struct {
     std::string id;
     std::string out;
+    int code;
     const char* message;
   } cases[] = {
-      {"99", file("kept.svg"), "has no dimension text format with id 99"},
-      {"2", file("kept.svg"),
+      {"99", file("kept.svg"), 2, "has no dimension text format with id 99"},
+      {"2", file("kept.svg"), 1,
        "format 2 cannot be laid out: its format string has a \"{\" without a \"}\""},
-      {"3", file("kept.svg"),
+      {"3", file("kept.svg"), 1,
        "format 3 cannot be laid out: its format string has 800 characters, more than 799"},
-      {"1", file("no/such/folder/out.svg"), "No such file or directory"},
-      {"1", dir_.native(), "Is a directory"},
+      {"1", file("no/such/folder/out.svg"), 1, "No such file or directory"},
+      {"1", dir_.native(), 1, "Is a directory"},
   };
   for (const auto& c : cases) {
     VkdRun run = vkd({"preview", file("texts.vkd"), "format", c.id, "-o", c.out});
-    EXPECT_EQ(run.code, 1) << c.message;
+    EXPECT_EQ(run.code, c.code) << c.message;
     EXPECT_EQ(run.out, "");
     EXPECT_THAT(run.err, HasSubstr(c.message));
   }
@@ -151,7 +154,7 @@ TEST_F(VkdPreview, FailuresWriteNothingAndSayWhy) {
   EXPECT_EQ(leftFiles(), std::vector<std::string>{"kept.svg"}) << "no temporary file left";
 
   VkdRun missing = vkd({"preview", file("missing.vkd"), "format", "1", "-o", file("x.svg")});
-  EXPECT_EQ(missing.code, 1);
+  EXPECT_EQ(missing.code, 2);
   EXPECT_THAT(missing.err, HasSubstr("vkd: cannot read"));
 }
 

@@ -13,8 +13,7 @@ namespace {
 
 int runDump(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   CKdProject project;
-  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str())))
-    return fail("cannot read " + args[0] + ": " + failureOf(project, ui));
+  if (int status = readProject(args[0], project, ui)) return status;
   const std::string text = VxKd::datasetToJson(project);
   if (options.output.empty()) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)

@@ -9,8 +9,7 @@ namespace {
 
 int exportSty(const std::vector<std::string>& args, ToolUiBackend& ui) {
   CKdProject project;
-  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str())))
-    return failWithBox("cannot read " + args[0], ui);
+  if (int status = readProject(args[0], project, ui)) return status;
   const CKdTextStyleDefArray& styles = project.textStyleDefs();
   if (!styles.exportSty(nullptr, CWsz::fromUtf8(args[1].c_str())))
     return failWithBox("cannot export the text styles to " + args[1], ui);

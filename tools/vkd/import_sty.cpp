@@ -10,13 +10,15 @@ namespace vkd {
 namespace {
 
 int importSty(const std::vector<std::string>& args, ToolUiBackend& ui) {
-  if (!cuFile::exists(CWsz::fromUtf8(args[1].c_str()))) return fail("no such file: " + args[1]);
+  if (!cuFile::exists(CWsz::fromUtf8(args[1].c_str())))
+    return failInput("no such file: " + args[1]);
   CKdDefImportReport report;
-  int result = editDataset(args[0], ui, [&](CKdProject& project) {
+  int result = editDataset(args[0], ui, [&](CKdProject& project) -> int {
     if (project.textStyleDefs().importSty(nullptr, CWsz::fromUtf8(args[1].c_str()), &report))
-      return true;
-    failWithBox("nothing imported from " + args[1] + "; " + args[0] + " is unchanged", ui);
-    return false;
+      return exitOk;
+    // The file holds nothing to import: an input that cannot be used.
+    return failInput(
+        withBox("nothing imported from " + args[1] + "; " + args[0] + " is unchanged", ui));
   });
   if (result != 0) return result;
   printImportReport(report, "text styles", args[1], args[0]);

@@ -19,14 +19,11 @@ std::string formatTime(uint64_t units) {
   return buffer;
 }
 
-int runInfo(const std::vector<std::string>& args, const Options&, ToolUiBackend& ui) {
+int runInfo(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   CKdProject project;
-  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str())))
-    return fail("cannot read " + args[0] + ": " + failureOf(project, ui));
-  std::printf("Dataset     %s\n", args[0].c_str());
-  std::printf("Last saved  %s\n\n", formatTime(project.timeStamp().time()).c_str());
+  if (int status = readProject(args[0], project, ui)) return status;
   Table table;
-  table.columns = {{"Kind of definition"}, {"Count", true}};
+  table.columns = {{"Kind of definition", false, "kind"}, {"Count", true}};
   table.addRow({"Property definitions", std::to_string(project.propertyDefs().length())});
   table.addRow({"Part ID formats", std::to_string(project.partIdFormats().length())});
   table.addRow({"Layer definitions", std::to_string(project.layerDefs().length())});
@@ -49,11 +46,27 @@ int runInfo(const std::vector<std::string>& args, const Options&, ToolUiBackend&
     polyDefs += project.polyDefSets(type)->length();
   table.addRow({"Poly-object definitions", std::to_string(polyDefs)});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
+
+  const std::string saved = formatTime(project.timeStamp().time());
+  if (options.json()) {
+    Json out = Json::object();
+    out["dataset"] = args[0];
+    out["lastSaved"] = project.timeStamp().time() ? Json(saved) : Json();
+    out["counts"] = table.toJson();
+    printJson(out);
+    return exitOk;
+  }
+  std::printf("Dataset     %s\n", args[0].c_str());
+  std::printf("Last saved  %s\n\n", saved.c_str());
   table.print();
   return exitOk;
 }
 
-const Command kInfo("info", "FILE.vkd", "show what the dataset holds", 1, "", runInfo);
+const Command kInfo("info", "FILE.vkd [--format json]", "show what the dataset holds", 1, "format",
+                    runInfo,
+                    "Prints the dataset's name, the time it was last saved (local time) and a\n"
+                    "count per kind of definition. With --format json: an object with the\n"
+                    "members dataset, lastSaved and counts (a list of {kind, count}).");
 
 }  // namespace
 }  // namespace vkd

@@ -8,7 +8,7 @@
 namespace vkd {
 namespace {
 
-int runList(const std::vector<std::string>& args, const Options&, ToolUiBackend& ui) {
+int runList(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   const ListKind* kind = nullptr;
   for (const ListKind* k : listKinds())
     if (args[1] == k->name) kind = k;
@@ -25,24 +25,31 @@ int runList(const std::vector<std::string>& args, const Options&, ToolUiBackend&
     return exitUsage;
   }
   CKdProject project;
-  if (!project.readDb(nullptr, CWsz::fromUtf8(args[0].c_str())))
-    return fail("cannot read " + args[0] + ": " + failureOf(project, ui));
+  if (int status = readProject(args[0], project, ui)) return status;
   Table table;
   if (kind->fillWith) {
     std::string why;
+    // An argument that names nothing is a wrong argument.
     if (!kind->fillWith(project, hasArgument ? args[2] : std::string(), table, why))
-      return fail(why);
+      return failInput(why);
   } else {
     kind->fill(project, table);
   }
-  table.print();
+  if (options.json())
+    printJson(table.toJson());
+  else
+    table.print();
   return exitOk;
 }
 
-const Command kList("list", "FILE.vkd KIND [ARGUMENT]",
+const Command kList("list", "FILE.vkd KIND [ARGUMENT] [--format json]",
                     "show the definitions of one kind as a table; some kinds take an\n"
                     "argument that narrows the list",
-                    2, 3, "", runList);
+                    2, 3, "format", runList,
+                    "KIND is one of the kinds that `vkd --help` lists (properties, formats,\n"
+                    "groups, products, ...). With --format json: a list with one object per\n"
+                    "row, whose members are the columns in lower camel case (\"Text height\"\n"
+                    "gives textHeight); numbers are JSON numbers, an empty number null.");
 
 }  // namespace
 }  // namespace vkd

@@ -18,14 +18,14 @@ constexpr size_t kMaxTextBytes = size_t{1} << 30;
 int runLoad(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   std::string text;
   if (int error = CEnv::current().readWholeFile(args[0], text, kMaxTextBytes))
-    return fail("cannot read " + args[0] + ": " + std::strerror(error) +
-                "; no dataset was created");
+    return failInput("cannot read " + args[0] + ": " + std::strerror(error) +
+                     "; no dataset was created");
   CKdProject project;
   int line = 0;
   std::string why;
   if (!VxKd::datasetFromJson(nullptr, text, project, &line, &why))
-    return fail(args[0] + " line " + std::to_string(line) + ": " + why +
-                "; no dataset was created");
+    return failInput(args[0] + " line " + std::to_string(line) + ": " + why +
+                     "; no dataset was created");
   if (int result = writeNewDataset(args[1], options.force, project, ui, L"vkd load")) return result;
   std::printf("Created %s from %s\n", args[1].c_str(), args[0].c_str());
   return exitOk;

@@ -3,8 +3,9 @@
 // reads the command line and runs the command.
 //
 // Options are parsed with getopt_long and may stand anywhere; "--" ends them, so that a
-// file name may begin with "-". Failures print one line on standard error and exit with 1;
-// a wrong command line exits with 2; lock-status has exit statuses of its own (tool.h).
+// file name may begin with "-". Failures print one line on standard error; the exit statuses
+// are those of tool.h (lock-status has some of its own). `vkd COMMAND --help` and `vkd help
+// COMMAND` explain one command.
 
 #include <getopt.h>
 
@@ -42,7 +43,7 @@ std::string usage() {
     text += "\n";
   }
   text +=
-      "  --help                      show this text\n"
+      "  --help                      show this text; vkd COMMAND --help explains a command\n"
       "  --version                   show the version of vkd and its library\n"
       "\n"
       "kinds of definition for list:\n";
@@ -63,6 +64,13 @@ std::string usage() {
 
 int usageError(const std::string& message) {
   std::fprintf(stderr, "vkd: %s\n%s", message.c_str(), usage().c_str());
+  return exitUsage;
+}
+
+// A wrong option: the whole usage would bury the one line that matters.
+int optionError(const std::string& message) {
+  std::fprintf(stderr, "vkd: %s\nvkd --help lists the commands and their options\n",
+               message.c_str());
   return exitUsage;
 }
 
@@ -93,6 +101,7 @@ int main(int argc, char** argv) {
     optPlan,
     optWritePlan,
     optDryRun,
+    optFrom,
   };
   static const option kOptions[] = {
       {"force", no_argument, nullptr, optForce},
@@ -104,10 +113,11 @@ int main(int argc, char** argv) {
       {"plan", required_argument, nullptr, optPlan},
       {"write-plan", required_argument, nullptr, optWritePlan},
       {"dry-run", no_argument, nullptr, optDryRun},
+      {"from", required_argument, nullptr, optFrom},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
-  bool version = false;
+  bool version = false, help = false;
   std::vector<const char*> given;  // the long names of the options given
   opterr = 0;                      // the messages are ours
   int c;
@@ -120,8 +130,8 @@ int main(int argc, char** argv) {
         options.sample = true;
         break;
       case optHelp:
-        std::printf("%s", usage().c_str());
-        return exitOk;
+        help = true;
+        break;
       case optVersion:
         version = true;
         break;
@@ -131,7 +141,7 @@ int main(int argc, char** argv) {
       case optFormat:
         options.format = optarg;
         if (options.format != "text" && options.format != "json")
-          return usageError("--format takes text or json, not \"" + options.format + "\"");
+          return optionError("--format takes text or json, not \"" + options.format + "\"");
         break;
       case optPlan:
         options.plan = optarg;
@@ -142,18 +152,36 @@ int main(int argc, char** argv) {
       case optDryRun:
         options.dryRun = true;
         break;
+      case optFrom:
+        options.from = optarg;
+        given.push_back("from");
+        break;
       case ':':
         if (std::strcmp(argv[optind - 1], "--format") == 0)
-          return usageError("option --format needs text or json");
-        return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
+          return optionError("option --format needs text or json");
+        return optionError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
-        return usageError("unknown option " + std::string(argv[optind - 1]));
+        return optionError("unknown option " + std::string(argv[optind - 1]));
     }
     if (c != optVersion)
       for (const option* o = kOptions; o->name; ++o)
         if (o->val == c) given.push_back(o->name);
   }
   std::vector<std::string> args(argv + optind, argv + argc);
+  if (!args.empty() && args[0] == "help") {
+    help = true;
+    args.erase(args.begin());
+  }
+  if (help) {
+    if (args.empty()) {
+      std::printf("%s", usage().c_str());
+      return exitOk;
+    }
+    const Command* command = findCommand(args[0]);
+    if (!command) return usageError("unknown command \"" + args[0] + "\"");
+    std::printf("%s", helpOf(*command).c_str());
+    return exitOk;
+  }
   if (version) {
     if (!args.empty() || !given.empty()) return usageError("unknown command line");
     int number = vxkdui_version_nmb();
@@ -161,19 +189,18 @@ int main(int argc, char** argv) {
     return exitOk;
   }
   if (args.empty()) return usageError("no command given");
-  if (args[0] == "help") {
-    std::printf("%s", usage().c_str());
-    return exitOk;
-  }
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());
   if (static_cast<int>(args.size()) < command->argCount ||
       static_cast<int>(args.size()) > command->maxArgCount)
     return usageOf(*command);
-  for (const char* name : given)
-    if (!accepts(*command, name))
-      return usageError(std::string(command->name) + " has no option --" + name);
+  for (const char* name : given) {
+    if (!accepts(*command, name)) {
+      warn(std::string(command->name) + " has no option --" + name);
+      return usageOf(*command);
+    }
+  }
 
   ToolUiBackend ui;
   CUiBackend::install(&ui);

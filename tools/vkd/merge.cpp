@@ -73,13 +73,11 @@ int runMerge(const std::vector<std::string>& args, const Options& options, ToolU
   std::string planText;
   if (!options.plan.empty())
     if (int error = CEnv::current().readWholeFile(options.plan, planText, kMaxPlanBytes))
-      return fail("cannot read the plan " + options.plan + ": " + std::strerror(error));
+      return failInput("cannot read the plan " + options.plan + ": " + std::strerror(error));
   CKdProject source;
-  if (!source.readDb(nullptr, CWsz::fromUtf8(from.c_str())))
-    return fail("cannot read " + from + ": " + failureOf(source, ui));
+  if (int status = readProject(from, source, ui)) return status;
   CKdProject target;
-  if (!target.readDb(nullptr, CWsz::fromUtf8(into.c_str())))
-    return fail("cannot read " + into + ": " + failureOf(target, ui));
+  if (int status = readProject(into, target, ui)) return status;
 
   // A second round when another user saved TARGET between reading and locking it: the plan
   // is made again for what TARGET holds now.
@@ -93,20 +91,23 @@ int runMerge(const std::vector<std::string>& args, const Options& options, ToolU
       int line = 0;
       std::string why;
       if (!plan.fromJson(nullptr, planText, comparison, source, target, &line, &why))
-        return fail(options.plan + " line " + std::to_string(line) + ": " + why +
-                    "; nothing was merged");
+        return failInput(options.plan + " line " + std::to_string(line) + ": " + why +
+                         "; nothing was merged");
     }
     if (!options.writePlan.empty()) {
       if (int error = writeOutputFile(options.writePlan, plan.toJson(comparison, source, target)))
         return fail("cannot write " + options.writePlan + ": " + std::strerror(error));
+      int planned[CKdMergePlan::actionSkip + 1] = {};
+      for (const CKdMergePlan::Entry& entry : plan.entries()) ++planned[entry.act];
       std::printf(
-          "Wrote the plan of merging %s into %s to %s: %d to create, %d to map, %d to skip\n"
+          "Wrote the plan of merging %s into %s to %s: %d to create, %d to overwrite, %d to "
+          "map, %d to skip\n"
           "Edit the \"action\" of an item (create, overwrite, map, skip; \"target\" names the\n"
           "item to map to) and merge with --plan %s\n",
           from.c_str(), into.c_str(), options.writePlan.c_str(),
-          comparison.count(CKdComparisonItem::onlyInSource),
-          comparison.count(CKdComparisonItem::equal),
-          comparison.count(CKdComparisonItem::different), options.writePlan.c_str());
+          planned[CKdMergePlan::actionCreate], planned[CKdMergePlan::actionOverwrite],
+          planned[CKdMergePlan::actionMap], planned[CKdMergePlan::actionSkip],
+          options.writePlan.c_str());
       return exitOk;
     }
     CKdMergeReport report;
@@ -137,8 +138,10 @@ const Command kMerge("merge",
                      "[--plan FILE | --write-plan FILE] [--dry-run] [--format json] "
                      "SOURCE.vkd TARGET.vkd",
                      "take the definitions of SOURCE into TARGET: create what only\n"
-                     "SOURCE has, keep what is equal, skip what differs, or follow\n"
-                     "a plan that --write-plan wrote and an administrator edited",
+                     "SOURCE has, keep what is equal, overwrite what differs only\n"
+                     "where TARGET still has the program's default, skip the rest;\n"
+                     "or follow a plan that --write-plan wrote and an administrator\n"
+                     "edited",
                      2, "plan,write-plan,dry-run,format", runMerge);
 
 }  // namespace

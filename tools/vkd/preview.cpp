@@ -1,6 +1,6 @@
 // vkd preview FILE.vkd KIND NAME -o OUT.svg: draws one definition into an SVG picture. The
 // kinds live in the preview_*.cpp files: a dimension text format as its editor shows it, a
-// block as its items place it.
+// block as its items place it, a product with its integrated texts, a symbol.
 
 #include <cstdio>
 #include <cstring>
@@ -30,8 +30,7 @@ int preview(const std::vector<std::string>& args, const Options& options, ToolUi
     return exitUsage;
   }
   CKdProject project;
-  if (!project.readDb(nullptr, CWsz::fromUtf8(path.c_str())))
-    return failWithBox("cannot read " + path, ui);
+  if (int status = readProject(path, project, ui)) return status;
   CGmModel model;
   std::string what;
   if (int result = kind->draw(project, args[2], model, what)) return result;
@@ -45,8 +44,18 @@ int preview(const std::vector<std::string>& args, const Options& options, ToolUi
 
 const Command kPreview("preview", "FILE.vkd KIND NAME -o OUT.svg",
                        "draw a definition as an SVG picture: a dimension text format\n"
-                       "(format ID) or a block (block NAME)",
-                       3, "output", preview);
+                       "(format ID), a block (block NAME), a product with its texts\n"
+                       "(product KEY) or a symbol (symbol ID)",
+                       3, "output", preview,
+                       "format ID     the format's preview as the format editor shows it, with\n"
+                       "              sample values (\"#.#\") and a sample note\n"
+                       "block NAME    the block as its items place it; GROUP-PATH/NAME where\n"
+                       "              blocks of several groups have the name\n"
+                       "product KEY   the product, a piece of its line (a duct, pipe or cable)\n"
+                       "              or its symbol (a device), with its integrated texts at\n"
+                       "              their offsets, filled with its values; KEY as for `vkd\n"
+                       "              show` (duct:3, GROUP-PATH:ID, an id or a description)\n"
+                       "symbol ID     a 2D symbol by its id or symbol id, with its caption");
 
 }  // namespace
 }  // namespace vkd

@@ -64,14 +64,14 @@ int drawBlock(const CKdProject& project, const std::string& name, CGmModel& mode
     if (group) found = blocksNamed(groups, wide.mid(slash + 1), group->dbId());
   }
   if (found.empty())
-    return fail(file + " has no block \"" + name + "\" (vkd list " + file +
-                " blocks shows the blocks)");
+    return failInput(file + " has no block \"" + name + "\" (vkd list " + file +
+                     " blocks shows the blocks)");
   if (found.size() > 1) {
     std::string where;
     for (const Found& f : found)
       where += (where.empty() ? "" : ", ") + groupPathOf(groups, f.group);
-    return fail(std::to_string(found.size()) + " blocks are named \"" + name + "\", in " + where +
-                "; name one as GROUP-PATH/NAME");
+    return failInput(std::to_string(found.size()) + " blocks are named \"" + name + "\", in " +
+                     where + "; name one as GROUP-PATH/NAME");
   }
   const CKdBlock& block = *found.front().block;
   block.getModel(model, project, false);

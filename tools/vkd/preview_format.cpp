@@ -33,8 +33,8 @@ int drawFormat(const CKdProject& project, const std::string& name, CGmModel& mod
   }
   const CKdDimtextFormat* format = project.dimTextFormats().findFmt(id);
   if (!format)
-    return fail(narrow(project.fileName()) + " has no dimension text format with id " +
-                std::to_string(id));
+    return failInput(narrow(project.fileName()) + " has no dimension text format with id " +
+                     std::to_string(id));
   CKdDimtext text;
   if (!text.createPreviewPic(model, *format, project.propertyDefs(), &project.textStyleDefs()))
     return fail("format " + std::to_string(id) + " cannot be laid out: " + whyNotBuilt(*format));

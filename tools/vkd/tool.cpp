@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <map>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "vxkd/platform/env.h"
@@ -26,8 +28,24 @@ int ToolUiBackend::messageBox(cuWin::HWND, const wchar_t* text, const wchar_t* c
 }
 
 int fail(const std::string& message) {
-  std::fprintf(stderr, "vkd: %s\n", message.c_str());
+  warn(message);
   return exitFailure;
+}
+
+int failInput(const std::string& message) {
+  warn(message);
+  return exitUsage;
+}
+
+void warn(const std::string& message) {
+  // What was printed before comes first, also where standard output is a pipe or a file.
+  std::fflush(stdout);
+  std::fprintf(stderr, "vkd: %s\n", message.c_str());
+}
+
+int readProject(const std::string& path, CKdProject& project, const ToolUiBackend& ui) {
+  if (project.readDb(nullptr, CWsz::fromUtf8(path.c_str()))) return exitOk;
+  return failInput("cannot read " + path + ": " + failureOf(project, ui));
 }
 
 std::string failureOf(const CKdProject& project, const ToolUiBackend& ui) {
@@ -55,6 +73,11 @@ int failWithBox(const std::string& message, const ToolUiBackend& ui) {
   return fail(message + (why.empty() ? "" : " (" + why + ")"));
 }
 
+std::string withBox(const std::string& message, const ToolUiBackend& ui) {
+  std::string why = ui.lastMessage();
+  return message + (why.empty() ? "" : " (" + why + ")");
+}
+
 std::string narrow(const wchar_t* text) { return cuSz::toUtf8(text ? text : L""); }
 
 namespace {
@@ -73,27 +96,90 @@ std::string pad(const std::string& text, size_t width, bool right) {
 
 }  // namespace
 
-void Table::print() const {
+std::vector<std::string> Table::lines(bool headings) const {
   std::vector<size_t> widths;
-  for (const auto& column : columns) widths.push_back(displayWidth(column.heading));
+  for (const auto& column : columns) widths.push_back(headings ? displayWidth(column.heading) : 0);
   for (const auto& row : rows)
     for (size_t i = 0; i < row.size() && i < widths.size(); ++i)
-      widths[i] = std::max(widths[i], displayWidth(row[i]));
-  auto printLine = [&](auto cell) {
+      widths[i] = std::max(widths[i], displayWidth(row[i].text));
+  std::vector<std::string> out;
+  auto addLine = [&](auto cell) {
     std::string line;
     for (size_t i = 0; i < columns.size(); ++i) {
       if (i) line += "  ";
       line += cell(i);
     }
     while (!line.empty() && line.back() == ' ') line.pop_back();
-    std::printf("%s\n", line.c_str());
+    out.push_back(std::move(line));
   };
-  printLine([&](size_t i) { return pad(columns[i].heading, widths[i], columns[i].right); });
-  printLine([&](size_t i) { return std::string(widths[i], '-'); });
+  if (headings) {
+    addLine([&](size_t i) { return pad(columns[i].heading, widths[i], columns[i].right); });
+    addLine([&](size_t i) { return std::string(widths[i], '-'); });
+  }
   for (const auto& row : rows)
-    printLine([&](size_t i) {
-      return pad(i < row.size() ? row[i] : std::string(), widths[i], columns[i].right);
+    addLine([&](size_t i) {
+      return pad(i < row.size() ? row[i].text : std::string(), widths[i], columns[i].right);
     });
+  return out;
+}
+
+void Table::print() const {
+  for (const std::string& line : lines()) std::printf("%s\n", line.c_str());
+}
+
+namespace {
+
+// The number a whole text spells, or null: "12" and "-2.5" are numbers, "12 mm" and "" not.
+Json numberOf(const std::string& text) {
+  if (text.empty()) return nullptr;
+  Json parsed = Json::parse(text, nullptr, false);
+  return parsed.is_number() ? parsed : Json();
+}
+
+}  // namespace
+
+Json Table::toJson() const {
+  Json out = Json::array();
+  for (const auto& row : rows) {
+    Json object = Json::object();
+    for (size_t i = 0; i < columns.size(); ++i) {
+      const Column& column = columns[i];
+      const std::string key = column.key.empty() ? camelKey(column.heading) : column.key;
+      const std::string text = i < row.size() ? row[i].text : std::string();
+      if (i < row.size() && !row[i].value.is_null())
+        object[key] = row[i].value;
+      else if (!column.right)
+        object[key] = text;
+      else if (Json number = numberOf(text); !number.is_null() || text.empty())
+        object[key] = number;
+      else
+        object[key] = text;
+    }
+    out.push_back(std::move(object));
+  }
+  return out;
+}
+
+std::string camelKey(const std::string& heading) {
+  std::string key;
+  bool newWord = false;
+  for (char c : heading) {
+    if (!std::isalnum(static_cast<unsigned char>(c))) {
+      newWord = !key.empty();
+      continue;
+    }
+    key += newWord       ? static_cast<char>(std::toupper(static_cast<unsigned char>(c)))
+           : key.empty() ? static_cast<char>(std::tolower(static_cast<unsigned char>(c)))
+                         : c;
+    newWord = false;
+  }
+  return key;
+}
+
+void printJson(const Json& value) {
+  // Texts from a damaged dataset may hold bytes that are not UTF-8: they are replaced, so
+  // that what a script reads is always valid JSON.
+  std::printf("%s\n", value.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
 namespace {
@@ -131,6 +217,12 @@ Check::Check(const char* name, Run run) : name(name), run(run) { registry<Check>
 
 std::vector<const Check*> checks() { return registered<Check>(); }
 
+std::vector<std::string> problemsOf(const CKdProject& project) {
+  std::vector<std::string> problems;
+  for (const Check* check : checks()) check->run(project, problems);
+  return problems;
+}
+
 std::string quotedKey(const std::string& key) {
   std::string out = "\"";
   for (unsigned char c : key) {
@@ -144,33 +236,86 @@ std::string quotedKey(const std::string& key) {
   return out + "\"";
 }
 
-Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run)
-    : name(name), usage(usage), help(help), argCount(argCount), maxArgCount(argCount), run(run) {
+Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run,
+                 const char* details, const char* exits)
+    : name(name),
+      usage(usage),
+      help(help),
+      argCount(argCount),
+      maxArgCount(argCount),
+      run(run),
+      details(details),
+      exits(exits) {
   registry<Command>()[name] = this;
 }
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount,
-                 const char* options, RunWithOptions run)
+                 const char* options, RunWithOptions run, const char* details, const char* exits)
     : name(name),
       usage(usage),
       help(help),
       argCount(argCount),
       maxArgCount(argCount),
       options(options),
-      runWithOptions(run) {
+      runWithOptions(run),
+      details(details),
+      exits(exits) {
   registry<Command>()[name] = this;
 }
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount,
-                 int maxArgCount, const char* options, RunWithOptions run)
+                 int maxArgCount, const char* options, RunWithOptions run, const char* details,
+                 const char* exits)
     : name(name),
       usage(usage),
       help(help),
       argCount(argCount),
       maxArgCount(maxArgCount),
       options(options),
-      runWithOptions(run) {
+      runWithOptions(run),
+      details(details),
+      exits(exits) {
   registry<Command>()[name] = this;
+}
+
+namespace {
+
+// The long options of vkd as `vkd COMMAND --help` explains them.
+constexpr struct {
+  const char* name;
+  const char* text;
+} kOptionHelp[] = {
+    {"force", "  -f, --force           replace an existing dataset"},
+    {"sample",
+     "  -s, --sample          build the sample dataset (sample-dataset.json of the\n"
+     "                        program folder)"},
+    {"from", "      --from FILE.json  build the dataset that the JSON file describes"},
+    {"output", "  -o, --output FILE     the file to write"},
+    {"format", "      --format FORMAT   text (aligned tables, the default) or json"},
+    {"plan", "      --plan FILE       the plan of the merge to follow"},
+    {"write-plan", "      --write-plan FILE write the plan of the merge instead of merging"},
+    {"dry-run", "      --dry-run         show what the merge would do, change nothing"},
+};
+
+constexpr const char* kCommonExits =
+    "exit status: 0 done; 1 the dataset has problems, or the work could not be done\n"
+    "(the dataset is locked, a file cannot be written); 2 a wrong command line, a name\n"
+    "that names nothing, or a file that cannot be read";
+
+}  // namespace
+
+std::string helpOf(const Command& command) {
+  std::string text = "usage: vkd " + std::string(command.name) + " " + command.usage + "\n\n" +
+                     command.help + "\n";
+  if (command.details) text.append("\n").append(command.details).append("\n");
+  const std::string accepted = std::string(",") + command.options + ",";
+  text += "\noptions:\n";
+  for (const auto& option : kOptionHelp)
+    if (accepted.find(std::string(",") + option.name + ",") != std::string::npos)
+      text.append(option.text).append("\n");
+  text += "  -h, --help            show this text\n\n";
+  text.append(command.exits ? command.exits : kCommonExits).append("\n");
+  return text;
 }
 
 std::vector<const Command*> commands() { return registered<Command>(); }
@@ -184,15 +329,32 @@ std::vector<const PreviewKind*> previewKinds() { return registered<PreviewKind>(
 
 namespace {
 
-void addChildren(const CKdProductGroupArray& groups, long owner, int depth,
-                 std::vector<GroupRow>& rows, std::unordered_set<long>& listed) {
-  CKdProductGroupArray children;
-  groups.getTopSubGroupsOf(owner, children);
-  for (int i = 0; i < children.length(); ++i) {
-    const CKdProductGroup* child = groups.findGroup(children.idAt(i));
-    if (!child || !listed.insert(child->dbId()).second) continue;
+// The groups of each owner, in the order of their order numbers (then of the array). The
+// array's own copy of sub groups would copy their products too: a catalogue of thousands.
+using Children = std::unordered_map<long, std::vector<const CKdProductGroup*>>;
+
+Children childrenOf(const CKdProductGroupArray& groups) {
+  Children children;
+  for (int i = 0; i < groups.length(); ++i) {
+    const CKdProductGroup* group = groups.objAt(i);
+    if (!group->isRoot()) children[group->ownerGroupId()].push_back(group);
+  }
+  for (auto& entry : children)
+    std::stable_sort(entry.second.begin(), entry.second.end(),
+                     [](const CKdProductGroup* a, const CKdProductGroup* b) {
+                       return a->orderNmb() < b->orderNmb();
+                     });
+  return children;
+}
+
+void addChildren(const Children& children, long owner, int depth, std::vector<GroupRow>& rows,
+                 std::unordered_set<long>& listed) {
+  auto it = children.find(owner);
+  if (it == children.end()) return;
+  for (const CKdProductGroup* child : it->second) {
+    if (!listed.insert(child->dbId()).second) continue;
     rows.push_back({child, depth});
-    addChildren(groups, child->dbId(), depth + 1, rows, listed);
+    addChildren(children, child->dbId(), depth + 1, rows, listed);
   }
 }
 
@@ -204,7 +366,7 @@ std::vector<GroupRow> groupTree(const CKdProductGroupArray& groups, long top) {
   if (!first) return rows;
   std::unordered_set<long> listed{top};
   rows.push_back({first, 0});
-  addChildren(groups, top, 1, rows, listed);
+  addChildren(childrenOf(groups), top, 1, rows, listed);
   return rows;
 }
 
@@ -257,10 +419,10 @@ int writeOutputFile(const std::string& path, const std::string& data) {
 }
 
 int editDataset(const std::string& path, ToolUiBackend& ui,
-                const std::function<bool(CKdProject&)>& edit) {
+                const std::function<int(CKdProject&)>& edit) {
   CWsz file = CWsz::fromUtf8(path.c_str());
   CKdProject project;
-  if (!project.readDb(nullptr, file)) return failWithBox("cannot read " + path, ui);
+  if (int status = readProject(path, project, ui)) return status;
   CLockFile lock;
   int locked = project.setEditLock(nullptr, lock);
   // 1: another user had saved and the project was read again; the edit is made on that.
@@ -273,7 +435,7 @@ int editDataset(const std::string& path, ToolUiBackend& ui,
                   "; nothing was changed, try again later");
     return failWithBox("cannot lock " + path + " for an update; nothing was changed", ui);
   }
-  if (!edit(project)) return 1;
+  if (int status = edit(project)) return status;
   if (!project.updateDb(nullptr))
     return fail("cannot save " + path + ": " + failureOf(project, ui) +
                 "; the dataset is as it was");
@@ -285,7 +447,7 @@ int writeNewDataset(const std::string& path, bool force, CKdProject& project, To
   const CWsz file = CWsz::fromUtf8(path.c_str());
   std::string why;
   const CWsz lockPath = lockFileOf(file, why);
-  if (lockPath.isEmpty()) return fail(why);
+  if (lockPath.isEmpty()) return failInput(why);
   // Holding the lock keeps every other user's update (and another new file) out until the
   // new file is in place.
   CLockFile lock;

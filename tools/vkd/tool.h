@@ -5,6 +5,7 @@
 // `vkd list` shows and that of the checks that `vkd check` runs.
 
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,10 @@
 #include "vxkd/platform/wsz.h"
 
 namespace vkd {
+
+// JSON values whose objects keep their members in the order they were written or read, so
+// that what vkd prints reads in the order of its tables.
+using Json = nlohmann::ordered_json;
 
 // Keeps the library's last message box, so that a failure can name the box's words. Nobody
 // is asked: a question gets its safe answer, a file dialog is cancelled.
@@ -38,19 +43,33 @@ class ToolUiBackend : public CUiBackend {
 // The exit statuses of vkd.
 enum exitStatus : int {
   exitOk = 0,
-  exitFailure = 1,    // the command failed; one line on standard error says why
-  exitUsage = 2,      // a command line vkd does not understand
+  // The dataset has problems (check), or the command could not do its work on it: the
+  // dataset is locked or exists already, a file cannot be written. One line on standard
+  // error says why.
+  exitFailure = 1,
+  // A command line vkd does not understand, a name or id that names nothing in the dataset,
+  // or a file that cannot be read (missing, not a dataset, damaged, busy).
+  exitUsage = 2,
   exitLocked = 3,     // lock-status: someone holds the lock
   exitStaleLock = 4,  // lock-status: a lock file that nobody holds is left
 };
 
-// Prints "vkd: message" on standard error and returns exitFailure.
+// Prints "vkd: message" on standard error, after what standard output holds so far.
+void warn(const std::string& message);
+// warn(message) and returns exitFailure.
 int fail(const std::string& message);
+// warn(message) and returns exitUsage: for a wrong argument or a file that cannot be read.
+int failInput(const std::string& message);
 // Prints the usage line of `command` on standard error; returns exitUsage.
 struct Command;
 int usageOf(const Command& command);
 // The same, with the words of the library's last message box in brackets when it showed one.
 int failWithBox(const std::string& message, const ToolUiBackend& ui);
+// `message` with the words of the library's last message box in brackets, if it showed one.
+std::string withBox(const std::string& message, const ToolUiBackend& ui);
+// Reads the dataset `path` into `project` as every reader does (read-only, shared). Returns
+// exitOk, or exitUsage after saying why the file cannot be read.
+int readProject(const std::string& path, CKdProject& project, const ToolUiBackend& ui);
 // Why the project's last read or save of `path` failed, for the failure line: the record
 // database's reason and the words of the box the library showed ("damaged (Cannot Open
 // Dataset: Dataset cannot be opened)").
@@ -61,37 +80,75 @@ CWsz lockFileOf(const CWsz& path, std::string& why);
 // UTF-8 of a wide text; "" for null.
 std::string narrow(const wchar_t* text);
 
-// A table of text cells that prints with its columns lined up under their headings.
-// Columns whose `right` flag is set are aligned to the right (numbers).
+// One cell of a table: the text it shows, and the value it has in JSON output when that is
+// not what the column makes of the text (see Table).
+struct Cell {
+  Cell(std::string text) : text(std::move(text)) {}  // NOLINT: a cell is mostly its text
+  Cell(const char* text) : text(text) {}             // NOLINT
+  Cell(std::string text, Json value) : text(std::move(text)), value(std::move(value)) {}
+
+  std::string text;
+  Json value;  // null: derived from the text
+};
+
+// A table of text cells that prints with its columns lined up under their headings, or as
+// JSON: an array with one object per row, whose members are named by the columns' keys.
+// Columns whose `right` flag is set hold numbers: they are aligned to the right, and in
+// JSON a cell of such a column is a number when its whole text is one, null when it is
+// empty, and its text otherwise. The cells of the other columns are their texts. A cell
+// that carries a value of its own has that value.
 struct Table {
   struct Column {
+    Column(std::string heading, bool right = false, std::string key = {})  // NOLINT
+        : heading(std::move(heading)), right(right), key(std::move(key)) {}
+
     std::string heading;
-    bool right = false;
+    bool right;
+    // The member name in JSON; empty: the heading in lower camel case ("Text height" gives
+    // "textHeight").
+    std::string key;
   };
   std::vector<Column> columns;
-  std::vector<std::vector<std::string>> rows;
+  std::vector<std::vector<Cell>> rows;
 
-  void addRow(std::vector<std::string> row) { rows.push_back(std::move(row)); }
+  void addRow(std::vector<Cell> row) { rows.push_back(std::move(row)); }
   // Headings, a rule of dashes, then the rows; widths count characters, not bytes.
   void print() const;
+  // The lines print() prints, without the headings and the rule when `headings` is false.
+  std::vector<std::string> lines(bool headings = true) const;
+  // The rows as a JSON array.
+  Json toJson() const;
 };
+
+// The JSON member name of a heading: its words in lower camel case, other characters left
+// out ("Bold/italic" gives "boldItalic").
+std::string camelKey(const std::string& heading);
+
+// Prints `value` on standard output, indented by two, with a line end.
+void printJson(const Json& value);
 
 // The options of the command line, each for the commands that name it.
 struct Options {
-  bool force = false;     // new: replace an existing dataset
-  bool sample = false;    // new: add example definitions
-  std::string output;     // preview, gallery, dump: the file to write (-o, --output)
-  std::string format;     // diff, merge: "text" (the default) or "json" (--format)
+  bool force = false;   // new: replace an existing dataset
+  bool sample = false;  // new: build the sample dataset
+  std::string from;     // new: the JSON description to build the dataset from (--from)
+  std::string output;   // preview, gallery, dump, describe: the file to write (-o, --output)
+  // info, list, show, check, units, diff, merge: "text" (the default; aligned tables for
+  // people) or "json" (for scripts) (--format)
+  std::string format;
   std::string plan;       // merge: the plan to follow (--plan)
   std::string writePlan;  // merge: where to write the plan instead of merging (--write-plan)
   bool dryRun = false;    // merge: show what would be done, change nothing (--dry-run)
+
+  bool json() const { return format == "json"; }
 };
 
 // One kind of definition that `vkd list FILE KIND` shows. Each kind lives in a source file
 // of its own and registers itself with a static ListKind object. A kind that takes an
 // optional argument (`vkd list FILE products GROUP-PATH`) names it and fills its table with
 // `fillWith`, which gets "" without one and returns false, having put the reason into
-// `why`, when the argument names nothing.
+// `why`, when the argument names nothing. With --format json, the table's rows are printed
+// as JSON (Table::toJson).
 struct ListKind {
   using Fill = void (*)(const CKdProject& project, Table& table);
   using FillWith = bool (*)(const CKdProject& project, const std::string& argument, Table& table,
@@ -112,16 +169,20 @@ std::vector<const ListKind*> listKinds();
 // Command object. `run` gets the arguments after the command name, exactly `argCount` of
 // them (or up to `maxArgCount`, for a command that takes optional ones), and returns the
 // exit code. A command that takes options names the long options it accepts
-// ("force,sample") and gets them in `runWithOptions`.
+// ("force,sample") and gets them in `runWithOptions`. `vkd COMMAND --help` prints the usage,
+// the help, the `details` when given (the arguments, what the output holds) and the options
+// it accepts, and the exit statuses: `exits` where they are not those of exitStatus.
 struct Command {
   using Run = int (*)(const std::vector<std::string>& args, ToolUiBackend& ui);
   using RunWithOptions = int (*)(const std::vector<std::string>& args, const Options& options,
                                  ToolUiBackend& ui);
-  Command(const char* name, const char* usage, const char* help, int argCount, Run run);
+  Command(const char* name, const char* usage, const char* help, int argCount, Run run,
+          const char* details = nullptr, const char* exits = nullptr);
   Command(const char* name, const char* usage, const char* help, int argCount, const char* options,
-          RunWithOptions run);
+          RunWithOptions run, const char* details = nullptr, const char* exits = nullptr);
   Command(const char* name, const char* usage, const char* help, int argCount, int maxArgCount,
-          const char* options, RunWithOptions run);
+          const char* options, RunWithOptions run, const char* details = nullptr,
+          const char* exits = nullptr);
 
   const char* name;
   const char* usage;  // the options and arguments, as the usage text shows them
@@ -131,7 +192,11 @@ struct Command {
   const char* options = "";
   Run run = nullptr;
   RunWithOptions runWithOptions = nullptr;
+  const char* details = nullptr;  // more lines for `vkd COMMAND --help`
+  const char* exits = nullptr;    // its exit statuses, when they are not those of exitStatus
 };
+// What `vkd COMMAND --help` prints.
+std::string helpOf(const Command& command);
 // Every registered command, in the order of their names.
 std::vector<const Command*> commands();
 
@@ -184,10 +249,11 @@ int writeOutputFile(const std::string& path, const std::string& data);
 
 // Stores an edit of the dataset at `path` as a designer's program does: reads it, takes the
 // edit lock (refused while another user updates the dataset), lets `edit` change the
-// project, writes it back and releases the lock. `edit` returns false, having said why, when
-// there is nothing to store. Returns the exit code.
+// project, writes it back and releases the lock. `edit` returns exitOk to store the change,
+// or the exit status, having said why, when there is nothing to store. Returns the exit
+// status.
 int editDataset(const std::string& path, ToolUiBackend& ui,
-                const std::function<bool(CKdProject&)>& edit);
+                const std::function<int(CKdProject&)>& edit);
 
 // Writes `project` as a new dataset file at `path`, as vkd new makes one: under the lock of
 // the new file (taken in the name of `owner`), replacing an existing file only when `force`
@@ -208,6 +274,8 @@ struct Check {
 };
 // Every registered check, in the order of their names.
 std::vector<const Check*> checks();
+// The problems that every registered check finds in `project`, in the order of the checks.
+std::vector<std::string> problemsOf(const CKdProject& project);
 // `key` in double quotes, control characters and quotes written as escapes, so that an empty
 // key or one with a NUL is visible on a line of its own.
 std::string quotedKey(const std::string& key);

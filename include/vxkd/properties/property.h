@@ -103,6 +103,12 @@ class VXKD_API CKdPropertyArray : public CKdOwningArray<CKdProperty> {
   // a line without "=", whose id is not a positive number or not defined in `defs`, is
   // skipped. The value after the first "=" is set as the definition's type.
   void readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs);
+  // The definition ids that the stored form `text` names, in line order (emptied first):
+  // the id of every line that readAttributeText reads, also of those it skips because no
+  // definition holds the id. So a caller sees what a read of the set would drop.
+  static void readAttributeIds(const wchar_t* text, CInt32Array& ids);
+  // The same for field 1521 of the current record; an absent field names none.
+  static void readAttributeIdsOf(CQbase& db, CInt32Array& ids);
 
   // Writes the stored form as field 1521 of the current record; an empty set writes nothing
   // and leaves the field as it was (true). False when the database refuses the field.
