@@ -93,6 +93,8 @@ int main(int argc, char** argv) {
     optPlan,
     optWritePlan,
     optDryRun,
+    optPort,
+    optAddress,
   };
   static const option kOptions[] = {
       {"force", no_argument, nullptr, optForce},
@@ -104,6 +106,8 @@ int main(int argc, char** argv) {
       {"plan", required_argument, nullptr, optPlan},
       {"write-plan", required_argument, nullptr, optWritePlan},
       {"dry-run", no_argument, nullptr, optDryRun},
+      {"port", required_argument, nullptr, optPort},
+      {"address", required_argument, nullptr, optAddress},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
@@ -142,9 +146,19 @@ int main(int argc, char** argv) {
       case optDryRun:
         options.dryRun = true;
         break;
+      case optPort:
+        options.port = optarg;
+        break;
+      case optAddress:
+        options.address = optarg;
+        break;
       case ':':
         if (std::strcmp(argv[optind - 1], "--format") == 0)
           return usageError("option --format needs text or json");
+        if (std::strcmp(argv[optind - 1], "--port") == 0)
+          return usageError("option --port needs a number");
+        if (std::strcmp(argv[optind - 1], "--address") == 0)
+          return usageError("option --address needs an address");
         return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));

@@ -1,0 +1,369 @@
+// The page of the dataset editor: a tree of pages, a table per kind of definition, an edit
+// form, and the library's message boxes as dialogs. It speaks JSON to the vkd edit server.
+'use strict';
+
+const $ = (id) => document.getElementById(id);
+const PAGES = [
+  { kind: 'propertyDefs', title: 'Property definitions', editable: true,
+    columns: [['name', 'Name'], ['desc', 'Description'], ['valueTypeName', 'Value type'],
+              ['unitLabel', 'Unit'], ['decimals', 'Decimals']] },
+  { kind: 'partIdFormats', title: 'Part ID formats' },
+  { kind: 'layers', title: 'Layers' },
+  { kind: 'linetypes', title: 'Linetypes', lin: true },
+  { kind: 'textStyles', title: 'Text styles' },
+  { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
+  { kind: 'reports', title: 'Report definitions' },
+  { kind: 'groups', title: 'Product groups', products: true,
+    columns: [['desc', 'Description'], ['partId', 'Part ID'], ['linetype', 'Linetype'],
+              ['color', 'Colour'], ['properties', 'Properties']] },
+];
+const PAGE_ROWS = 100;
+
+const state = { page: null, items: [], columns: [], sort: null, editing: null,
+                group: null, productsTotal: 0, productsLoading: false };
+
+function status(text) { $('status').textContent = text || ''; }
+
+// Shows one message box of the library and resolves with the button pressed.
+function showBox(box) {
+  return new Promise((resolve) => {
+    $('box-caption').textContent = box.caption;
+    $('box-text').textContent = box.text;
+    const buttons = $('box-buttons');
+    buttons.replaceChildren();
+    for (const name of box.buttons) {
+      const button = document.createElement('button');
+      button.type = 'button';
+      button.textContent = name.charAt(0).toUpperCase() + name.slice(1);
+      button.dataset.answer = name;
+      button.addEventListener('click', () => { $('box').close(); resolve(name); });
+      buttons.append(button);
+    }
+    $('box').showModal();
+    buttons.firstChild.focus();
+  });
+}
+
+// Sends a request; shows the boxes the library raised, asks its questions and sends the
+// request again with the answers. Resolves with { status, body }.
+async function api(method, path, body, answers = []) {
+  const init = { method, headers: {} };
+  if (body !== undefined) {
+    init.headers['Content-Type'] = 'application/json';
+    init.body = JSON.stringify(Object.assign({}, body, { answers }));
+  }
+  const response = await fetch('api/' + path, init);
+  let data = {};
+  try { data = await response.json(); } catch (e) { data = { error: response.statusText }; }
+  for (const box of data.messages || []) {
+    if (!answers.length || box.buttons.length === 1) await showBox(box);
+  }
+  if (data.question) {
+    const answer = await showBox(data.question);
+    return api(method, path, body, answers.concat([answer]));
+  }
+  if (!response.ok && !(data.messages || []).length && data.error) {
+    await showBox({ caption: 'Dataset editor', text: data.error, buttons: ['ok'] });
+  }
+  return { status: response.status, body: data };
+}
+
+function cell(text) {
+  const td = document.createElement('td');
+  td.textContent = text === undefined || text === null ? '' : String(text);
+  return td;
+}
+
+function renderHead() {
+  const row = document.createElement('tr');
+  for (const [key, title] of state.columns) {
+    const th = document.createElement('th');
+    th.textContent = title;
+    th.dataset.key = key;
+    if (state.sort && state.sort.key === key) th.className = state.sort.dir > 0 ? 'asc' : 'desc';
+    th.addEventListener('click', () => {
+      state.sort = { key, dir: state.sort && state.sort.key === key ? -state.sort.dir : 1 };
+      renderHead();
+      renderRows();
+    });
+    row.append(th);
+  }
+  document.querySelector('#table thead').replaceChildren(row);
+}
+
+function visibleItems() {
+  const words = $('filter').value.toLowerCase().split(/\s+/).filter((w) => w);
+  let items = state.items.filter((item) => words.every((w) =>
+    state.columns.some(([key]) => String(item[key] ?? '').toLowerCase().includes(w))));
+  if (state.sort) {
+    const { key, dir } = state.sort;
+    items = items.slice().sort((a, b) => {
+      const x = a[key], y = b[key];
+      const c = typeof x === 'number' && typeof y === 'number' ? x - y
+        : String(x ?? '').localeCompare(String(y ?? ''), undefined, { sensitivity: 'base', numeric: true });
+      return c * dir;
+    });
+  }
+  return items;
+}
+
+function renderRows() {
+  const body = document.querySelector('#table tbody');
+  const rows = [];
+  for (const item of visibleItems()) {
+    const tr = document.createElement('tr');
+    for (const [key] of state.columns) tr.append(cell(item[key]));
+    if (state.editing && item.id === state.editing.id) tr.className = 'selected';
+    tr.addEventListener('click', () => select(item, tr));
+    rows.push(tr);
+  }
+  body.replaceChildren(...rows);
+}
+
+function select(item, tr) {
+  for (const row of document.querySelectorAll('#table tbody tr.selected')) row.className = '';
+  tr.className = 'selected';
+  if (state.page.editable) openForm(item);
+  if (state.page.preview) { $('fmt').value = item.fmt || ''; state.previewId = item.id; updatePreview(); }
+}
+
+async function loadList() {
+  const { body } = await api('GET', state.page.kind);
+  state.items = body.items || [];
+  if (!state.page.columns) state.columns = (body.columns || []).map((c) => [c.key, c.title]);
+  renderHead();
+  renderRows();
+}
+
+// ---- property definitions -------------------------------------------------------------
+
+let info = null;
+
+function fillChoices() {
+  const units = $('f-unit');
+  units.replaceChildren();
+  const groups = new Map();
+  for (const unit of info.units) {
+    const name = unit.quantity || '-';
+    if (!groups.has(name)) {
+      const group = document.createElement('optgroup');
+      group.label = name;
+      groups.set(name, group);
+      units.append(group);
+    }
+    const option = new Option(unit.label || '(none)', unit.id);
+    groups.get(name).append(option);
+  }
+  $('f-type').replaceChildren(...info.valueTypes.map((t) =>
+    new Option(t.name === t.detail || t.id < 2 ? t.name : t.name + ' (' + t.detail + ')', t.id)));
+  $('f-decimals').max = info.maxDecimals;
+}
+
+function openForm(item) {
+  state.editing = item;
+  $('form').hidden = false;
+  $('form-title').textContent = item ? 'Property definition ' + item.id : 'New property definition';
+  $('f-name').value = item ? item.name : '';
+  $('f-desc').value = item ? item.desc : '';
+  $('f-type').value = item ? item.valueType : 5;
+  $('f-unit').value = item ? item.unit : 0;
+  $('f-decimals').value = item ? item.decimals : 0;
+  $('delete').disabled = !item;
+  $('f-name').focus();
+}
+
+async function saveForm(event) {
+  event.preventDefault();
+  const fields = { name: $('f-name').value, desc: $('f-desc').value,
+                   valueType: Number($('f-type').value), unit: Number($('f-unit').value),
+                   decimals: Number($('f-decimals').value) };
+  const editing = state.editing;
+  const { status: code, body } = editing
+    ? await api('PUT', 'propertyDefs/' + editing.id, fields)
+    : await api('POST', 'propertyDefs', fields);
+  if (body.reloaded) {
+    // Another user saved: show the new content, keep what was typed in the form.
+    await loadList();
+    status('The dataset was read again; your entries are kept. Save again to store them.');
+    return;
+  }
+  if (code >= 300) return;
+  status('Saved "' + body.item.name + '".');
+  await loadList();
+  openForm(state.items.find((i) => i.id === body.item.id));
+  renderRows();
+}
+
+async function deleteItem() {
+  const editing = state.editing;
+  if (!editing) return;
+  const { status: code, body } = await api('DELETE', 'propertyDefs/' + editing.id, {});
+  await loadList();
+  if (code < 300) {
+    status('Deleted "' + editing.name + '".');
+    $('form').hidden = true;
+    state.editing = null;
+  } else if (body.reloaded) {
+    status('The dataset was read again.');
+  }
+}
+
+// ---- dimension text formats -----------------------------------------------------------
+
+let previewTimer = null;
+let previewSeq = 0;
+
+async function updatePreview() {
+  const seq = ++previewSeq;
+  const response = await fetch('api/dimTextFormats/preview', {
+    method: 'POST', headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify({ id: state.previewId || 0, fmt: $('fmt').value }) });
+  const data = await response.json();
+  if (seq !== previewSeq) return;  // a later keystroke's answer decides
+  const preview = $('preview');
+  if (!response.ok) { preview.textContent = data.error || 'no preview'; return; }
+  const img = document.createElement('img');
+  img.alt = 'preview of ' + $('fmt').value;
+  img.src = 'data:image/svg+xml;charset=utf-8,' + encodeURIComponent(data.svg);
+  preview.replaceChildren(img);
+  preview.dataset.fmt = $('fmt').value;
+}
+
+// ---- linetypes ------------------------------------------------------------------------
+
+async function uploadLin() {
+  const file = $('upload').files[0];
+  if (!file) return;
+  const response = await fetch('api/linetypes/import', { method: 'POST', body: file,
+    headers: { 'Content-Type': 'application/octet-stream' } });
+  let data = {};
+  try { data = await response.json(); } catch (e) { data = { error: response.status === 413 ? 'The file is too large.' : response.statusText }; }
+  for (const box of data.messages || []) await showBox(box);
+  if (!response.ok) {
+    if (!(data.messages || []).length) await showBox({ caption: 'Import LIN file', text: data.error || 'Refused', buttons: ['ok'] });
+  } else {
+    status('Imported ' + data.report.imported + ' linetypes: ' + data.report.added + ' new, ' + data.report.replaced + ' replaced.');
+  }
+  $('upload').value = '';
+  await loadList();
+}
+
+// ---- product groups and products ------------------------------------------------------
+
+async function loadGroups() {
+  const { body } = await api('GET', 'groups');
+  const groups = body.items || [];
+  const children = new Map();
+  for (const g of groups) {
+    if (!children.has(g.owner)) children.set(g.owner, []);
+    children.get(g.owner).push(g);
+  }
+  for (const list of children.values()) list.sort((a, b) => a.order - b.order);
+  const ids = new Set(groups.map((g) => g.id));
+  const tree = $('groups');
+  const nodes = [];
+  const seen = new Set();
+  const add = (g, depth) => {
+    if (seen.has(g.id)) return;
+    seen.add(g.id);
+    const div = document.createElement('div');
+    div.style.paddingLeft = depth + 'rem';
+    div.textContent = g.desc + (g.products ? ' (' + g.products + ')' : '');
+    div.addEventListener('click', () => {
+      for (const n of tree.querySelectorAll('.active')) n.className = '';
+      div.className = 'active';
+      openGroup(g.id);
+    });
+    nodes.push(div);
+    for (const child of children.get(g.id) || []) add(child, depth + 1);
+  };
+  for (const g of groups) if (!ids.has(g.owner) || g.owner === g.id) add(g, 0);
+  tree.replaceChildren(...nodes);
+}
+
+async function openGroup(id) {
+  state.group = id;
+  state.items = [];
+  state.productsTotal = 0;
+  document.querySelector('#table tbody').replaceChildren();
+  await loadProducts();
+}
+
+// Loads the next page of the group's products; the table grows as it is scrolled.
+async function loadProducts() {
+  if (state.productsLoading || state.group === null) return;
+  if (state.items.length && state.items.length >= state.productsTotal) return;
+  state.productsLoading = true;
+  const group = state.group;
+  const query = 'products?group=' + group + '&offset=' + state.items.length + '&limit=' + PAGE_ROWS +
+    '&filter=' + encodeURIComponent($('filter').value);
+  const { body } = await api('GET', query);
+  state.productsLoading = false;
+  if (group !== state.group) return;
+  state.productsTotal = body.total || 0;
+  state.items = state.items.concat(body.rows || []);
+  renderRows();
+  status(state.items.length + ' of ' + state.productsTotal + ' products shown');
+}
+
+// ---- pages ----------------------------------------------------------------------------
+
+async function openPage(page) {
+  state.page = page;
+  state.sort = null;
+  state.editing = null;
+  state.group = null;
+  state.items = [];
+  state.columns = page.columns || [];
+  for (const li of $('tree').children) li.className = li.dataset.kind === page.kind ? 'active' : '';
+  $('title').textContent = page.title;
+  $('form').hidden = true;
+  $('add').hidden = !page.editable;
+  $('format-form').hidden = !page.preview;
+  $('upload-label').hidden = $('download').hidden = !page.lin;
+  $('groups').hidden = !page.products;
+  $('filter').value = '';
+  status('');
+  renderHead();
+  if (page.products) {
+    document.querySelector('#table tbody').replaceChildren();
+    await loadGroups();
+  } else {
+    await loadList();
+  }
+  if (page.preview) { state.previewId = 0; updatePreview(); }
+}
+
+async function start() {
+  info = (await api('GET', 'info')).body;
+  $('file').textContent = info.file;
+  fillChoices();
+  for (const page of PAGES) {
+    const li = document.createElement('li');
+    li.textContent = page.title;
+    li.dataset.kind = page.kind;
+    li.addEventListener('click', () => openPage(page));
+    $('tree').append(li);
+  }
+  $('filter').addEventListener('input', () => {
+    if (state.page.products) openGroup(state.group); else renderRows();
+  });
+  $('add').addEventListener('click', () => openForm(null));
+  $('form').addEventListener('submit', saveForm);
+  $('delete').addEventListener('click', deleteItem);
+  $('cancel').addEventListener('click', () => { $('form').hidden = true; state.editing = null; renderRows(); });
+  $('fmt').addEventListener('input', () => {
+    clearTimeout(previewTimer);
+    previewTimer = setTimeout(updatePreview, 150);
+  });
+  $('format-form').addEventListener('submit', (e) => e.preventDefault());
+  $('upload').addEventListener('change', uploadLin);
+  $('content').addEventListener('scroll', () => {
+    const c = $('content');
+    if (state.page.products && c.scrollTop + c.clientHeight > c.scrollHeight - 200) loadProducts();
+  });
+  $('box').addEventListener('cancel', (e) => e.preventDefault());
+  await openPage(PAGES[0]);
+}
+
+start();
