@@ -215,6 +215,10 @@ let previewSeq = 0;
 
 async function updatePreview() {
   const seq = ++previewSeq;
+  if (!$('fmt').value) {
+    $('preview').replaceChildren();
+    return;
+  }
   const response = await fetch('api/dimTextFormats/preview', {
     method: 'POST', headers: { 'Content-Type': 'application/json' },
     body: JSON.stringify({ id: state.previewId || 0, fmt: $('fmt').value }) });
@@ -331,7 +335,7 @@ async function openPage(page) {
   } else {
     await loadList();
   }
-  if (page.preview) { state.previewId = 0; updatePreview(); }
+  if (page.preview) { state.previewId = 0; $('fmt').value = ''; updatePreview(); }
 }
 
 async function start() {

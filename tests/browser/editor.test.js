@@ -46,19 +46,23 @@ function startEditor() {
   });
 }
 
+// A browser of its own: chromium with a fresh profile folder.
 async function launch() {
   const profile = fs.mkdtempSync(path.join(os.tmpdir(), 'vkd-chromium-'));
-  const browser = await chromium.launch({
+  profiles.push(profile);
+  const context = await chromium.launchPersistentContext(profile, {
     executablePath: CHROMIUM,
+    headless: true,
+    viewport: { width: 1280, height: 760 },
     args: ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-           '--disable-background-networking', '--disable-component-update', '--disable-sync',
-           '--user-data-dir=' + profile],
+           '--disable-background-networking', '--disable-component-update', '--disable-sync'],
   });
-  return { browser, profile };
+  browsers.push(context);
+  return context;
 }
 
-async function openPage(browser, url) {
-  const page = await (await browser.newContext({ viewport: { width: 1280, height: 760 } })).newPage();
+async function openPage(context, url) {
+  const page = context.pages()[0] || await context.newPage();
   const errors = [];
   page.on('pageerror', (e) => errors.push(String(e)));
   page.on('console', (m) => { if (m.type() === 'error') errors.push(m.text()); });
@@ -88,7 +92,9 @@ async function takeBox(page, shot) {
 const tests = [];
 function test(name, fn) { tests.push({ name, fn }); }
 
-let editor, second, browser, profile, page;
+const profiles = [];
+const browsers = [];
+let editor, second, page;
 
 test('opens a dataset and shows every page', async () => {
   const titles = await page.$$eval('#tree li', (lis) => lis.map((li) => li.textContent));
@@ -96,7 +102,7 @@ test('opens a dataset and shows every page', async () => {
   for (const [i, title] of titles.entries()) {
     await showPage(page, title);
     if (title === 'Product groups') {
-      await page.click('#groups div >> nth=0');
+      await page.click('#groups div:has-text("(") >> nth=0');
       await page.waitForSelector('#table tbody tr');
     }
     await page.waitForTimeout(200);
@@ -172,7 +178,7 @@ test('a LIN file is imported by upload', async () => {
 
 test('a second browser is told of the first one\'s save and keeps what it typed', async () => {
   second = await startEditor();
-  const other = await openPage(browser, second.url);
+  const other = await openPage(await launch(), second.url);
   // The second user starts typing, then the first one saves.
   await other.click('#add');
   await other.fill('#f-name', 'Slope');
@@ -201,8 +207,7 @@ test('a second browser is told of the first one\'s save and keeps what it typed'
   try {
     vkd('new', '--sample', dataset);
     editor = await startEditor();
-    ({ browser, profile } = await launch());
-    page = await openPage(browser, editor.url);
+    page = await openPage(await launch(), editor.url);
     for (const t of tests) {
       try {
         await t.fn();
@@ -217,10 +222,10 @@ test('a second browser is told of the first one\'s save and keeps what it typed'
     failed++;
     console.log('not ok - setting up: ' + (e.stack || e));
   } finally {
-    if (browser) await browser.close();
+    for (const b of browsers) await b.close();
     for (const e of [editor, second]) if (e) e.child.kill('SIGTERM');
     fs.rmSync(work, { recursive: true, force: true });
-    if (profile) fs.rmSync(profile, { recursive: true, force: true });
+    for (const p of profiles) fs.rmSync(p, { recursive: true, force: true });
   }
   console.log(failed ? failed + ' failed' : 'all passed; screenshots in ' + SHOTS);
   process.exit(failed ? 1 : 0);

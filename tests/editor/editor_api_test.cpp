@@ -248,18 +248,38 @@ TEST_F(EditorApiTest, ALinFileWithoutLinetypesChangesNothing) {
 }
 
 TEST_F(EditorApiTest, ProductsComeInPages) {
+  // Three more products in the group of the grille: four in all.
+  {
+    CKdProject project = reread();
+    CKdProductGroup* group = project.productGroups().findGroup(2);
+    for (int i = 0; i < 3; ++i) {
+      CKdProductDef product = *group->products().objAt(0);
+      product.setDbId(10 + i);
+      product.setDesc(CWsz::fromUtf8(("Diffuser " + std::to_string(i)).c_str()));
+      group->products().append(&product);
+    }
+    ASSERT_TRUE(project.saveDbAs(nullptr, project.fileName()));
+    std::string why;
+    ASSERT_TRUE(api_.open(why)) << why;
+  }
   ApiReply reply =
-      call("GET", "/products", nullptr, {{"group", "2"}, {"offset", "1"}, {"limit", "1"}});
+      call("GET", "/products", nullptr, {{"group", "2"}, {"offset", "1"}, {"limit", "2"}});
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
-  EXPECT_EQ(reply.body["total"], 2);
-  ASSERT_EQ(reply.body["rows"].size(), 1u);
-  EXPECT_EQ(reply.body["rows"][0]["desc"], "Socket outlet");
+  EXPECT_EQ(reply.body["total"], 4);
+  ASSERT_EQ(reply.body["rows"].size(), 2u);
+  // In the order of the library's list of the group.
+  const CKdProductDefArray& products = api_.project().productGroups().findGroup(2)->products();
+  EXPECT_EQ(reply.body["rows"][0]["desc"], products.objAt(1)->desc().toUtf8());
+  EXPECT_EQ(reply.body["rows"][1]["desc"], products.objAt(2)->desc().toUtf8());
+  reply = call("GET", "/products", nullptr, {{"group", "2"}, {"offset", "3"}, {"limit", "2"}});
+  EXPECT_EQ(reply.body["rows"].size(), 1u);
   reply = call("GET", "/products", nullptr, {{"group", "2"}, {"filter", "GRILLE"}});
   EXPECT_EQ(reply.body["total"], 1);
   EXPECT_NE(reply.body["rows"][0]["properties"].get<std::string>().find("Width=600"),
             std::string::npos);
   EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "x"}}).status, 400);
   EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "2"}, {"limit", "0"}}).status, 400);
+  EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "2"}, {"offset", "-1"}}).status, 400);
   EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "77"}}).status, 404);
 }
 
