@@ -7,7 +7,7 @@ const PAGES = [
   { kind: 'propertyDefs', title: 'Property definitions', editable: true,
     columns: [['name', 'Name'], ['desc', 'Description'], ['valueTypeName', 'Value type'],
               ['unitLabel', 'Unit'], ['decimals', 'Decimals']] },
-  { kind: 'partIdFormats', title: 'Part ID formats' },
+  { kind: 'partIdFormats', title: 'Part ID formats', partIds: true },
   { kind: 'layers', title: 'Layers' },
   { kind: 'linetypes', title: 'Linetypes', lin: true },
   { kind: 'textStyles', title: 'Text styles' },
@@ -124,6 +124,7 @@ function select(item, tr) {
   for (const row of document.querySelectorAll('#table tbody tr.selected')) row.className = '';
   tr.className = 'selected';
   if (state.page.editable) openForm(item);
+  if (state.page.partIds) openPartIdForm(item);
   if (state.page.preview) { $('fmt').value = item.fmt || ''; state.previewId = item.id; updatePreview(); }
 }
 
@@ -205,6 +206,49 @@ async function deleteItem() {
     state.editing = null;
   } else if (body.reloaded) {
     status('The dataset was read again.');
+  }
+}
+
+// ---- part ID formats -------------------------------------------------------------------
+
+function openPartIdForm(item) {
+  state.editing = item;
+  $('pid-form').hidden = false;
+  $('pid-title').textContent = item ? 'Part ID format ' + item.id : 'New part ID format';
+  $('p-desc').value = item ? item.desc : '';
+  $('p-format').value = item ? item.format : '';
+  $('p-delete').disabled = !item;
+  $('p-desc').focus();
+}
+
+async function savePartId(event) {
+  event.preventDefault();
+  const fields = { desc: $('p-desc').value, format: $('p-format').value };
+  const editing = state.editing;
+  const { status: code, body } = editing
+    ? await api('PUT', 'partIdFormats/' + editing.id, fields)
+    : await api('POST', 'partIdFormats', fields);
+  if (body.reloaded) {
+    await loadList();
+    status('The dataset was read again; your entries are kept. Save again to store them.');
+    return;
+  }
+  if (code >= 300) return;
+  status('Saved "' + body.item.desc + '".');
+  await loadList();
+  openPartIdForm(state.items.find((i) => i.id === body.item.id));
+  renderRows();
+}
+
+async function deletePartId() {
+  const editing = state.editing;
+  if (!editing) return;
+  const { status: code } = await api('DELETE', 'partIdFormats/' + editing.id, {});
+  await loadList();
+  if (code < 300) {
+    status('Deleted "' + editing.desc + '".');
+    $('pid-form').hidden = true;
+    state.editing = null;
   }
 }
 
@@ -322,7 +366,8 @@ async function openPage(page) {
   for (const li of $('tree').children) li.className = li.dataset.kind === page.kind ? 'active' : '';
   $('title').textContent = page.title;
   $('form').hidden = true;
-  $('add').hidden = !page.editable;
+  $('add').hidden = !page.editable && !page.partIds;
+  $('pid-form').hidden = true;
   $('format-form').hidden = !page.preview;
   $('upload-label').hidden = $('download').hidden = !page.lin;
   $('groups').hidden = !page.products;
@@ -352,7 +397,10 @@ async function start() {
   $('filter').addEventListener('input', () => {
     if (state.page.products) openGroup(state.group); else renderRows();
   });
-  $('add').addEventListener('click', () => openForm(null));
+  $('add').addEventListener('click', () => (state.page.partIds ? openPartIdForm(null) : openForm(null)));
+  $('pid-form').addEventListener('submit', savePartId);
+  $('p-delete').addEventListener('click', deletePartId);
+  $('p-cancel').addEventListener('click', () => { $('pid-form').hidden = true; state.editing = null; renderRows(); });
   $('form').addEventListener('submit', saveForm);
   $('delete').addEventListener('click', deleteItem);
   $('cancel').addEventListener('click', () => { $('form').hidden = true; state.editing = null; renderRows(); });

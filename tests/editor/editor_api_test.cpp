@@ -216,6 +216,41 @@ TEST_F(EditorApiTest, AnotherUsersSaveInBetweenIsReadAndTheChangeWaitsForTheUser
   EXPECT_NE(storedDef(reread(), L"Mine"), nullptr);
 }
 
+TEST_F(EditorApiTest, PartIdFormatsAreAddedChangedAndDeletedUnlessAProductUsesThem) {
+  ApiReply reply = call("POST", "/partIdFormats", {{"desc", "Pipe"}, {"format", "P{Diameter}"}});
+  ASSERT_EQ(reply.status, 201) << reply.body.dump();
+  const long id = reply.body["item"]["id"];
+  EXPECT_NE(id, 4);
+  reply = call("PUT", "/partIdFormats/" + std::to_string(id),
+               {{"desc", "Pipe size"}, {"format", "DN{Diameter}"}});
+  EXPECT_EQ(reply.status, 200) << reply.body.dump();
+  {
+    const CKdProject stored = reread();
+    const CKdPartIdFormat* format = nullptr;
+    for (int i = 0; i < stored.partIdFormats().length(); ++i)
+      if (stored.partIdFormats().idAt(i) == id) format = stored.partIdFormats().objAt(i);
+    ASSERT_NE(format, nullptr);
+    EXPECT_STREQ(format->desc(), L"Pipe size");
+    EXPECT_STREQ(format->format(), L"DN{Diameter}");
+    EXPECT_FALSE(format->guid().isNull());
+  }
+  // Format 4 gives the grille its part ID.
+  reply = call("DELETE", "/partIdFormats/4");
+  EXPECT_EQ(reply.status, 422);
+  ASSERT_EQ(reply.body["messages"].size(), 1u);
+  EXPECT_EQ(reply.body["messages"][0]["caption"], "Cannot Delete");
+  EXPECT_NE(reply.body["messages"][0]["text"].get<std::string>().find("Grille 600x600"),
+            std::string::npos);
+  EXPECT_EQ(reread().partIdFormats().length(), 2);
+  EXPECT_EQ(call("DELETE", "/partIdFormats/" + std::to_string(id)).status, 200);
+  EXPECT_EQ(reread().partIdFormats().length(), 1);
+  EXPECT_EQ(call("POST", "/partIdFormats", {{"desc", ""}, {"format", "x"}}).status, 400);
+  EXPECT_EQ(
+      call("POST", "/partIdFormats", {{"desc", "Long"}, {"format", std::string(201, 'x')}}).status,
+      400);
+  EXPECT_EQ(call("PUT", "/partIdFormats/77", {{"desc", "None"}}).status, 422);
+}
+
 TEST_F(EditorApiTest, FormatPreviewFollowsTheTextTyped) {
   const ApiReply one = call("POST", "/dimTextFormats/preview", {{"id", 1}, {"fmt", "{Width}"}});
   const ApiReply two =

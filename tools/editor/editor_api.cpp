@@ -21,9 +21,12 @@ std::string utf8(const wchar_t* text) { return text ? CWsz(text).toUtf8() : std:
 std::string utf8(const CWsz& text) { return text.toUtf8(); }
 CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
 
+// The longest part ID format the editor's field takes.
+constexpr int kMaxPartIdFormatChars = 200;
+
 // What sets the value types apart where the library names several of them "Number".
-constexpr const char* kValueTypeDetails[] = {"none", "text", "16-bit integer", "32-bit integer",
-                                             "single real", "double real"};
+constexpr const char* kValueTypeDetails[] = {"none",           "text",        "16-bit integer",
+                                             "32-bit integer", "single real", "double real"};
 
 // The buttons of a box style, as the page shows them.
 json buttonsOf(unsigned style) {
@@ -474,6 +477,73 @@ ApiReply EditorApi::dispatch(Call& call) {
       return reply;
     }
     return call.fail(405, "not an operation on property definitions");
+  }
+
+  if (kind == "partIdFormats" && rq.method != "GET") {
+    CKdPartIdFormatArray& formats = project_.partIdFormats();
+    long id = 0;
+    if (seg.size() > 2 || (seg.size() == 2 && !parseId(seg[1], id)))
+      return call.fail(404, "no such part ID format");
+    auto indexOf = [&](long wanted) {
+      for (int i = 0; i < formats.length(); ++i)
+        if (formats.idAt(i) == wanted) return i;
+      return -1;
+    };
+    if ((seg.size() == 1 && rq.method == "POST") || (seg.size() == 2 && rq.method == "PUT")) {
+      const std::string desc = call.text("desc"), text = call.text("format");
+      // What the format editor takes in its field.
+      if (CWsz::fromUtf8(text.c_str()).length() > kMaxPartIdFormatChars)
+        return call.fail(400, "a part ID format holds at most " +
+                                  std::to_string(kMaxPartIdFormatChars) + " characters");
+      if (desc.empty()) return call.fail(400, "a part ID format needs a description");
+      long storedId = 0;
+      storeChange(project_, reply, false, [&] {
+        if (seg.size() == 1) {
+          CKdPartIdFormat format(formats.nextId(1, CKdPartIdFormatArray::kMaxId), wide(desc),
+                                 wide(text));
+          CKdGuid guid;
+          guid.createValue();
+          format.setGuid(guid);
+          if (format.dbId() == 0 || !formats.append(&format)) {
+            reply.body["error"] = "no id is free for another part ID format";
+            return false;
+          }
+          storedId = format.dbId();
+          return true;
+        }
+        const int index = indexOf(id);
+        if (index < 0) {
+          reply.body["error"] = "no part ID format with id " + seg[1];
+          return false;
+        }
+        formats.objAt(index)->setDesc(wide(desc));
+        formats.objAt(index)->setFormat(wide(text));
+        storedId = id;
+        return true;
+      });
+      if (reply.status == 200) {
+        const CKdPartIdFormat& f = *formats.objAt(indexOf(storedId));
+        reply.body["item"] = {
+            {"id", f.dbId()}, {"desc", utf8(f.desc())}, {"format", utf8(f.format())}};
+        if (seg.size() == 1) reply.status = 201;
+      }
+      return reply;
+    }
+    if (seg.size() == 2 && rq.method == "DELETE") {
+      storeChange(project_, reply, true, [&] {
+        const int index = indexOf(id);
+        if (index < 0) {
+          reply.body["error"] = "no part ID format with id " + seg[1];
+          return false;
+        }
+        project_.deletePartIdFormats(nullptr, CInt32Array{index});
+        if (indexOf(id) < 0) return true;
+        if (!reply.body.contains("error")) reply.body["error"] = "the format is in use";
+        return false;
+      });
+      return reply;
+    }
+    return call.fail(405, "not an operation on part ID formats");
   }
 
   if (kind == "dimTextFormats" && seg.size() == 2 && seg[1] == "preview" && rq.method == "POST") {
