@@ -13,6 +13,9 @@ const PAGES = [
   { kind: 'textStyles', title: 'Text styles' },
   { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
   { kind: 'reports', title: 'Report definitions' },
+  { kind: 'symbols', title: '2D symbols', picture: 'symbols' },
+  { kind: 'blocks', title: 'Blocks', picture: 'blocks',
+    columns: [['group', 'Group'], ['desc', 'Name'], ['items', 'Items']] },
   { kind: 'groups', title: 'Product groups', products: true,
     columns: [['desc', 'Description'], ['partId', 'Part ID'], ['linetype', 'Linetype'],
               ['color', 'Colour'], ['properties', 'Properties']] },
@@ -125,6 +128,7 @@ function select(item, tr) {
   tr.className = 'selected';
   if (state.page.editable) openForm(item);
   if (state.page.partIds) openPartIdForm(item);
+  if (state.page.picture) showPicture(state.page.picture + '/' + encodeURIComponent(item.id).replace('%2F', '/'));
   if (state.page.preview) { $('fmt').value = item.fmt || ''; state.previewId = item.id; updatePreview(); }
 }
 
@@ -277,6 +281,18 @@ async function updatePreview() {
   preview.dataset.fmt = $('fmt').value;
 }
 
+// ---- pictures of symbols and blocks ----------------------------------------------------
+
+async function showPicture(path) {
+  const { status: code, body } = await api('GET', path);
+  const picture = $('picture');
+  if (code >= 300) { picture.replaceChildren(); return; }
+  const img = document.createElement('img');
+  img.alt = 'drawing';
+  img.src = 'data:image/svg+xml;charset=utf-8,' + encodeURIComponent(body.svg);
+  picture.replaceChildren(img);
+}
+
 // ---- linetypes ------------------------------------------------------------------------
 
 async function uploadLin() {
@@ -369,6 +385,8 @@ async function openPage(page) {
   $('add').hidden = !page.editable && !page.partIds;
   $('pid-form').hidden = true;
   $('format-form').hidden = !page.preview;
+  $('picture').hidden = !page.picture;
+  $('picture').replaceChildren();
   $('upload-label').hidden = $('download').hidden = !page.lin;
   $('groups').hidden = !page.products;
   $('filter').value = '';

@@ -105,6 +105,10 @@ test('opens a dataset and shows every page', async () => {
       await page.click('#groups div:has-text("(") >> nth=0');
       await page.waitForSelector('#table tbody tr');
     }
+    if (title === '2D symbols' || title === 'Blocks') {
+      await page.click('#table tbody tr >> nth=0');
+      await page.waitForSelector('#picture img');
+    }
     await page.waitForTimeout(200);
     await page.screenshot({ path: path.join(SHOTS, `page-${i + 1}.png`) });
   }

@@ -251,6 +251,28 @@ TEST_F(EditorApiTest, PartIdFormatsAreAddedChangedAndDeletedUnlessAProductUsesTh
   EXPECT_EQ(call("PUT", "/partIdFormats/77", {{"desc", "None"}}).status, 422);
 }
 
+TEST_F(EditorApiTest, SymbolsAndBlocksComeWithTheirDrawings) {
+  ApiReply reply = call("GET", "/symbols");
+  ASSERT_EQ(reply.status, 200);
+  EXPECT_EQ(reply.body["items"].size(), 2u);
+  const std::string socket = call("GET", "/symbols/SOCKET").body["svg"];
+  const std::string panel = call("GET", "/symbols/PANEL").body["svg"];
+  EXPECT_EQ(socket.rfind("<?xml", 0), 0u);
+  EXPECT_NE(socket, panel);
+  EXPECT_EQ(call("GET", "/symbols/socket").status, 404);  // symbol ids keep their case
+
+  reply = call("GET", "/blocks");
+  ASSERT_EQ(reply.body["items"].size(), 1u);
+  EXPECT_EQ(reply.body["items"][0]["id"], "3/0");
+  EXPECT_EQ(reply.body["items"][0]["desc"], "Socket pair");
+  EXPECT_EQ(reply.body["items"][0]["items"], 2);
+  const std::string block = call("GET", "/blocks/3/0").body["svg"];
+  EXPECT_NE(block.find("<svg"), std::string::npos);
+  EXPECT_EQ(call("GET", "/blocks/3/1").status, 404);
+  EXPECT_EQ(call("GET", "/blocks/9/0").status, 404);
+  EXPECT_EQ(call("GET", "/blocks/3").status, 404);
+}
+
 TEST_F(EditorApiTest, FormatPreviewFollowsTheTextTyped) {
   const ApiReply one = call("POST", "/dimTextFormats/preview", {{"id", 1}, {"fmt", "{Width}"}});
   const ApiReply two =
@@ -337,7 +359,7 @@ TEST_F(EditorApiTest, AQuestionIsPutToThePageAndItsAnswerDecides) {
 
 TEST_F(EditorApiTest, EveryKindHasAList) {
   for (const char* kind : {"partIdFormats", "layers", "linetypes", "textStyles", "dimTextFormats",
-                           "reports", "groups"}) {
+                           "reports", "groups", "symbols", "blocks"}) {
     const ApiReply reply = call("GET", std::string("/") + kind);
     EXPECT_EQ(reply.status, 200) << kind;
     EXPECT_FALSE(reply.body["items"].empty()) << kind;

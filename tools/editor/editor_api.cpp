@@ -214,6 +214,13 @@ const std::vector<ListKind>& listKinds() {
                        {"style", utf8(f.styleName())}};
          });
        }},
+      {"symbols",
+       {{"id", "Symbol"}, {"desc", "Description"}},
+       [](const CKdProject& p) {
+         return rowsOf(p.symbols(), [](const CVxSymbolModel& m) {
+           return json{{"id", m.symbolId()}, {"desc", utf8(m.desc())}};
+         });
+       }},
       {"reports",
        {{"id", "Id"}, {"desc", "Description"}, {"columns", "Columns"}},
        [](const CKdProject& p) {
@@ -385,7 +392,7 @@ ApiReply EditorApi::dispatch(Call& call) {
       CKdPropertyValue::getTypeNameOf(static_cast<CKdPropertyValue::valueTypeId>(type), name);
       types.push_back({{"id", type}, {"name", utf8(name)}, {"detail", kValueTypeDetails[type]}});
     }
-    json kinds = json::array({"propertyDefs", "groups"});
+    json kinds = json::array({"propertyDefs", "groups", "blocks"});
     for (const ListKind& k : listKinds()) kinds.push_back(k.name);
     reply.body = {{"file", path_},
                   {"units", units},
@@ -645,6 +652,48 @@ ApiReply EditorApi::dispatch(Call& call) {
     bool informed = false;
     for (const json& box : call.ui.messages) informed |= box["buttons"].size() == 1;
     if (!deleted && informed) reply.status = 409;
+    return reply;
+  }
+
+  if (kind == "symbols" && seg.size() == 2 && get) {
+    // The drawing of one 2D symbol, by its symbol id.
+    const CVxSymbolModelArray& symbols = project_.symbols();
+    const int index = symbols.find(seg[1].c_str());
+    if (index < 0) return call.fail(404, "no symbol \"" + seg[1] + "\"");
+    CGmModel model;
+    symbols.objAt(index)->addTo(model);
+    reply.body["svg"] = CGmSvgWriter().write(model);
+    return reply;
+  }
+
+  if (kind == "blocks" && get) {
+    // The blocks of every group: a block is named by its group's id and its position there.
+    const CKdProductGroupArray& groups = project_.productGroups();
+    if (seg.size() == 1) {
+      json items = json::array();
+      for (int g = 0; g < groups.length(); ++g) {
+        const CKdProductGroup& group = *groups.objAt(g);
+        for (int b = 0; b < group.blocks().length(); ++b) {
+          const CKdBlock& block = *group.blocks().objAt(b);
+          items.push_back({{"id", std::to_string(group.dbId()) + "/" + std::to_string(b)},
+                           {"group", utf8(groups.getGroupPath(group.dbId()))},
+                           {"desc", utf8(block.desc())},
+                           {"items", block.items().length()}});
+        }
+      }
+      reply.body["items"] = items;
+      return reply;
+    }
+    long groupId = 0, index = 0;
+    const CKdProductGroup* group =
+        seg.size() == 3 && parseId(seg[1], groupId) && parseId(seg[2], index)
+            ? groups.findGroup(groupId)
+            : nullptr;
+    if (!group || index < 0 || index >= group->blocks().length())
+      return call.fail(404, "no such block");
+    CGmModel model;
+    group->blocks().objAt(static_cast<int>(index))->getModel(model, project_, false);
+    reply.body["svg"] = CGmSvgWriter().write(model);
     return reply;
   }
 
