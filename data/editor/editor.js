@@ -128,6 +128,7 @@ function select(item, tr) {
   tr.className = 'selected';
   if (state.page.editable) openForm(item);
   if (state.page.partIds) openPartIdForm(item);
+  if (state.page.products) openProduct(item.id);
   if (state.page.picture) showPicture(state.page.picture + '/' + encodeURIComponent(item.id).replace('%2F', '/'));
   if (state.page.preview) { $('fmt').value = item.fmt || ''; state.previewId = item.id; updatePreview(); }
 }
@@ -347,6 +348,7 @@ async function loadGroups() {
 
 async function openGroup(id) {
   state.group = id;
+  $('prod-form').hidden = true;
   state.items = [];
   state.productsTotal = 0;
   document.querySelector('#table tbody').replaceChildren();
@@ -370,6 +372,54 @@ async function loadProducts() {
   status(state.items.length + ' of ' + state.productsTotal + ' products shown');
 }
 
+async function openProduct(id) {
+  const { status: code, body } = await api('GET', 'products/' + state.group + '/' + id);
+  if (code >= 300) return;
+  showProduct(body.item);
+}
+
+function showProduct(item) {
+  state.editing = item;
+  $('prod-form').hidden = false;
+  $('prod-title').textContent = 'Product ' + item.id + (item.partId ? ' (' + item.partId + ')' : '');
+  $('d-desc').value = item.desc;
+  const fields = item.properties.map((p) => {
+    const label = document.createElement('label');
+    label.textContent = p.name + (p.unitLabel ? ' ' + p.unitLabel : '');
+    const input = document.createElement('input');
+    input.value = p.value;
+    input.dataset.property = p.name;
+    input.dataset.original = p.value;
+    label.append(input);
+    return label;
+  });
+  $('d-properties').replaceChildren(...fields);
+}
+
+async function saveProduct(event) {
+  event.preventDefault();
+  const item = state.editing;
+  const properties = {};
+  for (const input of $('d-properties').querySelectorAll('input'))
+    if (input.value !== input.dataset.original) properties[input.dataset.property] = input.value;
+  const { status: code, body } = await api('PUT', 'products/' + item.group + '/' + item.id,
+    { desc: $('d-desc').value, properties });
+  if (body.reloaded) {
+    await openGroup(state.group);
+    status('The dataset was read again; your entries are kept. Save again to store them.');
+    return;
+  }
+  if (code >= 300) return;
+  showProduct(body.item);
+  const row = state.items.find((r) => r.id === item.id);
+  if (row) {
+    row.desc = body.item.desc;
+    row.properties = body.item.properties.map((p) => p.name + '=' + p.value).join(', ');
+    renderRows();
+  }
+  status('Saved "' + body.item.desc + '".');
+}
+
 // ---- pages ----------------------------------------------------------------------------
 
 async function openPage(page) {
@@ -384,6 +434,7 @@ async function openPage(page) {
   $('form').hidden = true;
   $('add').hidden = !page.editable && !page.partIds;
   $('pid-form').hidden = true;
+  $('prod-form').hidden = true;
   $('format-form').hidden = !page.preview;
   $('picture').hidden = !page.picture;
   $('picture').replaceChildren();
@@ -417,6 +468,8 @@ async function start() {
   });
   $('add').addEventListener('click', () => (state.page.partIds ? openPartIdForm(null) : openForm(null)));
   $('pid-form').addEventListener('submit', savePartId);
+  $('prod-form').addEventListener('submit', saveProduct);
+  $('d-cancel').addEventListener('click', () => { $('prod-form').hidden = true; state.editing = null; });
   $('p-delete').addEventListener('click', deletePartId);
   $('p-cancel').addEventListener('click', () => { $('pid-form').hidden = true; state.editing = null; renderRows(); });
   $('form').addEventListener('submit', saveForm);

@@ -180,6 +180,19 @@ test('a LIN file is imported by upload', async () => {
   assert.match(vkd('list', dataset, 'linetypes'), /BORDER/);
 });
 
+test('a product\'s property is found, changed and saved', async () => {
+  await showPage(page, 'Product groups');
+  await page.click('#groups div:has-text("Rectangular")');
+  await page.click('#table tbody tr:has(td:text-is("Duct 400 x 200"))');
+  await page.waitForSelector('#d-properties input[data-property="Width"]');
+  await page.fill('#d-properties input[data-property="Width"]', '450');
+  await page.click('#d-save');
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Saved'));
+  await page.waitForSelector('#table tbody tr:has(td:text-is("Width=450, Height=200"))');
+  await page.screenshot({ path: path.join(SHOTS, 'product-saved.png') });
+  assert.match(vkd('list', dataset, 'products'), /Width=450/);
+});
+
 test('a second browser is told of the first one\'s save and keeps what it typed', async () => {
   second = await startEditor();
   const other = await openPage(await launch(), second.url);

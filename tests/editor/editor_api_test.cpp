@@ -340,6 +340,44 @@ TEST_F(EditorApiTest, ProductsComeInPages) {
   EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "77"}}).status, 404);
 }
 
+TEST_F(EditorApiTest, AProductsPropertyIsChangedAndStoredAtOnce) {
+  ApiReply reply = call("GET", "/products/2/1");
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  EXPECT_EQ(reply.body["item"]["properties"][0]["name"], "Width");
+  EXPECT_EQ(reply.body["item"]["properties"][0]["value"], "600");
+  reply = call("PUT", "/products/2/1", {{"properties", {{"Width", "625"}}}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  EXPECT_EQ(reply.body["item"]["properties"][0]["value"], "625");
+  const CKdProductDef* stored = reread().productGroups().findProduct(2, 1);
+  ASSERT_NE(stored, nullptr);
+  EXPECT_STREQ(stored->properties().findProperty(L"Width")->getValueAsText(false), L"625");
+}
+
+TEST_F(EditorApiTest, AProductChangeWithABadValueStoresNothingOfIt) {
+  for (const json& values : {json{{"Height", "610"}, {"Width", "wide"}},
+                             json{{"Height", "610"}, {"Colour", "red"}}, json{{"Height", 610}}}) {
+    const ApiReply reply = call("PUT", "/products/2/1", {{"properties", values}});
+    EXPECT_EQ(reply.status, 422) << values.dump();
+    EXPECT_TRUE(reply.body.contains("error"));
+    EXPECT_STREQ(reread()
+                     .productGroups()
+                     .findProduct(2, 1)
+                     ->properties()
+                     .findProperty(L"Height")
+                     ->getValueAsText(false),
+                 L"600");
+    EXPECT_STREQ(api_.project()
+                     .productGroups()
+                     .findProduct(2, 1)
+                     ->properties()
+                     .findProperty(L"Height")
+                     ->getValueAsText(false),
+                 L"600");
+  }
+  EXPECT_EQ(call("PUT", "/products/2/1", {{"properties", "Width=1"}}).status, 400);
+  EXPECT_EQ(call("PUT", "/products/2/99", {{"desc", "x"}}).status, 404);
+}
+
 TEST_F(EditorApiTest, AQuestionIsPutToThePageAndItsAnswerDecides) {
   ApiReply reply = call("DELETE", "/groups/1", json::object());
   EXPECT_EQ(reply.status, 200);

@@ -697,6 +697,66 @@ ApiReply EditorApi::dispatch(Call& call) {
     return reply;
   }
 
+  if (kind == "products" && seg.size() == 3) {
+    // One product of a group: its properties to read, and to change.
+    long groupId = 0, productId = 0;
+    if (!parseId(seg[1], groupId) || !parseId(seg[2], productId) ||
+        !project_.productGroups().findProduct(groupId, productId))
+      return call.fail(404, "no such product");
+    auto productJson = [&](const CKdProductDef& product) {
+      json properties = json::array();
+      for (int i = 0; i < product.properties().length(); ++i) {
+        const CKdProperty& property = *product.properties().objAt(i);
+        CWsz label;
+        property.unit().getLabel(label);
+        properties.push_back({{"name", utf8(property.name())},
+                              {"value", utf8(property.getValueAsText(false))},
+                              {"unitLabel", utf8(label)},
+                              {"valueType", static_cast<int>(property.valueType())}});
+      }
+      return json{{"id", product.dbId()},
+                  {"group", groupId},
+                  {"desc", utf8(product.desc())},
+                  {"partId", utf8(product.partId())},
+                  {"properties", properties}};
+    };
+    if (get) {
+      reply.body["item"] = productJson(*project_.productGroups().findProduct(groupId, productId));
+      return reply;
+    }
+    if (rq.method != "PUT") return call.fail(405, "not an operation on a product");
+    auto values = call.body.find("properties");
+    if (values != call.body.end() && !values->is_object())
+      return call.fail(400, "properties must map names to values");
+    storeChange(project_, reply, false, [&] {
+      CKdProductDef* stored = project_.productGroups().findProduct(groupId, productId);
+      if (!stored) {
+        reply.body["error"] = "the product is no longer in the dataset";
+        return false;
+      }
+      // All values or none: the change is made on a copy.
+      CKdProductDef changed = *stored;
+      if (call.body.contains("desc")) changed.setDesc(wide(call.text("desc")));
+      if (values != call.body.end())
+        for (const auto& [name, value] : values->items()) {
+          CKdProperty* property = changed.properties().findProperty(wide(name));
+          if (!property || !value.is_string()) {
+            reply.body["error"] = "the product has no property \"" + name + "\"";
+            return false;
+          }
+          if (!property->setValue(wide(value.get<std::string>()))) {
+            reply.body["error"] = "\"" + value.get<std::string>() + "\" is no value of " + name;
+            return false;
+          }
+        }
+      *stored = changed;
+      return true;
+    });
+    if (reply.status == 200)
+      reply.body["item"] = productJson(*project_.productGroups().findProduct(groupId, productId));
+    return reply;
+  }
+
   if (kind == "products" && seg.size() == 1 && get) {
     long groupId = 0, offset = 0, limit = 100;
     auto param = [&](const char* key, long& value) {
