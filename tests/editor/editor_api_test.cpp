@@ -348,7 +348,8 @@ TEST_F(EditorApiTest, AProductsPropertyIsChangedAndStoredAtOnce) {
   reply = call("PUT", "/products/2/1", {{"properties", {{"Width", "625"}}}});
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
   EXPECT_EQ(reply.body["item"]["properties"][0]["value"], "625");
-  const CKdProductDef* stored = reread().productGroups().findProduct(2, 1);
+  const CKdProject project = reread();
+  const CKdProductDef* stored = project.productGroups().findProduct(2, 1);
   ASSERT_NE(stored, nullptr);
   EXPECT_STREQ(stored->properties().findProperty(L"Width")->getValueAsText(false), L"625");
 }
