@@ -29,6 +29,7 @@ const { chromium } = require('playwright-core');
 const work = fs.mkdtempSync(path.join(os.tmpdir(), 'vkd-browser-'));
 const dataset = path.join(work, 'demo.vkd');
 fs.mkdirSync(SHOTS, { recursive: true });
+for (const old of fs.readdirSync(SHOTS)) if (old.endsWith('.png')) fs.rmSync(path.join(SHOTS, old));
 
 function vkd(...args) { return execFileSync(VKD, args, { encoding: 'utf8' }); }
 
