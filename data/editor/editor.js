@@ -9,8 +9,8 @@ const PAGES = [
               ['unitLabel', 'Unit'], ['decimals', 'Decimals']] },
   { kind: 'partIdFormats', title: 'Part ID formats', partIds: true },
   { kind: 'layers', title: 'Layers' },
-  { kind: 'linetypes', title: 'Linetypes', lin: true },
-  { kind: 'textStyles', title: 'Text styles' },
+  { kind: 'linetypes', title: 'Linetypes', files: { type: 'LIN', name: 'linetypes.lin' } },
+  { kind: 'textStyles', title: 'Text styles', files: { type: 'STY', name: 'textstyles.sty' } },
   { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
   { kind: 'reports', title: 'Report definitions' },
   { kind: 'symbols', title: '2D symbols', picture: 'symbols' },
@@ -294,20 +294,20 @@ async function showPicture(path) {
   picture.replaceChildren(img);
 }
 
-// ---- linetypes ------------------------------------------------------------------------
+// ---- LIN and STY files ------------------------------------------------------------------------
 
-async function uploadLin() {
+async function uploadFile() {
   const file = $('upload').files[0];
   if (!file) return;
-  const response = await fetch('api/linetypes/import', { method: 'POST', body: file,
+  const response = await fetch('api/' + state.page.kind + '/import', { method: 'POST', body: file,
     headers: { 'Content-Type': 'application/octet-stream' } });
   let data = {};
   try { data = await response.json(); } catch (e) { data = { error: response.status === 413 ? 'The file is too large.' : response.statusText }; }
   for (const box of data.messages || []) await showBox(box);
   if (!response.ok) {
-    if (!(data.messages || []).length) await showBox({ caption: 'Import LIN file', text: data.error || 'Refused', buttons: ['ok'] });
+    if (!(data.messages || []).length) await showBox({ caption: 'Import ' + state.page.files.type + ' file', text: data.error || 'Refused', buttons: ['ok'] });
   } else {
-    status('Imported ' + data.report.imported + ' linetypes: ' + data.report.added + ' new, ' + data.report.replaced + ' replaced.');
+    status('Imported ' + data.report.imported + ' ' + state.page.title.toLowerCase() + ': ' + data.report.added + ' new, ' + data.report.replaced + ' replaced.');
   }
   $('upload').value = '';
   await loadList();
@@ -438,7 +438,15 @@ async function openPage(page) {
   $('format-form').hidden = !page.preview;
   $('picture').hidden = !page.picture;
   $('picture').replaceChildren();
-  $('upload-label').hidden = $('download').hidden = !page.lin;
+  $('upload-label').hidden = $('download').hidden = !page.files;
+  if (page.files) {
+    const ext = '.' + page.files.type.toLowerCase();
+    $('upload').accept = ext + ',' + ext.toUpperCase();
+    $('upload-text').textContent = 'Import ' + page.files.type + ' file';
+    $('download').textContent = 'Export ' + page.files.type + ' file';
+    $('download').href = 'api/' + page.kind + '/export';
+    $('download').download = page.files.name;
+  }
   $('groups').hidden = !page.products;
   $('filter').value = '';
   status('');
@@ -450,6 +458,16 @@ async function openPage(page) {
     await loadList();
   }
   if (page.preview) { state.previewId = 0; $('fmt').value = ''; updatePreview(); }
+}
+
+// Asks every few seconds whether another user saved; the library's message says so and the
+// page shows the new content, keeping what is typed in a form.
+async function watch() {
+  if ($('box').open) return;
+  const { body } = await api('GET', 'status');
+  if (!body.reloaded) return;
+  if (state.page.products) await loadGroups(); else await loadList();
+  status('The dataset was read again after another user saved it.');
 }
 
 async function start() {
@@ -480,13 +498,14 @@ async function start() {
     previewTimer = setTimeout(updatePreview, 150);
   });
   $('format-form').addEventListener('submit', (e) => e.preventDefault());
-  $('upload').addEventListener('change', uploadLin);
+  $('upload').addEventListener('change', uploadFile);
   $('content').addEventListener('scroll', () => {
     const c = $('content');
     if (state.page.products && c.scrollTop + c.clientHeight > c.scrollHeight - 200) loadProducts();
   });
   $('box').addEventListener('cancel', (e) => e.preventDefault());
   await openPage(PAGES[0]);
+  setInterval(watch, 5000);
 }
 
 start();

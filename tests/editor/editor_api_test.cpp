@@ -273,6 +273,23 @@ TEST_F(EditorApiTest, SymbolsAndBlocksComeWithTheirDrawings) {
   EXPECT_EQ(call("GET", "/blocks/3").status, 404);
 }
 
+TEST_F(EditorApiTest, StatusReadsAnotherUsersSaveWithTheLibrarysMessage) {
+  ApiReply reply = call("GET", "/status");
+  EXPECT_EQ(reply.body["reloaded"], false);
+  EXPECT_TRUE(reply.body["messages"].empty());
+  CKdProject other = reread();
+  other.propertyDefs().add(L"Theirs", L"", CKdPropertyValue::typeText, CKdUnit(), 0);
+  const uint64_t before = vxkd_test::modTimeOf(file_);
+  ASSERT_TRUE(other.updateDb(nullptr));
+  vxkd_test::setModTime(file_, before + 20000000);
+  reply = call("GET", "/status");
+  EXPECT_EQ(reply.body["reloaded"], true);
+  ASSERT_EQ(reply.body["messages"].size(), 1u);
+  EXPECT_NE(reply.body["messages"][0]["text"].get<std::string>().find("Someone else"),
+            std::string::npos);
+  EXPECT_NE(call("GET", "/propertyDefs").body.dump().find("Theirs"), std::string::npos);
+}
+
 TEST_F(EditorApiTest, FormatPreviewFollowsTheTextTyped) {
   const ApiReply one = call("POST", "/dimTextFormats/preview", {{"id", 1}, {"fmt", "{Width}"}});
   const ApiReply two =
@@ -295,6 +312,19 @@ TEST_F(EditorApiTest, LinImportTakesTheUploadedFileAndExportGivesItBack) {
   const ApiReply exported = call("GET", "/linetypes/export");
   EXPECT_NE(exported.download.find("*BORDER,"), std::string::npos);
   EXPECT_NE(exported.download.find("*DASHED,"), std::string::npos);
+}
+
+TEST_F(EditorApiTest, TextStylesGoOutAsAStyFileAndComeBackFromOne) {
+  const ApiReply exported = call("GET", "/textStyles/export");
+  ASSERT_EQ(exported.status, 200);
+  EXPECT_EQ(exported.downloadName, "textstyles.sty");
+  ASSERT_FALSE(exported.download.empty());
+  const ApiReply reply =
+      api_.handle(ApiRequest{"POST", "/textStyles/import", {}, exported.download});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  EXPECT_EQ(reply.body["report"]["replaced"], 2);
+  EXPECT_EQ(reply.body["report"]["added"], 0);
+  EXPECT_EQ(reread().textStyleDefs().length(), 2);
 }
 
 TEST_F(EditorApiTest, ALinFileWithoutLinetypesChangesNothing) {

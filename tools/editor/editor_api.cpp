@@ -21,6 +21,31 @@ std::string utf8(const wchar_t* text) { return text ? CWsz(text).toUtf8() : std:
 std::string utf8(const CWsz& text) { return text.toUtf8(); }
 CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
 
+// The kinds whose definitions are imported from an uploaded file and exported as a download.
+struct FileKind {
+  const char* kind;
+  const char* what;
+  const char* fileName;
+  bool (*import)(CKdProject& project, const wchar_t* path, CKdDefImportReport* report);
+  bool (*exportTo)(const CKdProject& project, const wchar_t* path);
+};
+constexpr FileKind kFileKinds[] = {
+    {"linetypes", "linetypes", "linetypes.lin",
+     [](CKdProject& p, const wchar_t* path, CKdDefImportReport* report) {
+       return p.linetypeDefs().importLin(nullptr, path, report);
+     },
+     [](const CKdProject& p, const wchar_t* path) {
+       return p.linetypeDefs().exportLin(nullptr, path);
+     }},
+    {"textStyles", "text styles", "textstyles.sty",
+     [](CKdProject& p, const wchar_t* path, CKdDefImportReport* report) {
+       return p.textStyleDefs().importSty(nullptr, path, report);
+     },
+     [](const CKdProject& p, const wchar_t* path) {
+       return p.textStyleDefs().exportSty(nullptr, path);
+     }},
+};
+
 // The longest part ID format the editor's field takes.
 constexpr int kMaxPartIdFormatChars = 200;
 
@@ -402,6 +427,15 @@ ApiReply EditorApi::dispatch(Call& call) {
     return reply;
   }
 
+  if (kind == "status" && seg.size() == 1 && get) {
+    // Whether another user saved the dataset since it was read: then it is read again, with
+    // the library's information box, and the page shows the new content.
+    const int updated = project_.checkUpdated(nullptr, true);
+    reply.body["reloaded"] = updated == 1;
+    if (updated < 0) reply.body["error"] = "the dataset cannot be read";
+    return reply;
+  }
+
   if (kind == "propertyDefs") {
     CKdPropertyDefArray& defs = project_.propertyDefs();
     if (seg.size() == 1 && get) {
@@ -573,13 +607,17 @@ ApiReply EditorApi::dispatch(Call& call) {
     return reply;
   }
 
-  if (kind == "linetypes" && seg.size() == 2 && seg[1] == "export" && get) {
+  const FileKind* files = nullptr;
+  for (const FileKind& f : kFileKinds)
+    if (kind == f.kind) files = &f;
+
+  if (files && seg.size() == 2 && seg[1] == "export" && get) {
     // The library writes LIN files to a path only: a private temporary file, read back.
     char name[] = "/tmp/vkd-edit-XXXXXX";
     const int fd = mkstemp(name);
     if (fd < 0) return call.fail(500, "no temporary file for the export");
     close(fd);
-    const bool written = project_.linetypeDefs().exportLin(nullptr, wide(name));
+    const bool written = files->exportTo(project_, wide(name));
     std::string data;
     if (FILE* f = std::fopen(name, "rb")) {
       char buffer[8192];
@@ -588,14 +626,14 @@ ApiReply EditorApi::dispatch(Call& call) {
       std::fclose(f);
     }
     std::remove(name);
-    if (!written) return call.fail(500, "the linetypes cannot be exported");
+    if (!written) return call.fail(500, std::string("the ") + files->what + " cannot be exported");
     reply.download = data;
     reply.downloadType = "application/octet-stream";
-    reply.downloadName = "linetypes.lin";
+    reply.downloadName = files->fileName;
     return reply;
   }
 
-  if (kind == "linetypes" && seg.size() == 2 && seg[1] == "import" && rq.method == "POST") {
+  if (files && seg.size() == 2 && seg[1] == "import" && rq.method == "POST") {
     char name[] = "/tmp/vkd-edit-XXXXXX";
     const int fd = mkstemp(name);
     if (fd < 0) return call.fail(500, "no temporary file for the import");
@@ -608,7 +646,7 @@ ApiReply EditorApi::dispatch(Call& call) {
     }
     CKdDefImportReport report;
     storeChange(project_, reply, false, [&] {
-      if (project_.linetypeDefs().importLin(nullptr, wide(name), &report)) return true;
+      if (files->import(project_, wide(name), &report)) return true;
       reply.body["error"] = "nothing was imported";
       // A failed import may have taken some of the file: the file's content again.
       CKdProject fresh;
