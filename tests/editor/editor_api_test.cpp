@@ -112,6 +112,10 @@ struct RefusedName {
   const char* text;  // the start of the message; "" for none
 };
 
+void PrintTo(const RefusedName& refused, std::ostream* out) {
+  *out << "\"" << refused.name << "\"";
+}
+
 class RefusedNameTest : public EditorApiTest, public ::testing::WithParamInterface<RefusedName> {};
 
 TEST_P(RefusedNameTest, IsAnsweredWithTheLibrarysMessageAndNothingIsStored) {

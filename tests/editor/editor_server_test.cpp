@@ -140,6 +140,8 @@ struct Refused {
   std::function<httplib::Headers(const EditServer&)> headers;
 };
 
+void PrintTo(const Refused& refused, std::ostream* out) { *out << refused.what; }
+
 class RefusedRequestTest : public EditServerTest, public ::testing::WithParamInterface<Refused> {};
 
 TEST_P(RefusedRequestTest, ChangesNothing) {
@@ -220,6 +222,11 @@ struct HeaderCase {
   const char* cookie;
   vkdedit::Refusal expected;
 };
+
+void PrintTo(const HeaderCase& c, std::ostream* out) {
+  *out << "Host " << c.host << ", Origin " << c.origin << ", Sec-Fetch-Site " << c.site
+       << ", Cookie " << c.cookie;
+}
 
 class RequestCheckTest : public ::testing::TestWithParam<HeaderCase> {};
 

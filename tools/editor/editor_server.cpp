@@ -313,13 +313,8 @@ void EditorServer::run() {
 void EditorServer::stop() { impl_->http.stop(); }
 
 std::string findPagesFolder() {
-  const std::string installed = VxKd::programFolder().toUtf8() + "/editor";
-  if (isFile(installed + "/index.html")) return installed;
-#ifdef VXKD_EDITOR_SOURCE_PAGES
-  if (isFile(std::string(VXKD_EDITOR_SOURCE_PAGES) + "/index.html"))
-    return VXKD_EDITOR_SOURCE_PAGES;
-#endif
-  return "";
+  const std::string folder = VxKd::programFolder().toUtf8() + "/editor";
+  return isFile(folder + "/index.html") ? folder : "";
 }
 
 }  // namespace vkdedit

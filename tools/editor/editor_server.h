@@ -63,8 +63,8 @@ class EditorServer {
   std::unique_ptr<Impl> impl_;
 };
 
-// The folder of the page files: "editor" beside the library's data files when installed,
-// else the source tree's; "" when neither has them.
+// The folder of the page files: "editor" in the library's program folder (beside its data
+// files, installed or in the build tree); "" when it has none.
 std::string findPagesFolder();
 
 }  // namespace vkdedit
