@@ -4,7 +4,7 @@
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps run test bench package build-release build-asan clean format
+.PHONY: all deps run edit test bench package build-release build-asan clean format
 
 all: build-release
 
@@ -21,6 +21,11 @@ build-asan: deps
 
 run: build-release
 	@bash scripts/run-main.sh build/release/bin
+
+# The dataset editor in the browser on the dataset that `make run` made.
+edit: build-release
+	@test -f out/sample.vkd || { echo "out/sample.vkd is missing: run make run first"; exit 1; }
+	@build/release/bin/vkd edit out/sample.vkd
 
 test: build-asan package
 	@cd build/asan && ctest --output-on-failure -j $(JOBS)

@@ -102,6 +102,8 @@ int main(int argc, char** argv) {
     optWritePlan,
     optDryRun,
     optFrom,
+    optPort,
+    optAddress,
   };
   static const option kOptions[] = {
       {"force", no_argument, nullptr, optForce},
@@ -114,6 +116,8 @@ int main(int argc, char** argv) {
       {"write-plan", required_argument, nullptr, optWritePlan},
       {"dry-run", no_argument, nullptr, optDryRun},
       {"from", required_argument, nullptr, optFrom},
+      {"port", required_argument, nullptr, optPort},
+      {"address", required_argument, nullptr, optAddress},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
@@ -156,9 +160,19 @@ int main(int argc, char** argv) {
         options.from = optarg;
         given.push_back("from");
         break;
+      case optPort:
+        options.port = optarg;
+        break;
+      case optAddress:
+        options.address = optarg;
+        break;
       case ':':
         if (std::strcmp(argv[optind - 1], "--format") == 0)
           return optionError("option --format needs text or json");
+        if (std::strcmp(argv[optind - 1], "--port") == 0)
+          return optionError("option --port needs a number");
+        if (std::strcmp(argv[optind - 1], "--address") == 0)
+          return optionError("option --address needs an address");
         return optionError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
         return optionError("unknown option " + std::string(argv[optind - 1]));

@@ -139,6 +139,8 @@ struct Options {
   std::string plan;       // merge: the plan to follow (--plan)
   std::string writePlan;  // merge: where to write the plan instead of merging (--write-plan)
   bool dryRun = false;    // merge: show what would be done, change nothing (--dry-run)
+  std::string port;       // edit: the port to listen on (--port)
+  std::string address;    // edit: the address to listen on (--address)
 
   bool json() const { return format == "json"; }
 };

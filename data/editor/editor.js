@@ -1,0 +1,511 @@
+// The page of the dataset editor: a tree of pages, a table per kind of definition, an edit
+// form, and the library's message boxes as dialogs. It speaks JSON to the vkd edit server.
+'use strict';
+
+const $ = (id) => document.getElementById(id);
+const PAGES = [
+  { kind: 'propertyDefs', title: 'Property definitions', editable: true,
+    columns: [['name', 'Name'], ['desc', 'Description'], ['valueTypeName', 'Value type'],
+              ['unitLabel', 'Unit'], ['decimals', 'Decimals']] },
+  { kind: 'partIdFormats', title: 'Part ID formats', partIds: true },
+  { kind: 'layers', title: 'Layers' },
+  { kind: 'linetypes', title: 'Linetypes', files: { type: 'LIN', name: 'linetypes.lin' } },
+  { kind: 'textStyles', title: 'Text styles', files: { type: 'STY', name: 'textstyles.sty' } },
+  { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
+  { kind: 'reports', title: 'Report definitions' },
+  { kind: 'symbols', title: '2D symbols', picture: 'symbols' },
+  { kind: 'blocks', title: 'Blocks', picture: 'blocks',
+    columns: [['group', 'Group'], ['desc', 'Name'], ['items', 'Items']] },
+  { kind: 'groups', title: 'Product groups', products: true,
+    columns: [['desc', 'Description'], ['partId', 'Part ID'], ['linetype', 'Linetype'],
+              ['color', 'Colour'], ['properties', 'Properties']] },
+];
+const PAGE_ROWS = 100;
+
+const state = { page: null, items: [], columns: [], sort: null, editing: null,
+                group: null, productsTotal: 0, productsLoading: false };
+
+function status(text) { $('status').textContent = text || ''; }
+
+// Shows one message box of the library and resolves with the button pressed.
+function showBox(box) {
+  return new Promise((resolve) => {
+    $('box-caption').textContent = box.caption;
+    $('box-text').textContent = box.text;
+    const buttons = $('box-buttons');
+    buttons.replaceChildren();
+    for (const name of box.buttons) {
+      const button = document.createElement('button');
+      button.type = 'button';
+      button.textContent = name.charAt(0).toUpperCase() + name.slice(1);
+      button.dataset.answer = name;
+      button.addEventListener('click', () => { $('box').close(); resolve(name); });
+      buttons.append(button);
+    }
+    $('box').showModal();
+    buttons.firstChild.focus();
+  });
+}
+
+// Sends a request; shows the boxes the library raised, asks its questions and sends the
+// request again with the answers. Resolves with { status, body }.
+async function api(method, path, body, answers = []) {
+  const init = { method, headers: {} };
+  if (body !== undefined) {
+    init.headers['Content-Type'] = 'application/json';
+    init.body = JSON.stringify(Object.assign({}, body, { answers }));
+  }
+  const response = await fetch('api/' + path, init);
+  let data = {};
+  try { data = await response.json(); } catch (e) { data = { error: response.statusText }; }
+  for (const box of data.messages || []) {
+    if (!answers.length || box.buttons.length === 1) await showBox(box);
+  }
+  if (data.question) {
+    const answer = await showBox(data.question);
+    return api(method, path, body, answers.concat([answer]));
+  }
+  if (!response.ok && !(data.messages || []).length && data.error) {
+    await showBox({ caption: 'Dataset editor', text: data.error, buttons: ['ok'] });
+  }
+  return { status: response.status, body: data };
+}
+
+function cell(text) {
+  const td = document.createElement('td');
+  td.textContent = text === undefined || text === null ? '' : String(text);
+  return td;
+}
+
+function renderHead() {
+  const row = document.createElement('tr');
+  for (const [key, title] of state.columns) {
+    const th = document.createElement('th');
+    th.textContent = title;
+    th.dataset.key = key;
+    if (state.sort && state.sort.key === key) th.className = state.sort.dir > 0 ? 'asc' : 'desc';
+    th.addEventListener('click', () => {
+      state.sort = { key, dir: state.sort && state.sort.key === key ? -state.sort.dir : 1 };
+      renderHead();
+      renderRows();
+    });
+    row.append(th);
+  }
+  document.querySelector('#table thead').replaceChildren(row);
+}
+
+function visibleItems() {
+  const words = $('filter').value.toLowerCase().split(/\s+/).filter((w) => w);
+  let items = state.items.filter((item) => words.every((w) =>
+    state.columns.some(([key]) => String(item[key] ?? '').toLowerCase().includes(w))));
+  if (state.sort) {
+    const { key, dir } = state.sort;
+    items = items.slice().sort((a, b) => {
+      const x = a[key], y = b[key];
+      const c = typeof x === 'number' && typeof y === 'number' ? x - y
+        : String(x ?? '').localeCompare(String(y ?? ''), undefined, { sensitivity: 'base', numeric: true });
+      return c * dir;
+    });
+  }
+  return items;
+}
+
+function renderRows() {
+  const body = document.querySelector('#table tbody');
+  const rows = [];
+  for (const item of visibleItems()) {
+    const tr = document.createElement('tr');
+    for (const [key] of state.columns) tr.append(cell(item[key]));
+    if (state.editing && item.id === state.editing.id) tr.className = 'selected';
+    tr.addEventListener('click', () => select(item, tr));
+    rows.push(tr);
+  }
+  body.replaceChildren(...rows);
+}
+
+function select(item, tr) {
+  for (const row of document.querySelectorAll('#table tbody tr.selected')) row.className = '';
+  tr.className = 'selected';
+  if (state.page.editable) openForm(item);
+  if (state.page.partIds) openPartIdForm(item);
+  if (state.page.products) openProduct(item.id);
+  if (state.page.picture) showPicture(state.page.picture + '/' + encodeURIComponent(item.id).replace('%2F', '/'));
+  if (state.page.preview) { $('fmt').value = item.fmt || ''; state.previewId = item.id; updatePreview(); }
+}
+
+async function loadList() {
+  const { body } = await api('GET', state.page.kind);
+  state.items = body.items || [];
+  if (!state.page.columns) state.columns = (body.columns || []).map((c) => [c.key, c.title]);
+  renderHead();
+  renderRows();
+}
+
+// ---- property definitions -------------------------------------------------------------
+
+let info = null;
+
+function fillChoices() {
+  const units = $('f-unit');
+  units.replaceChildren();
+  const groups = new Map();
+  for (const unit of info.units) {
+    const name = unit.quantity || '-';
+    if (!groups.has(name)) {
+      const group = document.createElement('optgroup');
+      group.label = name;
+      groups.set(name, group);
+      units.append(group);
+    }
+    const option = new Option(unit.label || '(none)', unit.id);
+    groups.get(name).append(option);
+  }
+  $('f-type').replaceChildren(...info.valueTypes.map((t) =>
+    new Option(t.name === t.detail || t.id < 2 ? t.name : t.name + ' (' + t.detail + ')', t.id)));
+  $('f-decimals').max = info.maxDecimals;
+}
+
+function openForm(item) {
+  state.editing = item;
+  $('form').hidden = false;
+  $('form-title').textContent = item ? 'Property definition ' + item.id : 'New property definition';
+  $('f-name').value = item ? item.name : '';
+  $('f-desc').value = item ? item.desc : '';
+  $('f-type').value = item ? item.valueType : 5;
+  $('f-unit').value = item ? item.unit : 0;
+  $('f-decimals').value = item ? item.decimals : 0;
+  $('delete').disabled = !item;
+  $('f-name').focus();
+}
+
+async function saveForm(event) {
+  event.preventDefault();
+  const fields = { name: $('f-name').value, desc: $('f-desc').value,
+                   valueType: Number($('f-type').value), unit: Number($('f-unit').value),
+                   decimals: Number($('f-decimals').value) };
+  const editing = state.editing;
+  const { status: code, body } = editing
+    ? await api('PUT', 'propertyDefs/' + editing.id, fields)
+    : await api('POST', 'propertyDefs', fields);
+  if (body.reloaded) {
+    // Another user saved: show the new content, keep what was typed in the form.
+    await loadList();
+    status('The dataset was read again; your entries are kept. Save again to store them.');
+    return;
+  }
+  if (code >= 300) return;
+  status('Saved "' + body.item.name + '".');
+  await loadList();
+  openForm(state.items.find((i) => i.id === body.item.id));
+  renderRows();
+}
+
+async function deleteItem() {
+  const editing = state.editing;
+  if (!editing) return;
+  const { status: code, body } = await api('DELETE', 'propertyDefs/' + editing.id, {});
+  await loadList();
+  if (code < 300) {
+    status('Deleted "' + editing.name + '".');
+    $('form').hidden = true;
+    state.editing = null;
+  } else if (body.reloaded) {
+    status('The dataset was read again.');
+  }
+}
+
+// ---- part ID formats -------------------------------------------------------------------
+
+function openPartIdForm(item) {
+  state.editing = item;
+  $('pid-form').hidden = false;
+  $('pid-title').textContent = item ? 'Part ID format ' + item.id : 'New part ID format';
+  $('p-desc').value = item ? item.desc : '';
+  $('p-format').value = item ? item.format : '';
+  $('p-delete').disabled = !item;
+  $('p-desc').focus();
+}
+
+async function savePartId(event) {
+  event.preventDefault();
+  const fields = { desc: $('p-desc').value, format: $('p-format').value };
+  const editing = state.editing;
+  const { status: code, body } = editing
+    ? await api('PUT', 'partIdFormats/' + editing.id, fields)
+    : await api('POST', 'partIdFormats', fields);
+  if (body.reloaded) {
+    await loadList();
+    status('The dataset was read again; your entries are kept. Save again to store them.');
+    return;
+  }
+  if (code >= 300) return;
+  status('Saved "' + body.item.desc + '".');
+  await loadList();
+  openPartIdForm(state.items.find((i) => i.id === body.item.id));
+  renderRows();
+}
+
+async function deletePartId() {
+  const editing = state.editing;
+  if (!editing) return;
+  const { status: code } = await api('DELETE', 'partIdFormats/' + editing.id, {});
+  await loadList();
+  if (code < 300) {
+    status('Deleted "' + editing.desc + '".');
+    $('pid-form').hidden = true;
+    state.editing = null;
+  }
+}
+
+// ---- dimension text formats -----------------------------------------------------------
+
+let previewTimer = null;
+let previewSeq = 0;
+
+async function updatePreview() {
+  const seq = ++previewSeq;
+  if (!$('fmt').value) {
+    $('preview').replaceChildren();
+    return;
+  }
+  const response = await fetch('api/dimTextFormats/preview', {
+    method: 'POST', headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify({ id: state.previewId || 0, fmt: $('fmt').value }) });
+  const data = await response.json();
+  if (seq !== previewSeq) return;  // a later keystroke's answer decides
+  const preview = $('preview');
+  if (!response.ok) { preview.textContent = data.error || 'no preview'; return; }
+  const img = document.createElement('img');
+  img.alt = 'preview of ' + $('fmt').value;
+  img.src = 'data:image/svg+xml;charset=utf-8,' + encodeURIComponent(data.svg);
+  preview.replaceChildren(img);
+  preview.dataset.fmt = $('fmt').value;
+}
+
+// ---- pictures of symbols and blocks ----------------------------------------------------
+
+async function showPicture(path) {
+  const { status: code, body } = await api('GET', path);
+  const picture = $('picture');
+  if (code >= 300) { picture.replaceChildren(); return; }
+  const img = document.createElement('img');
+  img.alt = 'drawing';
+  img.src = 'data:image/svg+xml;charset=utf-8,' + encodeURIComponent(body.svg);
+  picture.replaceChildren(img);
+}
+
+// ---- LIN and STY files ------------------------------------------------------------------------
+
+async function uploadFile() {
+  const file = $('upload').files[0];
+  if (!file) return;
+  const response = await fetch('api/' + state.page.kind + '/import', { method: 'POST', body: file,
+    headers: { 'Content-Type': 'application/octet-stream' } });
+  let data = {};
+  try { data = await response.json(); } catch (e) { data = { error: response.status === 413 ? 'The file is too large.' : response.statusText }; }
+  for (const box of data.messages || []) await showBox(box);
+  if (!response.ok) {
+    if (!(data.messages || []).length) await showBox({ caption: 'Import ' + state.page.files.type + ' file', text: data.error || 'Refused', buttons: ['ok'] });
+  } else {
+    status('Imported ' + data.report.imported + ' ' + state.page.title.toLowerCase() + ': ' + data.report.added + ' new, ' + data.report.replaced + ' replaced.');
+  }
+  $('upload').value = '';
+  await loadList();
+}
+
+// ---- product groups and products ------------------------------------------------------
+
+async function loadGroups() {
+  const { body } = await api('GET', 'groups');
+  const groups = body.items || [];
+  const children = new Map();
+  for (const g of groups) {
+    if (!children.has(g.owner)) children.set(g.owner, []);
+    children.get(g.owner).push(g);
+  }
+  for (const list of children.values()) list.sort((a, b) => a.order - b.order);
+  const ids = new Set(groups.map((g) => g.id));
+  const tree = $('groups');
+  const nodes = [];
+  const seen = new Set();
+  const add = (g, depth) => {
+    if (seen.has(g.id)) return;
+    seen.add(g.id);
+    const div = document.createElement('div');
+    div.style.paddingLeft = depth + 'rem';
+    div.textContent = g.desc + (g.products ? ' (' + g.products + ')' : '');
+    div.addEventListener('click', () => {
+      for (const n of tree.querySelectorAll('.active')) n.className = '';
+      div.className = 'active';
+      openGroup(g.id);
+    });
+    nodes.push(div);
+    for (const child of children.get(g.id) || []) add(child, depth + 1);
+  };
+  for (const g of groups) if (!ids.has(g.owner) || g.owner === g.id) add(g, 0);
+  tree.replaceChildren(...nodes);
+}
+
+async function openGroup(id) {
+  state.group = id;
+  $('prod-form').hidden = true;
+  state.items = [];
+  state.productsTotal = 0;
+  document.querySelector('#table tbody').replaceChildren();
+  await loadProducts();
+}
+
+// Loads the next page of the group's products; the table grows as it is scrolled.
+async function loadProducts() {
+  if (state.productsLoading || state.group === null) return;
+  if (state.items.length && state.items.length >= state.productsTotal) return;
+  state.productsLoading = true;
+  const group = state.group;
+  const query = 'products?group=' + group + '&offset=' + state.items.length + '&limit=' + PAGE_ROWS +
+    '&filter=' + encodeURIComponent($('filter').value);
+  const { body } = await api('GET', query);
+  state.productsLoading = false;
+  if (group !== state.group) return;
+  state.productsTotal = body.total || 0;
+  state.items = state.items.concat(body.rows || []);
+  renderRows();
+  status(state.items.length + ' of ' + state.productsTotal + ' products shown');
+}
+
+async function openProduct(id) {
+  const { status: code, body } = await api('GET', 'products/' + state.group + '/' + id);
+  if (code >= 300) return;
+  showProduct(body.item);
+}
+
+function showProduct(item) {
+  state.editing = item;
+  $('prod-form').hidden = false;
+  $('prod-title').textContent = 'Product ' + item.id + (item.partId ? ' (' + item.partId + ')' : '');
+  $('d-desc').value = item.desc;
+  const fields = item.properties.map((p) => {
+    const label = document.createElement('label');
+    label.textContent = p.name + (p.unitLabel ? ' ' + p.unitLabel : '');
+    const input = document.createElement('input');
+    input.value = p.value;
+    input.dataset.property = p.name;
+    input.dataset.original = p.value;
+    label.append(input);
+    return label;
+  });
+  $('d-properties').replaceChildren(...fields);
+}
+
+async function saveProduct(event) {
+  event.preventDefault();
+  const item = state.editing;
+  const properties = {};
+  for (const input of $('d-properties').querySelectorAll('input'))
+    if (input.value !== input.dataset.original) properties[input.dataset.property] = input.value;
+  const { status: code, body } = await api('PUT', 'products/' + item.group + '/' + item.id,
+    { desc: $('d-desc').value, properties });
+  if (body.reloaded) {
+    await openGroup(state.group);
+    status('The dataset was read again; your entries are kept. Save again to store them.');
+    return;
+  }
+  if (code >= 300) return;
+  showProduct(body.item);
+  const row = state.items.find((r) => r.id === item.id);
+  if (row) {
+    row.desc = body.item.desc;
+    row.properties = body.item.properties.map((p) => p.name + '=' + p.value).join(', ');
+    renderRows();
+  }
+  status('Saved "' + body.item.desc + '".');
+}
+
+// ---- pages ----------------------------------------------------------------------------
+
+async function openPage(page) {
+  state.page = page;
+  state.sort = null;
+  state.editing = null;
+  state.group = null;
+  state.items = [];
+  state.columns = page.columns || [];
+  for (const li of $('tree').children) li.className = li.dataset.kind === page.kind ? 'active' : '';
+  $('title').textContent = page.title;
+  $('form').hidden = true;
+  $('add').hidden = !page.editable && !page.partIds;
+  $('pid-form').hidden = true;
+  $('prod-form').hidden = true;
+  $('format-form').hidden = !page.preview;
+  $('picture').hidden = !page.picture;
+  $('picture').replaceChildren();
+  $('upload-label').hidden = $('download').hidden = !page.files;
+  if (page.files) {
+    const ext = '.' + page.files.type.toLowerCase();
+    $('upload').accept = ext + ',' + ext.toUpperCase();
+    $('upload-text').textContent = 'Import ' + page.files.type + ' file';
+    $('download').textContent = 'Export ' + page.files.type + ' file';
+    $('download').href = 'api/' + page.kind + '/export';
+    $('download').download = page.files.name;
+  }
+  $('groups').hidden = !page.products;
+  $('filter').value = '';
+  status('');
+  renderHead();
+  if (page.products) {
+    document.querySelector('#table tbody').replaceChildren();
+    await loadGroups();
+  } else {
+    await loadList();
+  }
+  if (page.preview) { state.previewId = 0; $('fmt').value = ''; updatePreview(); }
+}
+
+// Asks every few seconds whether another user saved; the library's message says so and the
+// page shows the new content, keeping what is typed in a form.
+async function watch() {
+  if ($('box').open) return;
+  const { body } = await api('GET', 'status');
+  if (!body.reloaded) return;
+  if (state.page.products) await loadGroups(); else await loadList();
+  status('The dataset was read again after another user saved it.');
+}
+
+async function start() {
+  info = (await api('GET', 'info')).body;
+  $('file').textContent = info.file;
+  fillChoices();
+  for (const page of PAGES) {
+    const li = document.createElement('li');
+    li.textContent = page.title;
+    li.dataset.kind = page.kind;
+    li.addEventListener('click', () => openPage(page));
+    $('tree').append(li);
+  }
+  $('filter').addEventListener('input', () => {
+    if (state.page.products) openGroup(state.group); else renderRows();
+  });
+  $('add').addEventListener('click', () => (state.page.partIds ? openPartIdForm(null) : openForm(null)));
+  $('pid-form').addEventListener('submit', savePartId);
+  $('prod-form').addEventListener('submit', saveProduct);
+  $('d-cancel').addEventListener('click', () => { $('prod-form').hidden = true; state.editing = null; });
+  $('p-delete').addEventListener('click', deletePartId);
+  $('p-cancel').addEventListener('click', () => { $('pid-form').hidden = true; state.editing = null; renderRows(); });
+  $('form').addEventListener('submit', saveForm);
+  $('delete').addEventListener('click', deleteItem);
+  $('cancel').addEventListener('click', () => { $('form').hidden = true; state.editing = null; renderRows(); });
+  $('fmt').addEventListener('input', () => {
+    clearTimeout(previewTimer);
+    previewTimer = setTimeout(updatePreview, 150);
+  });
+  $('format-form').addEventListener('submit', (e) => e.preventDefault());
+  $('upload').addEventListener('change', uploadFile);
+  $('content').addEventListener('scroll', () => {
+    const c = $('content');
+    if (state.page.products && c.scrollTop + c.clientHeight > c.scrollHeight - 200) loadProducts();
+  });
+  $('box').addEventListener('cancel', (e) => e.preventDefault());
+  await openPage(PAGES[0]);
+  setInterval(watch, 5000);
+}
+
+start();
