@@ -10,16 +10,16 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "bench_folder.h"
+#include "sqlite_baseline.h"
 #include "vxkd/platform/qbase.h"
 #include "vxkd/platform/sz.h"
 
@@ -84,17 +84,8 @@ const std::vector<Record>& records() {
   return all;
 }
 
-struct Folder {
-  Folder() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vxkd-bench-XXXXXX";
-    if (mkdtemp(pattern.data())) path = pattern;
-    std::ofstream(path + "/bench.ddq") << kDictionary;
-  }
-  ~Folder() { std::filesystem::remove_all(path); }
-  std::string file(const char* name) const { return path + "/" + name; }
-  CWsz wfile(const char* name) const { return CWsz::fromUtf8(file(name).c_str()); }
-  std::string path;
+struct Folder : vxkd_bench::BenchFolder {
+  Folder() { std::ofstream(file("bench.ddq")) << kDictionary; }
 };
 
 const Folder& folder() {
@@ -159,22 +150,8 @@ bool openForUpdate(const char* name) {
 // --- SQLite's C API: the same schema, settings (one thread, no connection mutex) and
 // transaction ---
 
-bool exec(sqlite3* db, const char* sql) {
-  return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-sqlite3* openRaw(const std::string& path) {
-  sqlite3* db = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &db,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
-                      nullptr) != SQLITE_OK ||
-      !exec(db, "PRAGMA journal_mode=DELETE") || !exec(db, "PRAGMA synchronous=FULL") ||
-      !exec(db, "BEGIN IMMEDIATE")) {
-    sqlite3_close(db);
-    return nullptr;
-  }
-  return db;
-}
+using vxkd_bench::exec;
+using vxkd_bench::openRaw;
 
 bool writeRaw(const char* name) {
   std::filesystem::remove(folder().file(name));
@@ -247,47 +224,15 @@ int64_t readRaw(const char* name) {
   return sum;
 }
 
-double seconds(const std::function<void()>& work) {
-  auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-void report(benchmark::State& state, double qbase, double raw) {
-  state.counters["qbase_ms"] = benchmark::Counter(qbase * 1000 / state.iterations());
-  state.counters["sqlite_ms"] = benchmark::Counter(raw * 1000 / state.iterations());
-  state.counters["ratio"] = benchmark::Counter(qbase / raw);
-}
-
-// Runs the two in turns of order, so that neither always finds the caches warm.
-template <typename A, typename B>
-void runAlternately(bool& aFirst, A a, B b) {
-  if (aFirst) {
-    a();
-    b();
-  } else {
-    b();
-    a();
-  }
-  aFirst = !aFirst;
-}
-
 void BM_Write100kRecords(benchmark::State& state) {
   records();
-  double qbase = 0, raw = 0;
-  bool first = true;
+  vxkd_bench::SqliteBaseline times;
   bool ok = true;
-  for (auto _ : state) {
-    double q = 0, r = 0;
-    auto runQ = [&] { q = seconds([&] { ok = writeQbase("q.vkd") && ok; }); };
-    auto runR = [&] { r = seconds([&] { ok = writeRaw("r.vkd") && ok; }); };
-    runAlternately(first, runQ, runR);
-    qbase += q;
-    raw += r;
-    state.SetIterationTime(q);
-  }
+  for (auto _ : state)
+    state.SetIterationTime(times.timeBoth([&] { ok = writeQbase("q.vkd") && ok; },
+                                          [&] { ok = writeRaw("r.vkd") && ok; }));
   if (!ok) state.SkipWithError("a write failed");
-  report(state, qbase, raw);
+  times.report(state, "qbase");
 }
 
 void BM_Read100kRecords(benchmark::State& state) {
@@ -296,20 +241,13 @@ void BM_Read100kRecords(benchmark::State& state) {
     state.SkipWithError("could not write the dataset");
     return;
   }
-  double qbase = 0, raw = 0;
-  bool first = true;
+  vxkd_bench::SqliteBaseline times;
   int64_t a = 0, b = 0;
-  for (auto _ : state) {
-    double q = 0, r = 0;
-    auto runQ = [&] { q = seconds([&] { a = readQbase("read.vkd"); }); };
-    auto runR = [&] { r = seconds([&] { b = readRaw("read.vkd"); }); };
-    runAlternately(first, runQ, runR);
-    qbase += q;
-    raw += r;
-    state.SetIterationTime(q);
-  }
+  for (auto _ : state)
+    state.SetIterationTime(
+        times.timeBoth([&] { a = readQbase("read.vkd"); }, [&] { b = readRaw("read.vkd"); }));
   if (a != b || a <= 0) state.SkipWithError("the two reads differ");
-  report(state, qbase, raw);
+  times.report(state, "qbase");
 }
 
 void BM_CheckBeforeWrite100kRecords(benchmark::State& state) {
@@ -318,20 +256,13 @@ void BM_CheckBeforeWrite100kRecords(benchmark::State& state) {
     state.SkipWithError("could not write the dataset");
     return;
   }
-  double qbase = 0, raw = 0;
-  bool first = true;
+  vxkd_bench::SqliteBaseline times;
   bool ok = true;
-  for (auto _ : state) {
-    double q = 0, r = 0;
-    auto runQ = [&] { q = seconds([&] { ok = openForUpdate("check.vkd") && ok; }); };
-    auto runR = [&] { r = seconds([&] { ok = readRaw("check.vkd") > 0 && ok; }); };
-    runAlternately(first, runQ, runR);
-    qbase += q;
-    raw += r;
-    state.SetIterationTime(q);
-  }
+  for (auto _ : state)
+    state.SetIterationTime(times.timeBoth([&] { ok = openForUpdate("check.vkd") && ok; },
+                                          [&] { ok = readRaw("check.vkd") > 0 && ok; }));
   if (!ok) state.SkipWithError("the check or the read failed");
-  report(state, qbase, raw);
+  times.report(state, "check");
 }
 
 BENCHMARK(BM_Write100kRecords)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(6);

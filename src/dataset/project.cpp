@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <utility>
 
 #include "foundation/record_key.h"
 #include "vxkd/foundation/startup.h"
@@ -32,6 +33,15 @@ constexpr const wchar_t* kDatasetExtension = L".vkd";
 
 // How often a read starts again when a save renamed a new file over the one being read.
 constexpr int kReadAttempts = 5;
+
+// The poly-object definition sets are read in one order and written, and told of changed
+// property definitions, in another: the data set before the electrical one.
+constexpr VxKd::systemTypeIds kPolyDefSetReadOrder[] = {VxKd::systemDuct, VxKd::systemPipe,
+                                                        VxKd::systemElectric, VxKd::systemData};
+constexpr VxKd::systemTypeIds kPolyDefSetWriteOrder[] = {VxKd::systemDuct, VxKd::systemPipe,
+                                                         VxKd::systemData, VxKd::systemElectric};
+// Group-less products are keyed by their id in six digits.
+constexpr long kNoGroup = -1;
 
 // The error boxes of creating and opening a file: stop icon, one OK button.
 void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const wchar_t* caption) {
@@ -152,7 +162,8 @@ bool CKdProject::readFile(HWND hwnd, const CWsz& path) {
     if (!current) continue;
     loaded.fileName_ = path;
     loaded.timeStamp_ = stamp;
-    *this = loaded;
+    // A catalogue holds many thousands of elements: they are handed over, not copied.
+    *this = std::move(loaded);
     return true;
   }
   failReason_ = CQbase::reasonBusy;
@@ -167,10 +178,16 @@ bool CKdProject::readDb(HWND hwnd, const wchar_t* path) {
 bool CKdProject::readFromDb(HWND, CQbase& db) {
   resetData();
   propertyDefs_.readFrom(db);
+  partIdFormats_.readFrom(db);
   layerDefs_.readFrom(db);
+  productGroups_.readFrom(db, propertyDefs_);
+  productGroups_.updatePartIdFormatsToProductDefs(partIdFormats_);
   linetypeDefs_.readFrom(db);
   textStyleDefs_.readFrom(db);
   dimTextFormats_.readFrom(db);
+  reportDefs_.readFrom(db);
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+    polyDefSets(type)->readFrom(db, propertyDefs_);
   read2dSymbols(db);
   return false;
 }
@@ -178,10 +195,27 @@ bool CKdProject::readFromDb(HWND, CQbase& db) {
 bool CKdProject::writeDb(HWND, CQbase& db) {
   // Each array brings its records up to date; a failed record does not stop the others.
   propertyDefs_.saveTo(db);
+  for (int i = 0; i < productGroups_.length(); ++i) {
+    // As for the poly-object sets below: a product's key must hold its id, in four digits
+    // under a group, in six under the root.
+    CKdProductGroup* group = productGroups_.objAt(i);
+    group->products().assignFreeIds(group->isRoot() ? CKdProductDefArray::kMaxId
+                                                    : CKdProductDefArray::kMaxGroupProductId);
+  }
+  productGroups_.saveTo(db);
+  partIdFormats_.saveTo(db);
   layerDefs_.saveTo(db);
   linetypeDefs_.saveTo(db);
   textStyleDefs_.saveTo(db);
   dimTextFormats_.saveTo(db);
+  reportDefs_.saveTo(db);  // each report definition in array order
+  for (VxKd::systemTypeIds type : kPolyDefSetWriteOrder) {
+    CKdProductDefArray* set = polyDefSets(type);
+    // A definition without an id of its own would be stored under a key that is never read
+    // back, or over another's record.
+    set->assignFreeIds(CKdProductDefArray::kMaxId);
+    set->saveTo(db, kNoGroup);
+  }
   write2dSymbols(db);
   bool committed = db.closeDatabase();
   // After a failed commit the old stamp stays: the dataset is as it was when it was taken.
@@ -236,16 +270,22 @@ bool CKdProject::askSaveFileName(HWND hwnd, CWsz& path) {
 
 void CKdProject::resetData() {
   propertyDefs_.reset();
+  partIdFormats_.reset();
   layerDefs_.buildHardDefaultsArray();
+  productGroups_.reset();
   symbols_.reset();
   textStyleDefs_.reset();
   linetypeDefs_.resetToBuiltIn();
   dimTextFormats_.reset();
+  reportDefs_.reset();
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) polyDefSets(type)->reset();
   lastInstalledDimtextId_ = 0;
 }
 
 void CKdProject::buildDefaultProject() {
   propertyDefs_.reset();
+  productGroups_.reset();
+  reportDefs_.reset();
   buildDefaultLinetypes();
   buildDefaultTextStyleDefs();
   buildDefaultDimTextFormats();
@@ -269,6 +309,36 @@ void CKdProject::buildDefaultTextStyleDefs() {
 }
 
 void CKdProject::buildDefaultDimTextFormats() { dimTextFormats_.reset(); }
+
+CKdProductDefArray* CKdProject::polyDefSets(VxKd::systemTypeIds type) {
+  return const_cast<CKdProductDefArray*>(std::as_const(*this).polyDefSets(type));
+}
+
+const CKdProductDefArray* CKdProject::polyDefSets(VxKd::systemTypeIds type) const {
+  switch (type) {
+    case VxKd::systemDuct:
+      return &ductDefs_;
+    case VxKd::systemPipe:
+      return &pipeDefs_;
+    case VxKd::systemElectric:
+      return &electricDefs_;
+    case VxKd::systemData:
+      return &dataDefs_;
+  }
+  return nullptr;
+}
+
+bool CKdProject::hasPolyDefSets() const {
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+    if (polyDefSets(type)->length() > 0) return true;
+  return false;
+}
+
+void CKdProject::updatePropertyDefModificationToRefs(const CKdPropertyDef& def) {
+  productGroups_.updatePropertyDefModification(def);
+  for (VxKd::systemTypeIds type : kPolyDefSetWriteOrder)
+    polyDefSets(type)->updatePropertyDefModification(def);
+}
 
 int CKdProject::reload(HWND hwnd, bool notify) {
   if (notify)
@@ -335,6 +405,28 @@ bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
   return true;
 }
 
+bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
+  CQbase db;
+  failReason_ = CQbase::reasonNone;
+  if (!openDb(hwnd, db, true)) return false;
+  // A format is in use by any product that names it, also one of a poly-object set: deleting
+  // it would leave that product without its part ID.
+  std::vector<const CKdProductDefArray*> users;
+  for (int i = 0; i < productGroups_.length(); ++i)
+    users.push_back(&productGroups_.objAt(i)->products());
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) users.push_back(polyDefSets(type));
+  const int before = partIdFormats_.length();
+  if (!deleteUnusedFromDb(hwnd, db, partIdFormats_, indexes, users)) {
+    failReason_ = db.reason();
+    return false;
+  }
+  timeStamp_.initFor(fileName_);
+  CInt32Array selected;
+  for (int32_t index : indexes)
+    if (index >= 0 && index < before && !selected.contains(index)) selected.append(index);
+  return before - partIdFormats_.length() == selected.length();
+}
+
 long CKdProject::nextSymbolDbId() const { return symbols_.nextId(1, kMaxSymbolId); }
 
 bool CKdProject::save2dSymbol(CQbase& db, const CVxSymbolModel& symbol) {
@@ -395,6 +487,9 @@ bool CKdProject::find2dSymbol(const char* symbolId, CVxSymbolModel& out) const {
 
 bool CKdProject::delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId) {
   if (!symbolId || !*symbolId) return false;
+  if (productGroups_.usesSymbol(symbolId)) return false;
+  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+    if (polyDefSets(type)->usesSymbol(symbolId)) return false;
   int index = symbols_.find(symbolId);
   if (index < 0) return false;
   if (!db.deleteRec(kSymbolRecord,

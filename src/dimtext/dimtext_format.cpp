@@ -113,13 +113,21 @@ bool CKdDimtextFormat::usesPropertyDef(long id, const CKdPropertyDefArray& defs)
 }
 
 char* CKdDimtextFormat::buildDbId(char* buf) const {
-  return cuSz::copyTo(buf, kDbIdSize, VxKd::buildDbId(id_));
+  return cuSz::copyTo(buf, kDbIdSize, recordKey());
+}
+
+std::string CKdDimtextFormat::recordKey() const { return VxKd::buildDbId(id_); }
+
+CKdRecordOrigin::obstacle CKdDimtextFormat::writeObstacle() const {
+  return origin_.obstacleTo(id_, 0, VxKd::kMaxDbId, recordKey());
 }
 
 bool CKdDimtextFormat::readFrom(CQbase& db) {
   long id = 0;
-  if (!VxKd::readObjId(db, id) || id < 0) return false;
-  setId(id);
+  bool idRead = VxKd::readObjId(db, id) && id >= 0;
+  if (idRead) setId(id);
+  origin_.readFrom(db, idRead, id_);
+  if (!idRead) return false;
   db.getWsz(fieldFormat, fmt_);
   db.getWsz(fieldDescription, desc_);
   db.getWsz(fieldStyleName, styleName_);
@@ -132,7 +140,10 @@ bool CKdDimtextFormat::readFrom(CQbase& db) {
 }
 
 bool CKdDimtextFormat::saveTo(CQbase& db) const {
-  if (!db.createRec(kRecordCode, VxKd::buildDbId(id_).c_str())) return false;
+  const std::string key = recordKey();
+  if (!origin_.mayWrite(db, kRecordCode, id_, 0, VxKd::kMaxDbId, key) ||
+      !db.createRec(kRecordCode, key.c_str()))
+    return false;
   bool ok = db.setWsz(fieldDescription, desc_);
   ok = db.setWsz(fieldFormat, fmt_) && ok;
   ok = db.setWsz(fieldStyleName, styleName_) && ok;
@@ -141,11 +152,13 @@ bool CKdDimtextFormat::saveTo(CQbase& db) const {
   ok = db.setFloat(fieldRefItemSize, refItemSize_) && ok;
   ok = db.setFloat(fieldFixedBorderDim, fixedBorderDim_) && ok;
   ok = options_.saveTo(db) && ok;
-  return db.saveRec() && ok;
+  if (!db.saveRec()) return false;
+  origin_.retire(db, kRecordCode, id_, key);
+  return ok;
 }
 
 bool CKdDimtextFormat::deleteFrom(CQbase& db) const {
-  return db.deleteRec(kRecordCode, VxKd::buildDbId(id_).c_str());
+  return origin_.deleteFrom(db, kRecordCode, id_, recordKey());
 }
 
 // ---- CKdDimtextFormatArray ----

@@ -40,6 +40,7 @@ const wchar_t* CKdObjArray::emptyWsz() {
 
 void CKdObjArray::hardInit() {
   count_ = 0;
+  capacity_ = 0;
   sortId_ = 0;
   table_ = nullptr;
 }
@@ -49,17 +50,23 @@ void* CKdObjArray::objAt(int index) const {
 }
 
 bool CKdObjArray::appendClone(void* clone) {
-  // One more slot per insertion, no spare capacity: arrays are small and edited rarely.
-  auto** grown = static_cast<void**>(std::realloc(table_, sizeof(void*) * (count_ + 1)));
-  if (!grown) {
-    objDelete(clone);
-    count_ = 0;
-    return false;
+  // The table doubles when full: a catalogue appends hundreds of thousands of elements.
+  if (count_ == capacity_) {
+    const int capacity = capacity_ < 4 ? 4 : 2 * capacity_;
+    auto** grown = static_cast<void**>(std::realloc(table_, sizeof(void*) * capacity));
+    if (!grown) {
+      objDelete(clone);
+      count_ = 0;
+      return false;
+    }
+    table_ = grown;
+    capacity_ = capacity;
   }
-  table_ = grown;
   table_[count_++] = clone;
   return true;
 }
+
+bool CKdObjArray::adopt(void* obj) { return obj && appendClone(obj); }
 
 bool CKdObjArray::append(const void* obj) {
   if (!obj) return false;
@@ -202,6 +209,16 @@ void CKdObjArray::reset() {
   for (int i = 0; i < count_; ++i) objDelete(table_[i]);
   std::free(table_);
   hardInit();
+}
+
+void CKdObjArray::takeFrom(CKdObjArray& other) {
+  if (this == &other) return;
+  reset();
+  count_ = other.count_;
+  capacity_ = other.capacity_;
+  sortId_ = other.sortId_;
+  table_ = other.table_;
+  other.hardInit();
 }
 
 void CKdObjArray::copyFrom(const CKdObjArray& other) {

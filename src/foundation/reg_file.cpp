@@ -135,13 +135,14 @@ bool parseData(std::wstring_view data, CRegFile::Value& value) {
     for (int i = 3; i >= 0; --i) value.dword = value.dword << 8 | value.bytes[i];
     value.bytes.clear();
   } else if (type == CRegFile::typeSz) {
-    // UTF-16LE up to its terminator; a string without one was cut.
+    // UTF-16LE with its terminator; a string without one was cut. Only the terminator goes:
+    // NULs before it are part of the value, which a rewrite of the file must keep.
     if (value.bytes.size() % 2 != 0) return false;
     std::u16string units;
     for (size_t i = 0; i < value.bytes.size(); i += 2)
       units.push_back(static_cast<char16_t>(value.bytes[i] | value.bytes[i + 1] << 8));
     if (units.empty() || units.back() != u'\0') return false;
-    while (!units.empty() && units.back() == u'\0') units.pop_back();
+    units.pop_back();
     value.text = cuSz::fromUtf16(units);
     value.bytes.clear();
   }

@@ -170,7 +170,9 @@ bool CSystemRegistry::readWsz(const wchar_t* subPath, const wchar_t* valueName, 
   loadFile(filePath(), file);
   const CRegFile::Value* found = file.findValue(key, orEmpty(valueName));
   if (!found || found->type != CRegFile::typeSz) return false;
-  text = found->text;
+  // A string reads up to its first NUL, as every reader of the value sees it; the file keeps
+  // the rest, so that writing other values changes nothing of it.
+  text = found->text.substr(0, found->text.find(L'\0'));
   return true;
 }
 

@@ -21,7 +21,8 @@ double normalAngle(double angle) {
 double angleOf(const CGmVector& v) { return std::atan2(v.y, v.x); }
 
 // The stored form, version 1. It begins with "GM" and the version byte; then come the
-// records, each a tag byte and its data, until the end:
+// records, each a tag byte and its data, until the end or a zero byte, after which only
+// zero bytes (padding) may follow:
 //   tag bits 0-3  the kind (below)
 //       bit 4     a colour number follows the tag (int16); without it the colour is 256
 //       bit 5     points carry z (three floats instead of two)
@@ -37,6 +38,7 @@ enum Kind : uint8_t {
   kText = 6,      // position, direction x and y, height, font, text
   kNodeEnd = 15,  // closes a node; no data, no other bits
 };
+constexpr uint8_t kPadding = 0;
 constexpr uint8_t kKindMask = 0x0F;
 constexpr uint8_t kHasColor = 0x10;
 constexpr uint8_t kHasZ = 0x20;
@@ -426,6 +428,11 @@ bool CGmModel::load(const void* data, int size) {
   while (!r.atEnd()) {
     uint8_t tag;
     r.byte(tag);
+    if (tag == kPadding) {
+      while (r.byte(tag))
+        if (tag != kPadding) return false;
+      break;
+    }
     const uint8_t kind = tag & kKindMask;
     const uint8_t variant = tag >> kVariantShift;
     const bool z = tag & kHasZ;

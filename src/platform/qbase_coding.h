@@ -8,27 +8,21 @@
 #include <cstring>
 #include <string>
 
+#include "platform/byte_order.h"
 #include "vxkd/platform/arrays.h"
 
 namespace qbaseCoding {
 
-inline void storeLe16(char* p, uint16_t v) {
-  p[0] = static_cast<char>(v);
-  p[1] = static_cast<char>(v >> 8);
-}
+inline void storeLe16(char* p, uint16_t v) { cuBytes::putLe16(reinterpret_cast<uint8_t*>(p), v); }
 
-inline void storeLe32(char* p, uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<char>(v >> (8 * i));
-}
+inline void storeLe32(char* p, uint32_t v) { cuBytes::putLe32(reinterpret_cast<uint8_t*>(p), v); }
 
 inline uint16_t loadLe16(const char* p) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(p[0]) | static_cast<uint8_t>(p[1]) << 8);
+  return cuBytes::getLe16(reinterpret_cast<const uint8_t*>(p));
 }
 
 inline uint32_t loadLe32(const char* p) {
-  uint32_t v = 0;
-  for (int i = 0; i < 4; ++i) v |= static_cast<uint32_t>(static_cast<uint8_t>(p[i])) << (8 * i);
-  return v;
+  return cuBytes::getLe32(reinterpret_cast<const uint8_t*>(p));
 }
 
 // The items of a stored array from their little-endian bytes (a trailing part item is

@@ -97,7 +97,9 @@ bool CQbaseRecord::setSz(short number, const char* text) {
 bool CQbaseRecord::getWsz(short number, CWsz& text) {
   const QbaseFieldValue* v = present(number, QbaseFieldType::kWsz);
   if (!v) return false;
-  text = CWsz(cuSz::fromUtf8(v->bytes));
+  // Up to the first NUL, as the narrow getters and every writer of a text take it: a NUL
+  // left in a file by another program cannot be written back.
+  text = CWsz(cuSz::fromUtf8(v->bytes.c_str()));
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include <numbers>
 #include <sstream>
 
+#include "platform/byte_order.h"
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
@@ -25,22 +26,6 @@ bool isFormatLine(std::istringstream& words) {
   int version = 0;
   words >> name >> version;
   return name == kFormatName && version == kFormatVersion;
-}
-
-void putLe16(uint8_t* out, uint16_t v) {
-  out[0] = static_cast<uint8_t>(v);
-  out[1] = static_cast<uint8_t>(v >> 8);
-}
-
-void putLe32(uint8_t* out, uint32_t v) {
-  for (int i = 0; i < 4; ++i) out[i] = static_cast<uint8_t>(v >> (8 * i));
-}
-
-uint16_t getLe16(const uint8_t* in) { return static_cast<uint16_t>(in[0] | in[1] << 8); }
-
-uint32_t getLe32(const uint8_t* in) {
-  return static_cast<uint32_t>(in[0]) | static_cast<uint32_t>(in[1]) << 8 |
-         static_cast<uint32_t>(in[2]) << 16 | static_cast<uint32_t>(in[3]) << 24;
 }
 
 // "type flags v0 v1 v2 v3 v4 v5": two integers and six numbers, nothing else.
@@ -210,13 +195,9 @@ CByteBuffer CVxSymbolModel::nodeBytes() const {
   out.resize(nodeCount() * nodeSize);
   uint8_t* p = out.data();
   for (const CGmNode& node : nodes_) {
-    putLe16(p, static_cast<uint16_t>(node.type));
-    putLe16(p + 2, node.flags);
-    for (int i = 0; i < 6; ++i) {
-      uint32_t bits;
-      std::memcpy(&bits, &node.v[i], sizeof bits);
-      putLe32(p + 4 + 4 * i, bits);
-    }
+    cuBytes::putLe16(p, static_cast<uint16_t>(node.type));
+    cuBytes::putLe16(p + 2, node.flags);
+    for (int i = 0; i < 6; ++i) cuBytes::putFloatLe(p + 4 + 4 * i, node.v[i]);
     p += nodeSize;
   }
   return out;
@@ -228,12 +209,9 @@ int CVxSymbolModel::setNodeBytes(const void* data, int size) {
   const auto* p = static_cast<const uint8_t*>(data);
   nodes_.resize(size / nodeSize);
   for (CGmNode& node : nodes_) {
-    node.type = static_cast<int16_t>(getLe16(p));
-    node.flags = getLe16(p + 2);
-    for (int i = 0; i < 6; ++i) {
-      uint32_t bits = getLe32(p + 4 + 4 * i);
-      std::memcpy(&node.v[i], &bits, sizeof bits);
-    }
+    node.type = static_cast<int16_t>(cuBytes::getLe16(p));
+    node.flags = cuBytes::getLe16(p + 2);
+    for (int i = 0; i < 6; ++i) node.v[i] = cuBytes::getFloatLe(p + 4 + 4 * i);
     p += nodeSize;
   }
   return nodeCount();
@@ -327,7 +305,8 @@ bool CVxSymbolDb::readSeries(const wchar_t* id, std::vector<CVxSymbolModel>& sym
     if (line[0] == '[') {
       current = nullptr;
       size_t close = line.rfind(']');
-      if (close == std::string::npos || close < 2) continue;
+      // An id holding a NUL ("[\0X]") cannot be stored: it is a line that cannot be read.
+      if (close == std::string::npos || close < 2 || line.find('\0') < close) continue;
       CVxSymbolModel symbol;
       symbol.setSymbolId(line.substr(1, close - 1).c_str());
       bool repeated = std::any_of(symbols.begin(), symbols.end(), [&](const CVxSymbolModel& s) {

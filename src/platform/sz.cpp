@@ -81,12 +81,19 @@ int compareLogical(const wchar_t* a, const wchar_t* b) {
   return *a ? 1 : -1;
 }
 
+std::wstring scalarValuesOf(std::wstring_view text) {
+  std::wstring out(text);
+  for (wchar_t& c : out)
+    if (!isScalarValue(static_cast<char32_t>(c))) c = L'\xFFFD';
+  return out;
+}
+
 std::string toUtf8(std::wstring_view text) {
   std::string out;
   out.reserve(text.size());
   for (wchar_t wc : text) {
     auto c = static_cast<char32_t>(wc);
-    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
+    if (!isScalarValue(c)) c = 0xFFFD;
     if (c < 0x80) {
       out += static_cast<char>(c);
     } else if (c < 0x800) {
@@ -108,9 +115,23 @@ std::string toUtf8(std::wstring_view text) {
 
 std::wstring fromUtf8(std::string_view text) {
   std::wstring out;
+  fromUtf8(text, out);
+  return out;
+}
+
+void fromUtf8(std::string_view text, std::wstring& out) {
+  out.clear();
   out.reserve(text.size());
   size_t i = 0;
   while (i < text.size()) {
+    // Runs of ASCII, most of any text, are copied without decoding.
+    size_t ascii = i;
+    while (ascii < text.size() && static_cast<unsigned char>(text[ascii]) < 0x80) ++ascii;
+    if (ascii > i) {
+      out.append(text.begin() + i, text.begin() + ascii);
+      i = ascii;
+      continue;
+    }
     auto b0 = static_cast<unsigned char>(text[i]);
     int extra = b0 < 0x80           ? 0
                 : (b0 >> 5) == 0x6  ? 1
@@ -133,7 +154,7 @@ std::wstring fromUtf8(std::string_view text) {
       c = (c << 6) | (bk & 0x3F);
     }
     static constexpr char32_t kMin[] = {0, 0x80, 0x800, 0x10000};
-    if (!ok || c < kMin[extra] || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
+    if (!ok || c < kMin[extra] || !isScalarValue(c)) {
       out += L'\xFFFD';
       ++i;
       continue;
@@ -141,7 +162,6 @@ std::wstring fromUtf8(std::string_view text) {
     out += static_cast<wchar_t>(c);
     i += extra + 1;
   }
-  return out;
 }
 
 std::u16string toUtf16(std::wstring_view text) {
@@ -149,7 +169,7 @@ std::u16string toUtf16(std::wstring_view text) {
   out.reserve(text.size());
   for (wchar_t wc : text) {
     auto c = static_cast<char32_t>(wc);
-    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
+    if (!isScalarValue(c)) c = 0xFFFD;
     if (c < 0x10000) {
       out += static_cast<char16_t>(c);
     } else {

@@ -130,16 +130,16 @@ struct CGmTextMetrics::Impl {
     Face& face = faces[index];
     if (face.tried) return face;
     face.tried = true;
-    const FontFace& spec = kFaces[index];
-    face.capHeight = spec.capHeight;
-    face.descent = spec.descent;
+    const FontFace& known = kFaces[index];
+    face.capHeight = known.capHeight;
+    face.descent = known.descent;
     if (!libraryTried) {
       libraryTried = true;
       if (FT_Init_FreeType(&library) != 0) library = nullptr;
     }
     std::string found;
     for (const std::string& folder : folders) {
-      std::string path = folder + "/" + spec.file;
+      std::string path = folder + "/" + known.file;
       if (library && FT_New_Face(library, path.c_str(), 0, &face.ft) == 0) {
         if (FT_IS_SCALABLE(face.ft) && FT_Select_Charmap(face.ft, FT_ENCODING_UNICODE) == 0 &&
             face.ft->units_per_EM > 0)
@@ -155,7 +155,7 @@ struct CGmTextMetrics::Impl {
       warn(cuSz::format(
           "Font file %s (for \"%s\") not found in %s: texts in that font are measured with a "
           "fixed width per character and may not fit their borders.",
-          spec.file, cuSz::toUtf8(spec.names[0]).c_str(),
+          known.file, cuSz::toUtf8(known.names[0]).c_str(),
           where.empty() ? "no folder" : where.c_str()));
       return face;
     }

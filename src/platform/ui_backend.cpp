@@ -47,6 +47,8 @@ CUiBackend* CUiBackend::install(CUiBackend* backend) {
   return previous;
 }
 
+int CUiBackend::runDialog(HWND, VXDialog&) { return IDCANCEL; }
+
 int CUiBackend::safeAnswerFor(unsigned style) {
   switch (style & MB_TYPEMASK) {
     case MB_YESNO:

@@ -1,5 +1,7 @@
 #include "vxkd/platform/wsz.h"
 
+#include <charconv>
+
 #include "vxkd/platform/sz.h"
 
 CWsz& CWsz::set(const wchar_t* text) {
@@ -18,7 +20,11 @@ CWsz& CWsz::cat(wchar_t c) {
 }
 
 CWsz& CWsz::cat(int value, int) {
-  str_ += std::to_wstring(value);
+  // to_chars rather than a wide printf, which costs many times more: a catalogue's save
+  // prints an id for each of its hundreds of thousands of property values.
+  char digits[16];
+  const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  str_.append(static_cast<const char*>(digits), end);  // ASCII: a byte is a character
   return *this;
 }
 

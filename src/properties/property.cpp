@@ -1,8 +1,10 @@
 #include "vxkd/properties/property.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cwchar>
 #include <limits>
 #include <string>
 #include <vector>
@@ -16,7 +18,21 @@ namespace {
 constexpr short kPropertySetField = 1521;
 
 // The longest text that setValue reads as a number.
-constexpr int kMaxNumberLength = 30;
+constexpr int kMaxNumberLength = CKdPropertyValue::maxNumberLength;
+
+// `text` as a stored set gives it back: each line break one blank, codes that are no
+// characters U+FFFD, without the blanks and tabs at its end.
+std::wstring storableText(std::wstring_view text) {
+  std::wstring out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    wchar_t c = text[i];
+    if (c == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n') ++i;
+    out += c == L'\r' || c == L'\n' ? L' ' : c;
+  }
+  out.erase(out.find_last_not_of(L" \t") + 1);
+  return cuSz::scalarValuesOf(out);
+}
 
 bool isScanBlank(wchar_t c) {
   return c == L' ' || c == L'\t' || c == L'\n' || c == L'\r' || c == L'\v' || c == L'\f';
@@ -26,7 +42,7 @@ bool isScanBlank(wchar_t c) {
 // sign, the number; the rest ignored), with "." as the decimal point whatever the process
 // locale. False for no number, one beyond the type's range, or one that is not finite.
 template <typename Real>
-bool scanReal(const std::wstring& text, Real& value) {
+bool scanReal(std::wstring_view text, Real& value) {
   value = 0;
   size_t i = 0;
   while (i < text.size() && isScanBlank(text[i])) ++i;
@@ -109,52 +125,105 @@ CWsz CKdProperty::getValueAsText(bool withUnit) const {
   return text;
 }
 
+bool CKdProperty::storableForm(const CKdPropertyValue& value, CKdPropertyValue& out) const {
+  out.copyFrom(value);
+  if (!value.hasValue() || isStdProperty()) return true;
+  CWsz text;
+  switch (value.typeId()) {
+    case CKdPropertyValue::typeText:
+      value.getText(text);
+      text = storableText(text.str());
+      if (text.isEmpty())
+        out.resetValue();  // "id=" reads back as no value
+      else
+        out.setText(text);
+      return true;
+    case CKdPropertyValue::typeSingleReal:
+    case CKdPropertyValue::typeDoubleReal: {
+      // Only reals can print longer: "-2147483648" is 11 characters. The reader takes no
+      // infinity and no NaN either.
+      double real = 0;
+      value.getDoubleReal(real);
+      value.printValue(text, decimals());
+      return std::isfinite(real) && text.length() <= kMaxNumberLength;
+    }
+    default:
+      return true;
+  }
+}
+
+bool CKdProperty::setValue(const CKdPropertyValue& value) {
+  CKdPropertyValue stored;
+  bool ok = value.typeId() == valueType() && storableForm(value, stored);
+  if (ok)
+    value_ = stored;
+  else
+    value_.setTypeId(valueType());
+  return ok;
+}
+
+bool CKdProperty::setDecimals(int decimals) {
+  CKdProperty changed(*this);
+  changed.CKdPropertyDef::setDecimals(decimals);
+  CKdPropertyValue stored;
+  if (!changed.storableForm(value_, stored)) return false;
+  CKdPropertyDef::setDecimals(decimals);
+  return true;
+}
+
 bool CKdProperty::setValue(const wchar_t* text) {
   const CKdPropertyValue::valueTypeId type = valueType();
   value_.setTypeId(type);
   if (!text || !*text) return true;
+  CKdPropertyValue parsed;
+  bool ok = true;
   if (type == CKdPropertyValue::typeText) {
-    value_.setText(text);
-    return true;
+    parsed.setText(text);
+    return setValue(parsed);
   }
-  std::wstring number(text);
-  if (number.size() > kMaxNumberLength) return false;
-
+  const size_t length = std::wcslen(text);
+  if (length > kMaxNumberLength) return false;
+  // A number is short: it is worked on in a buffer of its own rather than on the heap, since
+  // a catalogue sets hundreds of thousands of values when it is read.
+  wchar_t number[kMaxNumberLength + 1];
+  std::wmemcpy(number, text, length + 1);
   switch (type) {
     case CKdPropertyValue::typeInt16:
     case CKdPropertyValue::typeInt32: {
       // An integer ends at its decimal separator, whichever the user typed: cut, not rounded.
-      number.resize(std::min(number.find_first_of(L",."), number.size()));
-      long parsed = 0;
-      bool ok = cuSz::scanLong(number.c_str(), parsed);
+      if (wchar_t* separator = std::wcspbrk(number, L",.")) *separator = L'\0';
+      long value = 0;
+      ok = cuSz::scanLong(number, value);
       if (type == CKdPropertyValue::typeInt16) {
-        ok = ok && parsed >= std::numeric_limits<int16_t>::min() &&
-             parsed <= std::numeric_limits<int16_t>::max();
-        value_.setInt16(ok ? static_cast<int16_t>(parsed) : 0);
+        ok = ok && value >= std::numeric_limits<int16_t>::min() &&
+             value <= std::numeric_limits<int16_t>::max();
+        parsed.setInt16(ok ? static_cast<int16_t>(value) : 0);
       } else {
-        value_.setInt32(ok ? static_cast<int32_t>(parsed) : 0);
+        parsed.setInt32(ok ? static_cast<int32_t>(value) : 0);
       }
-      return ok;
+      break;
     }
     case CKdPropertyValue::typeSingleReal:
     case CKdPropertyValue::typeDoubleReal: {
       // A decimal comma is accepted as the decimal point.
-      for (wchar_t& c : number)
-        if (c == L',') c = L'.';
+      std::replace(number, number + length, L',', L'.');
+      const std::wstring_view digits(number, length);
       if (type == CKdPropertyValue::typeSingleReal) {
-        float parsed = 0;
-        bool ok = scanReal(number, parsed);
-        value_.setSingleReal(parsed);
-        return ok;
+        float value = 0;
+        ok = scanReal(digits, value);
+        parsed.setSingleReal(value);
+      } else {
+        double value = 0;
+        ok = scanReal(digits, value);
+        parsed.setDoubleReal(value);
       }
-      double parsed = 0;
-      bool ok = scanReal(number, parsed);
-      value_.setDoubleReal(parsed);
-      return ok;
+      break;
     }
     default:
       return false;
   }
+  // A number that cannot be read is 0 of its type, and still reported.
+  return setValue(parsed) && ok;
 }
 
 // ---- CKdPropertyArray ----
@@ -198,37 +267,51 @@ void CKdPropertyArray::writeAttributeText(CWsz& out) const {
 
 void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyDefArray& defs) {
   reset();
+  const auto blank = [](wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; };
+  // A catalogue reads hundreds of thousands of lines: they are looked at in views, their id
+  // and value copied into one buffer of the thread, and since a set lists its properties in
+  // the order of their definitions, each definition is looked for after the last one found.
+  thread_local std::wstring buffer;
+  std::wstring& part = buffer;
+  int nextDef = 0;
   std::wstring_view rest(text ? text : L"");
   while (!rest.empty()) {
     size_t end = rest.find(L'\n');
-    CWsz line(rest.substr(0, end));
+    std::wstring_view line = rest.substr(0, end);
     rest = end == std::wstring_view::npos ? std::wstring_view() : rest.substr(end + 1);
 
-    line.trim();
-    int equals = line.find(L'=');
-    if (equals < 0) continue;
+    while (!line.empty() && blank(line.front())) line.remove_prefix(1);
+    while (!line.empty() && blank(line.back())) line.remove_suffix(1);
+    const size_t equals = line.find(L'=');
+    if (equals == std::wstring_view::npos) continue;
     long id = 0;
-    if (!cuSz::scanLong(line.left(equals), id) || id <= 0) continue;
+    part.assign(line.substr(0, equals));
+    if (!cuSz::scanLong(part.c_str(), id) || id <= 0) continue;
     // A property whose definition was deleted vanishes here.
-    const CKdPropertyDef* def = defs.findId(id);
+    int index = nextDef;
+    if (index >= defs.length() || defs.idAt(index) != id) index = defs.indexOfId(id);
+    const CKdPropertyDef* def = defs.objAt(index);
     if (!def) continue;
-    CKdProperty property(*def);
-    property.setValue(line.mid(equals + 1));
-    append(&property);
+    nextDef = index + 1;
+    part.assign(line.substr(equals + 1));
+    if (CKdProperty* property = emplace(*def)) property->setValue(part.c_str());
   }
 }
 
 bool CKdPropertyArray::writeToAttributeOf(CQbase& db) const {
   // An empty set writes nothing, on purpose: a field already there keeps its lines.
   if (length() == 0) return true;
-  CWsz text;
+  // One buffer for every set written, as for reading.
+  thread_local CWsz text;
   writeAttributeText(text);
   return db.setWsz(kPropertySetField, text);
 }
 
 bool CKdPropertyArray::readFromAttributeOf(CQbase& db, const CKdPropertyDefArray& defs) {
-  CWsz text;
-  db.getWsz(kPropertySetField, text);
+  // One buffer for every set read: a catalogue reads ten thousand of them, each some
+  // kilobytes wide, and a fresh allocation of that size for each costs more than the rest.
+  thread_local CWsz text;
+  if (!db.getWsz(kPropertySetField, text)) text.empty();
   readAttributeText(text, defs);
   return true;
 }
@@ -251,8 +334,11 @@ void CKdPropertyArray::copyValuesFrom(const CKdPropertyArray& other) {
   for (int i = 0; i < length(); ++i) {
     CKdProperty* property = objAt(i);
     const CKdProperty* source = other.findProperty(property->name());
-    if (source && source->valueType() == property->valueType())
-      property->value().copyFrom(source->value());
+    if (!source || source->valueType() != property->valueType()) continue;
+    // A value that this property cannot keep (too long with its decimals) is refused like a
+    // namesake of another type: the property keeps its own.
+    CKdPropertyValue own = property->value();
+    if (!property->setValue(source->value())) property->setValue(own);
   }
 }
 

@@ -1,5 +1,6 @@
 #include "vxkd/properties/property_def.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cwchar>
 #include <iterator>
@@ -42,11 +43,26 @@ void CKdPropertyDef::init(long id, const wchar_t* name, const wchar_t* descripti
   unit_ = unit;
   valueType_ = valueType;
   setDecimals(decimals);
-  name_.set(name);
-  desc_.set(description);
+  setName(name);
+  setDesc(description);
 }
 
-void CKdPropertyDef::reset() { init(0, nullptr, nullptr, CKdPropertyValue::typeNone, {}, 0); }
+void CKdPropertyDef::setName(const wchar_t* name) {
+  name_ = CWsz(cuSz::scalarValuesOf(name ? name : L""));
+}
+
+void CKdPropertyDef::setDesc(const wchar_t* description) {
+  desc_ = CWsz(cuSz::scalarValuesOf(description ? description : L""));
+}
+
+void CKdPropertyDef::setDecimals(int decimals) {
+  decimals_ = static_cast<uint8_t>(std::clamp(decimals, 0, CKdPropertyValue::maxDecimals));
+}
+
+void CKdPropertyDef::reset() {
+  init(0, nullptr, nullptr, CKdPropertyValue::typeNone, {}, 0);
+  origin_.reset();
+}
 
 void CKdPropertyDef::getSampleText(CWsz& text) const {
   text = CKdPropertyValue::sampleText(valueType(), decimals_);
@@ -55,30 +71,42 @@ void CKdPropertyDef::getSampleText(CWsz& text) const {
 bool CKdPropertyDef::readFrom(CQbase& db) {
   reset();
   long id = 0;
-  if (!VxKd::readObjId(db, id) || id <= 0) return false;
-  setDbId(id);
+  bool idRead = VxKd::readObjId(db, id) && id > 0;
+  if (idRead) setDbId(id);
+  origin_.readFrom(db, idRead, id_);
   db.getWsz(fieldName, name_);
   db.getWsz(fieldDescription, desc_);
   db.getByte(fieldValueType, valueType_);
-  db.getByte(fieldDecimals, decimals_);
+  uint8_t decimals = 0;
+  if (db.getByte(fieldDecimals, decimals)) setDecimals(decimals);
   short unit = 0;
   if (db.getShort(fieldUnit, unit)) unit_.setUnitId(static_cast<CKdUnit::unitId>(unit));
-  return true;
+  return idRead;
+}
+
+std::string CKdPropertyDef::recordKey() const { return VxKd::buildDbId(id_); }
+
+CKdRecordOrigin::obstacle CKdPropertyDef::writeObstacle() const {
+  return origin_.obstacleTo(id_, 1, CKdPropertyDefArray::kMaxId, recordKey());
 }
 
 bool CKdPropertyDef::saveTo(CQbase& db) const {
-  if (!db.createRec(kRecordCode, VxKd::buildDbId(id_).c_str())) return false;
+  const std::string key = recordKey();
+  if (!origin_.mayWrite(db, kRecordCode, id_, 1, CKdPropertyDefArray::kMaxId, key)) return false;
+  if (!db.createRec(kRecordCode, key.c_str())) return false;
   bool ok = true;
   if (!name_.isEmpty()) ok = db.setWsz(fieldName, name_) && ok;
   if (!desc_.isEmpty()) ok = db.setWsz(fieldDescription, desc_) && ok;
   ok = db.setByte(fieldValueType, valueType_) && ok;
   ok = db.setByte(fieldDecimals, decimals_) && ok;
   ok = db.setShort(fieldUnit, unit_.id()) && ok;
-  return db.saveRec() && ok;
+  if (!db.saveRec()) return false;
+  origin_.retire(db, kRecordCode, id_, key);
+  return ok;
 }
 
 bool CKdPropertyDef::deleteFrom(CQbase& db) const {
-  return db.deleteRec(kRecordCode, VxKd::buildDbId(id_).c_str());
+  return origin_.deleteFrom(db, kRecordCode, id_, recordKey());
 }
 
 // ---- CKdPropertyDefArray ----
@@ -219,7 +247,7 @@ bool CKdPropertyDefArray::readFrom(CQbase& db) {
   reset();
   CKdPropertyDef def;
   for (bool more = db.fetchFirstMember(kRecordCode); more; more = db.fetchNextMember()) {
-    def.readFrom(db);  // a bad key leaves the definition reset: it is appended all the same
+    def.readFrom(db);  // a bad key leaves id 0: the definition is kept all the same
     append(&def);
   }
   return true;
@@ -247,8 +275,9 @@ bool CKdPropertyDefArray::validateName(cuWin::HWND hwnd, const CKdPropertyDefArr
   if (changed && all.findName(name))
     return refuse(VxKd::lngDbText(11152, L"#Property name must be unique"));
 
-  // "*" keeps user names apart from the special property names.
-  constexpr const wchar_t* kReserved = L"*;:,|&=<>";
+  // "*" keeps user names apart from the special property names; "{" and "}" delimit the
+  // names in format strings, which could not name a definition holding them.
+  constexpr const wchar_t* kReserved = L"*;:,|&=<>{}";
   if (std::wcspbrk(name, kReserved)) {
     CWsz text =
         VxKd::lngDbText(11154, L"#Property name cannot contain any of the following characters:");
@@ -257,9 +286,13 @@ bool CKdPropertyDefArray::validateName(cuWin::HWND hwnd, const CKdPropertyDefArr
     return refuse(text);
   }
 
-  for (const wchar_t* c = name; *c; ++c)
-    if (static_cast<uint32_t>(*c) < 32)
+  // Control characters, and codes that are no characters (surrogates, beyond U+10FFFF),
+  // which the dataset could not store as they stand.
+  for (const wchar_t* c = name; *c; ++c) {
+    auto code = static_cast<uint32_t>(*c);
+    if (code < 32 || !cuSz::isScalarValue(code))
       return refuse(VxKd::lngDbText(11156, L"#Property name contains illegal special character"));
+  }
   return true;
 }
 

@@ -184,19 +184,35 @@ bool CKdPropertyValue::isEqualTo(const CKdPropertyValue& other) const {
   }
 }
 
-CWsz CKdPropertyValue::printReal(double value, int decimals) {
+namespace {
+
+// Appends "%0.*f" of `value` to `out`; see printReal.
+void appendReal(std::wstring& out, double value, int decimals) {
   // std::to_chars formats as printf does in the "C" locale, so a host that has set a
   // locale with a decimal comma still gets "3.14". A negative precision means 6, as "%.*f".
   if (decimals < 0) decimals = 6;
   // Every double is exact within 1074 places; beyond, printf would only add zeros. The cap
   // keeps a wild count from asking for an enormous buffer.
   if (decimals > 1100) decimals = 1100;
-  // The largest double has 309 integer digits; the decimals come on top.
-  std::string buffer(320 + static_cast<size_t>(decimals), '\0');
-  auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
-                              std::chars_format::fixed, decimals);
-  if (result.ec != std::errc()) return CWsz();
-  return CWsz(std::wstring(buffer.data(), result.ptr));  // ASCII only: widen byte by byte
+  // The largest double has 309 integer digits; the decimals come on top. The usual few
+  // decimals fit a buffer on the stack.
+  constexpr size_t kStackDigits = 400;
+  const size_t size = 320 + static_cast<size_t>(decimals);
+  char stack[kStackDigits];
+  std::string heap(size > kStackDigits ? size : 0, '\0');
+  char* buffer = size > kStackDigits ? heap.data() : stack;
+  auto result = std::to_chars(buffer, buffer + size, value, std::chars_format::fixed, decimals);
+  if (result.ec != std::errc()) return;
+  const char* digits = buffer;
+  out.append(digits, static_cast<const char*>(result.ptr));  // ASCII: a byte is a character
+}
+
+}  // namespace
+
+CWsz CKdPropertyValue::printReal(double value, int decimals) {
+  CWsz text;
+  appendReal(text.str(), value, decimals);
+  return text;
 }
 
 void CKdPropertyValue::printValue(CWsz& out, int decimals) const {
@@ -216,7 +232,7 @@ void CKdPropertyValue::printValue(CWsz& out, int decimals) const {
       break;
     case typeSingleReal:
     case typeDoubleReal:
-      out = printReal(value_.real, decimals);
+      appendReal(out.str(), value_.real, decimals);
       break;
     default:
       break;

@@ -97,6 +97,17 @@ class ProjectTest : public vxkd_test::TextsUiTest {
     CVxSymbolModel large = symbolOf("LARGE", 126);
     p.symbols().append(&small);
     p.symbols().append(&large);
+    // Report 5 shows Width (1) and sorts by Flow (2); report 2 is in the array after it.
+    for (long id : {5, 2}) {
+      CKdReport report;
+      report.setDbId(id);
+      report.setDesc((L"Report " + std::to_wstring(id)).c_str());
+      CSReportColumn column;
+      column.setPropertyId(id == 5 ? 1 : 0);
+      report.columns().append(&column);
+      report.setSortPropertyId(id == 5 ? 2 : 0);
+      p.reportDefs().append(&report);
+    }
   }
 
   vxkd_test::TempFolder dir_;
@@ -114,6 +125,9 @@ TEST_F(ProjectTest, SavedDatasetReadsBackEqualInAFreshProject) {
   expectSameDefs(original.propertyDefs(), copy.propertyDefs());
   expectSameFormats(original.dimTextFormats(), copy.dimTextFormats());
   expectSameSymbols(original.symbols(), copy.symbols());
+  ASSERT_EQ(copy.reportDefs().length(), 2);
+  EXPECT_STREQ(copy.reportDefs().nameAt(0), L"Report 2") << "read in key order";
+  EXPECT_EQ(copy.reportDefs().objAt(1)->sortPropertyId(), 2);
   EXPECT_EQ(copy.symbols().objAt(0)->nodeCount(), 125);
   EXPECT_EQ(copy.symbols().objAt(1)->nodeCount(), 126);
   EXPECT_EQ(ui_.boxCount(), 0);
@@ -226,6 +240,33 @@ TEST_F(ProjectTest, DeletedPropertyDefsLeaveTheFileUnlessInUse) {
   ASSERT_EQ(back.propertyDefs().length(), 1);
   EXPECT_STREQ(back.propertyDefs().nameAt(0), L"Flow");
   EXPECT_EQ(p.checkUpdated(nullptr, false), 0) << "the project's own save";
+}
+
+TEST_F(ProjectTest, ReportsKeepThePropertyDefinitionsTheyShowOrSortBy) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  std::vector<const iKdPropertyDefUser*> users;
+  for (int i = 0; i < p.reportDefs().length(); ++i) users.push_back(p.reportDefs().objAt(i));
+  EXPECT_TRUE(p.deletePropertyDefs(nullptr, CInt32Array{0, 1, 2}, users));
+  EXPECT_EQ(ui_.lastBox().text,
+            L"Some of the selected property definitions could not be deleted. They are used in "
+            L"following items:\r\nReport definitions");
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  EXPECT_EQ(back.propertyDefs().length(), 2);
+  EXPECT_STREQ(back.propertyDefs().nameAt(1), L"Flow");
+}
+
+TEST_F(ProjectTest, DefaultProjectAndResetHaveNoReports) {
+  CKdProject p;
+  fill(p);
+  CKdProject copy(p);
+  p.buildDefaultProject();
+  EXPECT_EQ(p.reportDefs().length(), 0);
+  ASSERT_EQ(copy.reportDefs().length(), 2) << "a copy has reports of its own";
+  copy.resetData();
+  EXPECT_EQ(copy.reportDefs().length(), 0);
 }
 
 TEST_F(ProjectTest, DeletedDimTextFormatsLeaveTheFileUnlessInUse) {

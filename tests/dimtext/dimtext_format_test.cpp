@@ -263,6 +263,74 @@ TEST_F(DimtextFormatRecord, BadKeysReadAsNewFormatsWithIdZeroAndAreKept) {
   EXPECT_EQ(fields(*read.objAt(2)), fields(CKdDimtextFormat())) << "key abc";
 }
 
+// A format whose key gave no id is not that record's: a save leaves the record as it is and
+// never writes the new format in its place, so a real format 0 is not replaced by it.
+TEST_F(DimtextFormatRecord, FormatsOfBadKeysAreNeverWrittenSoTheirRecordsStay) {
+  ASSERT_TRUE(formatOf(0, L"Zero", 4.0f).saveTo(db_));
+  for (const char* key : {"-00003", "abc"})
+    ASSERT_TRUE(db_.createRec("RT", key) && db_.setWsz(1502, L"Hand made") && db_.saveRec());
+  A read;
+  ASSERT_TRUE(read.readFrom(db_));
+  ASSERT_EQ(descs(read), L" Zero ") << "keys -00003, 000000, abc";
+  EXPECT_EQ(read.objAt(1)->writeObstacle(), CKdRecordOrigin::noObstacle);
+  for (int i : {0, 2}) EXPECT_EQ(read.objAt(i)->writeObstacle(), CKdRecordOrigin::keyWithoutId);
+  EXPECT_FALSE(read.saveTo(db_));
+
+  A again;
+  ASSERT_TRUE(again.readFrom(db_));
+  EXPECT_EQ(fields(*again.objAt(1)), fields(formatOf(0, L"Zero", 4.0f)));
+  for (const char* key : {"-00003", "abc"}) {
+    CWsz desc;
+    EXPECT_TRUE(db_.fetchRec("RT", key) && db_.getWsz(1502, desc) && desc == L"Hand made") << key;
+  }
+}
+
+// Keys that read as an id in another form: the format moves to its own key, its old record
+// goes in the same save, and a second save finds it there. Beside a record under its own key
+// it stays where it is.
+TEST_F(DimtextFormatRecord, FormatReadFromAKeyOfAnotherFormMovesToItsOwnKey) {
+  const struct {
+    const char* key;
+    long id;
+    std::string canonical;
+    bool canonicalBeside;  // another record under the canonical key already there
+    const char* keysAfter;
+  } cases[] = {
+      {" 7", 7, "000007", false, "000007"},
+      {"0", 0, "000000", false, "000000"},
+      {"7", 7, "000007", true, "000007|7"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.key);
+    ASSERT_TRUE(runSql("DELETE FROM RT_dimension_text_formats"));
+    ASSERT_TRUE(db_.createRec("RT", c.key) && db_.setWsz(1502, L"Mine") && db_.saveRec());
+    const std::string& canonical = c.canonical;
+    if (c.canonicalBeside) {
+      ASSERT_TRUE(db_.createRec("RT", canonical.c_str()) && db_.setWsz(1502, L"Other") &&
+                  db_.saveRec());
+    }
+    CKdDimtextFormat format;
+    ASSERT_TRUE(db_.fetchRec("RT", c.key) && format.readFrom(db_));
+    EXPECT_EQ(format.id(), c.id);
+    EXPECT_EQ(format.recordKey(), canonical);
+    EXPECT_EQ(format.saveTo(db_), !c.canonicalBeside);
+    EXPECT_EQ(format.saveTo(db_), !c.canonicalBeside) << "a second save finds its own record";
+
+    std::string keys;
+    for (bool more = db_.fetchFirstMember("RT"); more; more = db_.fetchNextMember()) {
+      CChBuffer key;
+      db_.getObjId(key);
+      keys += (keys.empty() ? "" : "|") + key.str();
+    }
+    EXPECT_EQ(keys, c.keysAfter);
+    CWsz desc;
+    ASSERT_TRUE(db_.fetchRec("RT", canonical.c_str()) && db_.getWsz(1502, desc));
+    EXPECT_EQ(desc, c.canonicalBeside ? L"Other" : L"Mine");
+    EXPECT_TRUE(format.deleteFrom(db_));
+    EXPECT_EQ(db_.fetchRec("RT", canonical.c_str()), c.canonicalBeside) << "another's record";
+  }
+}
+
 TEST_F(DimtextFormatRecord, ArraySaveGoesOnAfterAFailedRecord) {
   A formats = arrayOf({formatOf(-1000000, L"Key too long"), formatOf(3, L"Three")});
   EXPECT_FALSE(formats.saveTo(db_));

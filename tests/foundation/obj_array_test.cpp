@@ -81,6 +81,49 @@ ItemArray withIds(const std::vector<long>& ids) {
   return a;
 }
 
+// An owning array of the tests' items, for what the template adds.
+class OwnedItems : public CKdOwningArray<Item> {
+ public:
+  long idAt(int index) const override { return objAt(index) ? objAt(index)->id : 0; }
+};
+
+TEST(ObjArrayTest, MovingHandsTheElementsOverAndLeavesTheSourceEmpty) {
+  OwnedItems from;
+  for (long id = 1; id <= 1000; ++id) ASSERT_NE(from.emplace(Item{id, CWsz(L"x"), 0, 0}), nullptr);
+  from.setSortId(2);
+  const Item* first = from.objAt(0);
+  OwnedItems to(std::move(from));
+  EXPECT_EQ(to.length(), 1000);
+  EXPECT_EQ(to.objAt(0), first) << "the same element, not a copy";
+  EXPECT_EQ(to.sortId(), 2);
+  EXPECT_EQ(from.length(), 0);  // NOLINT: the moved-from state is part of the contract
+  EXPECT_EQ(from.objAt(0), nullptr);
+  from.emplace(Item{7, CWsz(L"y"), 0, 0});
+  EXPECT_EQ(from.idAt(0), 7) << "a moved-from array is usable";
+
+  to = std::move(from);
+  EXPECT_EQ(to.length(), 1);
+  EXPECT_EQ(to.idAt(0), 7);
+  to = std::move(to);
+  EXPECT_EQ(to.length(), 1) << "moving onto itself keeps the elements";
+}
+
+TEST(ObjArrayTest, ManyAppendsKeepEveryElementInOrder) {
+  OwnedItems items;
+  for (long id = 1; id <= 5000; ++id) {
+    Item item{id, CWsz(), 0, 0};
+    ASSERT_TRUE(items.append(&item));
+  }
+  items.insertAt(0, items.objAt(4999));
+  items.deleteAt(1);
+  ASSERT_EQ(items.length(), 5000);
+  EXPECT_EQ(items.idAt(0), 5000);
+  EXPECT_EQ(items.idAt(1), 2);
+  EXPECT_EQ(items.idAt(4999), 5000);
+  items.reset();
+  EXPECT_NE(items.emplace(Item{1, CWsz(), 0, 0}), nullptr) << "the table grows again after reset";
+}
+
 TEST(ObjArrayTest, NextIdTakesHighestPlusOneElseFirstGapElseZero) {
   const struct {
     std::vector<long> ids;
@@ -306,6 +349,7 @@ class Stored {
  public:
   const char* getClassId() const { return "RE"; }
   const CWsz& name() const { return name_; }
+  long dbId() const { return id; }
   long id = 0;
   CWsz name_;
   bool readFrom(CQbase& db) {
@@ -344,6 +388,9 @@ TEST_F(ObjectArrayTest, ElementsWriteAndReadTheirOwnRecordsInKeyOrder) {
   EXPECT_STREQ(in.nameAt(2), L"Report 12");
   EXPECT_EQ(in.objAt(3)->name_, L"stray");
   EXPECT_STREQ(in.nameAt(9), L"");
+  EXPECT_EQ(in.idAt(1), 7);
+  EXPECT_EQ(in.findId(12), in.objAt(2));
+  EXPECT_EQ(in.nextId(1, 999999), 13);
 }
 
 }  // namespace

@@ -62,6 +62,7 @@ const char kHandWritten[] =
     "@=\"the default value\"\r\n"
     "\"Path\"=\"C:\\\\Data\\\\\\\"quoted\\\"\"\r\n"
     "\"Multi\"=hex(1):41,00,0a,00,42,00,00,00\r\n"
+    "\"Nuls\"=hex(1):41,00,00,00,42,00,00,00,00,00\r\n"
     "\"Four\"=hex(4):0a,01,00,00\r\n"
     "\"Blob\"=hex:01,02,03,\\\r\n"
     "  04,05\r\n"
@@ -108,6 +109,7 @@ TEST_F(RegistryTest, HandWrittenFileIsReadAndWrittenBackWithWhatItDoesNotUnderst
     for (int round = 0; round < 2; ++round) {
       EXPECT_EQ(stringOf(key, L"", L"Path"), L"C:\\Data\\\"quoted\"");
       EXPECT_EQ(stringOf(key, L"", L"Multi"), L"A\nB");
+      EXPECT_EQ(stringOf(key, L"", L"Nuls"), L"A") << "read up to its first NUL";
       EXPECT_EQ(dwordOf(key, L"", L"After"), 2) << "the later line wins";
       EXPECT_EQ(stringOf(key, L"sub\\deeper", L"name"), L"Gr\u00f6\u00dfe");
       ASSERT_TRUE(key.writeDw(L"", L"New", 0x1f));  // the second round reads the file written
@@ -115,6 +117,8 @@ TEST_F(RegistryTest, HandWrittenFileIsReadAndWrittenBackWithWhatItDoesNotUnderst
     std::string text = registry_.currentUserText();
     EXPECT_EQ(text.rfind("Windows Registry Editor Version 5.00\n", 0), 0u) << text;
     EXPECT_NE(text.find("\"Blob\"=hex:01,02,03,04,05\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\"Nuls\"=hex(1):41,00,00,00,42,00,00,00,00,00\n"), std::string::npos)
+        << "NULs before the terminator are kept: " << text;
     EXPECT_NE(text.find("\"New\"=dword:0000001f\n"), std::string::npos) << text;
     EXPECT_EQ(text.find("Removed"), std::string::npos) << text;
   }

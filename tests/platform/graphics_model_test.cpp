@@ -227,15 +227,16 @@ TEST(GraphicsModel, StoreRefusesWhatWouldNotFitTheFieldAndNeverCutsIt) {
   CByteBuffer bytes;
   ASSERT_TRUE(m.store(bytes));
   EXPECT_EQ(bytes.size(), 3);
-  // 3 bytes of header and 17 per line: 58 lines fill 989 bytes, 59 would need 1006.
-  for (int i = 0; i < 58; ++i) m.addLine({0, 0}, {1.0 * i, 1});
+  // 3 bytes of header and 17 per line: 1646 lines fill 27,985 of the field's 28,000 bytes,
+  // 1647 would need 28,002.
+  for (int i = 0; i < 1646; ++i) m.addLine({0, 0}, {1.0 * i, 1});
   ASSERT_TRUE(m.store(bytes));
-  EXPECT_EQ(bytes.size(), 989);
+  EXPECT_EQ(bytes.size(), 27985);
   m.addLine({0, 0}, {1, 1});
   EXPECT_FALSE(m.store(bytes));
   EXPECT_TRUE(bytes.isEmpty());
-  EXPECT_TRUE(m.store(bytes, 2000));
-  EXPECT_EQ(bytes.size(), 1006);
+  EXPECT_TRUE(m.store(bytes, 30000));
+  EXPECT_EQ(bytes.size(), 28002);
 }
 
 TEST(GraphicsModel, StoreRefusesNumbersBeyondSinglePrecision) {
@@ -268,6 +269,7 @@ TEST(GraphicsModel, LoadRefusesOtherVersionsAndForeignData) {
       {"overlong count", "GM\x01\x04\xFF\xFF\xFF\xFF\x7F"},
       {"padded count", std::string("GM\x01\x04\x82\x00", 6) + std::string(16, '\0')},
       {"trailing garbage", goodBytes + "\x01"},
+      {"garbage after padding", goodBytes + std::string("\x00\x00\x05", 3)},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -279,6 +281,19 @@ TEST(GraphicsModel, LoadRefusesOtherVersionsAndForeignData) {
   CGmModel m;
   EXPECT_FALSE(m.load(nullptr, 10));
   EXPECT_TRUE(m.load("GM\x01", 3)) << "an empty model";
+}
+
+// A field of fixed-size items fills the last one with zero bytes: they end the form.
+TEST(GraphicsModel, LoadSkipsZeroPaddingAfterTheForm) {
+  CByteBuffer bytes;
+  ASSERT_TRUE(everyKind().store(bytes));
+  for (int padding : {1, 27}) {
+    CByteBuffer padded(bytes);
+    padded.resize(bytes.size() + padding);
+    CGmModel back;
+    ASSERT_TRUE(back.load(padded.data(), padded.size())) << padding;
+    EXPECT_EQ(back, everyKind());
+  }
 }
 
 TEST(GraphicsModel, LoadRefusesTextThatIsNotUtf8) {

@@ -1,6 +1,8 @@
 // The host's side: the callback table, the host interface and the version number; and what a
 // debug build stops on when a host breaks the rules of registration or threads.
 
+#include "vxkd/platform/host.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,31 +10,14 @@
 #include <utility>
 #include <vector>
 
+#include "support/fake_host.h"
 #include "support/ui_fixture.h"
 #include "vxkd/platform/env.h"
-#include "vxkd/platform/host.h"
 #include "vxkd/platform/version.h"
 
 namespace {
 
-// A drawing with one block: its attribute definitions as the host would give them.
-class FakeHost : public iVxKdInterface {
- public:
-  bool getBlockAttributeDefs(const wchar_t* blockName,
-                             std::vector<VxKdAttributeDef>& defs) override {
-    asked.emplace_back(blockName);
-    if (!readable) return false;
-    if (asked.back() == L"VANTSYLABEL")
-      for (const auto& [tag, prompt] : attributes) defs.push_back({tag, prompt});
-    else
-      defs.push_back({L"half-written", L"by a careless host"});  // a host that fills anyway
-    return asked.back() == L"VANTSYLABEL";
-  }
-
-  std::vector<std::pair<std::wstring, std::wstring>> attributes;
-  std::vector<std::wstring> asked;
-  bool readable = true;
-};
+using vxkd_test::FakeHost;
 
 // A host and a backend for the test to register; the console backend and no host again
 // after it, before they go.

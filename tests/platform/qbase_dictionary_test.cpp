@@ -113,12 +113,12 @@ constexpr ShippedField kProductFields[] = {
 };
 
 const ShippedField kShippedFields[] = {
-    {"RD", 1501, kWsz, 0},    {"RD", 1002, kByte, 0},    {"RD", 1101, kShort, 0},
-    {"PI", 1503, kSz, 100},   {"PG", 1201, kLong, 0},    {"BI", 1450, kPoint, 0},
-    {"BI", 1605, kBinary, 1}, {"BI", 1306, kFloat, 0},   {"LX", 1507, kSz, 4},
-    {"LX", 1103, kByte, 0},   {"RT", 1505, kWsz, 0},     {"RE", 1308, kFloats, 0},
-    {"RE", 1110, kShorts, 0}, {"RE", 1603, kBinary, 36}, {"RE", 1604, kBinary, 128},
-    {"RE", 1103, kShort, 0},  {"S2", 1504, kSz, 99},     {"S2", 1601, kBinary, 28},
+    {"RD", 1501, kWsz, 0},     {"RD", 1002, kByte, 0},    {"RD", 1101, kShort, 0},
+    {"PI", 1503, kSz, 100},    {"PG", 1201, kLong, 0},    {"BI", 1450, kPoint, 0},
+    {"BI", 1605, kBinary, 28}, {"BI", 1306, kFloat, 0},   {"LX", 1507, kSz, 4},
+    {"LX", 1103, kByte, 0},    {"RT", 1505, kWsz, 0},     {"RE", 1308, kFloats, 0},
+    {"RE", 1110, kShorts, 0},  {"RE", 1603, kBinary, 36}, {"RE", 1604, kBinary, 128},
+    {"RE", 1103, kShort, 0},   {"S2", 1504, kSz, 99},     {"S2", 1601, kBinary, 28},
 };
 
 struct ShippedRecord {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/temp_dataset.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -203,6 +204,22 @@ TEST_F(QbaseTest, SettersRefuseOrCutWhatTheFieldCannotHold) {
   EXPECT_EQ(n.str(), "123456789");
   ASSERT_TRUE(db.setSz(1505, std::string(5000, 'q').c_str()) && db.getSz(1505, n));
   EXPECT_EQ(n.length(), 5000);  // no maximum
+}
+
+// Another program may leave a NUL inside a text: it reads as far as a writer would write it,
+// so that reading and writing agree.
+TEST_F(QbaseTest, TextsWithANulWrittenElsewhereReadUpToIt) {
+  CQbase db;
+  ASSERT_TRUE(open(db, true) && db.createRec("TT", "000001") && db.saveRec() && db.closeDatabase());
+  for (const char* column : {"f1501_w", "f1505_u"})
+    ASSERT_TRUE(vxkd_test::runSql(file_, "UPDATE TT_all_types SET " + std::string(column) + " = ?1",
+                                  std::string("ab\0cd", 5)));
+  ASSERT_TRUE(open(db) && db.fetchRec("TT", "000001"));
+  CWsz wide;
+  CChBuffer narrow;
+  ASSERT_TRUE(db.getWsz(1501, wide) && db.getSz(1505, narrow));
+  EXPECT_EQ(wide.str(), L"ab");
+  EXPECT_EQ(narrow.str(), "ab");
 }
 
 // A binary-array field holds at most 1000 items: more are cut when written, and a file

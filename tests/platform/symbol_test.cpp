@@ -146,12 +146,13 @@ TEST_F(SymbolLibrary, SeriesFileGivesItsSymbolsInTheLibrarysLanguage) {
                 "node=9 0 0 0 0 0 0 0\n"
                 "[Check]\n"
                 "description=Check valve\n"
-                "node=3 0 0 0 0 0 0 0\n");
+                "node=3 0 0 0 0 0 0 0\n" +
+                    std::string("[\0X]\nnode=4 0 0 0 0 0 0 0\n", 26));  // no id to store
   ASSERT_TRUE(openLibrary(1501));
   db_.refreshSeries();
   std::vector<CVxSymbolModel> symbols;
   ASSERT_TRUE(db_.readSeries(L"Valves", symbols));
-  ASSERT_EQ(symbols.size(), 2u) << "without nodes or repeated: skipped";
+  ASSERT_EQ(symbols.size(), 2u) << "without nodes, repeated or with a NUL in the id: skipped";
   EXPECT_STREQ(symbols[0].symbolId(), "Gate");
   EXPECT_EQ(symbols[0].desc().str(), L"Schieber");
   EXPECT_EQ(symbols[0].projectId(), 0);

@@ -69,6 +69,19 @@ TEST(SzTest, UtfConversionsRoundTripAndReplaceBadUnits) {
   EXPECT_EQ(cuSz::fromUtf8("a\xFF\x62"), L"a\xFFFD\x62");
   EXPECT_EQ(cuSz::fromUtf8("\xE2\x82"), L"\xFFFD\xFFFD");  // truncated sequence
   EXPECT_EQ(cuSz::fromUtf8("\xC0\xAF"), L"\xFFFD\xFFFD");  // overlong form
+  // Into a buffer: its old content goes, ASCII runs and sequences alternate as they come.
+  std::wstring buffer = L"old content that is longer";
+  cuSz::fromUtf8(
+      "ab\xC3\xA4"
+      "cd\xFF"
+      "e",
+      buffer);
+  EXPECT_EQ(buffer,
+            L"ab\xE4"
+            L"cd\xFFFD"
+            L"e");
+  cuSz::fromUtf8("", buffer);
+  EXPECT_TRUE(buffer.empty());
   std::u16string u = cuSz::toUtf16(L"a𝄞");
   EXPECT_EQ(u, (std::u16string{u'a', 0xD834, 0xDD1E}));
   EXPECT_EQ(cuSz::fromUtf16(u), L"a𝄞");

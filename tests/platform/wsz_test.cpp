@@ -25,6 +25,8 @@ TEST(WszTest, CatMidTrimFindAndReplace) {
   CWsz path(L"A/B/C");
   EXPECT_EQ(path.replace(L'/', L'\\'), 2);
   EXPECT_EQ(path.cat(101, 0).cat(L'/').cat(-5, 0).str(), L"A\\B\\C101/-5");
+  EXPECT_EQ(CWsz().cat(0, 0).cat(L' ').cat(-2147483647 - 1, 0).cat(L' ').cat(2147483647, 0).str(),
+            L"0 -2147483648 2147483647");
   CWsz blank(L" \t ");
   EXPECT_TRUE(blank.trim().isEmpty());
 }

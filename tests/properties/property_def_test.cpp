@@ -167,7 +167,7 @@ TEST(PropertyDefArray, SortOrdersByEachKeyBothWays) {
 
 constexpr unsigned kErrorBox = MB_OK | MB_ICONSTOP | MB_TASKMODAL;
 const wchar_t* const kReservedText =
-    L"Property name cannot contain any of the following characters:\r* ; : , | & = < > ";
+    L"Property name cannot contain any of the following characters:\r* ; : , | & = < > { } ";
 
 using PropertyDefName = vxkd_test::RecordingUiTest;
 
@@ -187,8 +187,12 @@ TEST_F(PropertyDefName, IsAcceptedOrRefusedWithItsMessage) {
                {L"A;B", -1, false, kReservedText},
                {L"*X*", -1, false, kReservedText},
                {L"a>b", 1, false, kReservedText},
+               {L"W}H", -1, false, kReservedText},
+               {L"{W", 0, false, kReservedText},
                {L"A\tB", -1, false, L"Property name contains illegal special character"},
-               {L"Länge ß", -1, true, nullptr}};
+               {L"A\xDC00", -1, false, L"Property name contains illegal special character"},
+               {L"A\x110000", -1, false, L"Property name contains illegal special character"},
+               {L"Länge ß \x1F600 #()[]/\\\"'", -1, true, nullptr}};
   CKdPropertyDefArray defs = sampleDefs();
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << (c.name ? CWsz(c.name).toUtf8() : "null"));
@@ -217,7 +221,8 @@ TEST_F(PropertyDefName, RefusalsShowTheTextsOfTheActiveLanguage) {
   EXPECT_EQ(boxes[0].text, L"Der Eigenschaftsname muss eindeutig sein");
   EXPECT_EQ(
       boxes[1].text,
-      L"Der Eigenschaftsname darf keines der folgenden Zeichen enthalten:\r* ; : , | & = < > ");
+      L"Der Eigenschaftsname darf keines der folgenden Zeichen enthalten:\r* ; : , | & = < > { "
+      L"} ");
   EXPECT_EQ(boxes[2].text, L"Der Eigenschaftsname enthält ein unzulässiges Sonderzeichen");
 }
 
@@ -306,19 +311,176 @@ TEST_F(PropertyDefRecord, ArrayReadsBackWhatItSavedInKeyOrder) {
   EXPECT_EQ(fields(read), fields(expected));
 }
 
-TEST_F(PropertyDefRecord, BadKeysReadAsResetDefinitionsAndBadIdsDoNotStop) {
+// Keys of every form as a hand-edited file may hold them, read and saved again.
+TEST_F(PropertyDefRecord, BadKeysKeepTheirDefinitionsWithIdZeroAndBadIdsDoNotStop) {
   ASSERT_TRUE(db_.createRec("RD", "000000") && db_.setWsz(1501, L"Zero") && db_.saveRec());
   ASSERT_TRUE(db_.createRec("RD", "x1") && db_.setWsz(1501, L"Letters") && db_.saveRec());
   CKdPropertyDefArray defs;
   CKdPropertyDef rows[] = {{-1, L"*PARTID*", L"", V::typeText, {}, 0},
-                           {7, L"Seven", L"", V::typeInt32, {}, 0}};
+                           {7, L"Seven", L"", V::typeInt32, {}, 0},
+                           {CKdPropertyDefArray::kMaxId + 1, L"Wide", L"", V::typeInt32, {}, 0}};
   for (const CKdPropertyDef& def : rows) defs.append(&def);
-  EXPECT_FALSE(defs.saveTo(db_));  // a special id has no key
+  EXPECT_FALSE(defs.saveTo(db_));  // a special id and a seven-digit one have no key
 
   CKdPropertyDefArray read;
   ASSERT_TRUE(read.readFrom(db_));
-  EXPECT_EQ(names(read), L" Seven ");
+  EXPECT_EQ(names(read), L"Zero Seven Letters");
   EXPECT_EQ(read.objAt(0)->dbId(), 0);
+  EXPECT_EQ(read.objAt(2)->dbId(), 0);
+  EXPECT_EQ(read.objAt(2)->writeObstacle(), CKdRecordOrigin::keyWithoutId);
+  EXPECT_FALSE(read.saveTo(db_)) << "id 0 is not written under 000000";
+  EXPECT_TRUE(read.readFrom(db_));
+  EXPECT_EQ(names(read), L"Zero Seven Letters");
+}
+
+// Which record a definition read from `key` ends up in after a save, and whether a record
+// under the writer's key "000007" stood beside it.
+TEST_F(PropertyDefRecord, DefinitionReadFromAKeyOfAnotherFormMovesToItsOwnKey) {
+  const struct {
+    const char* key;
+    bool canonicalBeside;  // another record "000007" already there
+    const char* keysAfter;
+    bool saved;
+  } cases[] = {
+      {" 7", false, "000007", true},
+      {"+7x", false, "000007", true},
+      {"07", false, "000007", true},
+      {" 7", true, " 7|000007", false},  // two records of id 7: neither replaces the other
+      {"000007", false, "000007", true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.key);
+    for (const char* key : {" 7", "+7x", "07", "000007"}) db_.deleteRec("RD", key);
+    ASSERT_TRUE(db_.createRec("RD", c.key) && db_.setWsz(1501, L"Mine") && db_.saveRec());
+    if (c.canonicalBeside) {
+      ASSERT_TRUE(db_.createRec("RD", "000007") && db_.setWsz(1501, L"Other") && db_.saveRec());
+    }
+    ASSERT_TRUE(db_.fetchRec("RD", c.key));
+    CKdPropertyDef def;
+    ASSERT_TRUE(def.readFrom(db_));
+    EXPECT_EQ(def.dbId(), 7);
+    EXPECT_EQ(def.origin().key(), c.key);
+    EXPECT_EQ(def.saveTo(db_), c.saved);
+    EXPECT_EQ(def.saveTo(db_), c.saved) << "a second save finds its own record";
+
+    std::string keys;
+    for (bool more = db_.fetchFirstMember("RD"); more; more = db_.fetchNextMember()) {
+      CChBuffer key;
+      db_.getObjId(key);
+      keys += (keys.empty() ? "" : "|") + key.str();
+    }
+    EXPECT_EQ(keys, c.keysAfter);
+    CWsz name;
+    ASSERT_TRUE(db_.fetchRec("RD", "000007") && db_.getWsz(1501, name));
+    EXPECT_EQ(name, c.canonicalBeside ? L"Other" : L"Mine");
+
+    EXPECT_TRUE(def.deleteFrom(db_));
+    EXPECT_EQ(db_.fetchRec("RD", "000007"), c.canonicalBeside) << "the other's record stays";
+  }
+}
+
+// A copy of a definition read from the file, given an id of its own, is a new definition:
+// saving or deleting it leaves the record of the definition it was copied from.
+TEST_F(PropertyDefRecord, CopyWithAnotherIdLeavesTheRecordOfItsOriginal) {
+  for (const char* key : {"000005", " 5"}) {
+    SCOPED_TRACE(key);
+    ASSERT_TRUE(runSql("DELETE FROM RD_property_definitions"));
+    ASSERT_TRUE(db_.createRec("RD", key) && db_.setWsz(1501, L"Original") && db_.saveRec());
+    CKdPropertyDefArray defs;
+    ASSERT_TRUE(defs.readFrom(db_));
+    CKdPropertyDef copy = *defs.objAt(0);
+    copy.setDbId(defs.nextId(1, CKdPropertyDefArray::kMaxId));
+    copy.setName(L"Copy");
+    ASSERT_TRUE(defs.append(&copy));
+    // Either order of saving: the copy first, as a sorted list may put it.
+    for (int first : {1, 0}) {
+      SCOPED_TRACE(first);
+      EXPECT_TRUE(defs.objAt(first)->saveTo(db_));
+      EXPECT_TRUE(defs.objAt(1 - first)->saveTo(db_));
+      CKdPropertyDefArray read;
+      ASSERT_TRUE(read.readFrom(db_));
+      EXPECT_EQ(names(read), L"Original Copy");
+    }
+    EXPECT_TRUE(defs.objAt(1)->deleteFrom(db_));
+    CKdPropertyDefArray read;
+    ASSERT_TRUE(read.readFrom(db_));
+    EXPECT_EQ(names(read), L"Original");
+  }
+}
+
+// A definition whose key gave no id stays where it is until it is given an id: then it moves
+// to that id's key, and the record without an id goes.
+TEST_F(PropertyDefRecord, DefinitionOfAKeyWithoutAnIdMovesOnceGivenAnId) {
+  ASSERT_TRUE(db_.createRec("RD", "x1") && db_.setWsz(1501, L"Rescued") && db_.saveRec());
+  CKdPropertyDefArray defs;
+  ASSERT_TRUE(defs.readFrom(db_));
+  CKdPropertyDef* def = defs.objAt(0);
+  EXPECT_FALSE(def->saveTo(db_));
+  def->setDbId(defs.nextId(1, CKdPropertyDefArray::kMaxId));
+  EXPECT_EQ(def->writeObstacle(), CKdRecordOrigin::noObstacle);
+  EXPECT_TRUE(def->saveTo(db_));
+  EXPECT_FALSE(db_.fetchRec("RD", "x1"));
+  CKdPropertyDefArray read;
+  ASSERT_TRUE(read.readFrom(db_));
+  EXPECT_EQ(names(read), L"Rescued");
+  EXPECT_EQ(read.idAt(0), 1);
+}
+
+TEST_F(PropertyDefRecord, KeysThatCannotBeRemovedOrReadKeepTheirRecords) {
+  const struct {
+    const char* key;  // one longer than the writer's cannot be addressed
+    long id;
+    CKdRecordOrigin::obstacle obstacle;
+  } cases[] = {{"", 0, CKdRecordOrigin::keyWithoutId},
+               {"-7", 0, CKdRecordOrigin::keyWithoutId},
+               {"9999999(9999", 9999999, CKdRecordOrigin::idOutOfRange},
+               {"0000007", 7, CKdRecordOrigin::keyNotRemovable}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.key);
+    // The database refuses such keys: another program put them in.
+    ASSERT_TRUE(runSql(
+        "INSERT INTO RD_property_definitions (record_key, f1501_name) VALUES (?1, 'Odd')", c.key));
+    ASSERT_TRUE(db_.fetchFirstMember("RD"));
+    CKdPropertyDef def;
+    def.readFrom(db_);
+    EXPECT_EQ(def.dbId(), c.id);
+    EXPECT_EQ(def.name(), L"Odd");
+    EXPECT_EQ(def.writeObstacle(), c.obstacle);
+    EXPECT_FALSE(def.saveTo(db_));
+    EXPECT_FALSE(db_.fetchRec("RD", "000007"));
+    ASSERT_TRUE(runSql("DELETE FROM RD_property_definitions"));
+  }
+}
+
+// Codes that are no characters cannot be stored: name and description take them as the file
+// gives them back, by every setter.
+TEST(PropertyDef, NameAndDescriptionHoldOnlyCharacters) {
+  const wchar_t* odd =
+      L"a\xD800"
+      L"b\x110000"
+      L"c\x1F600";
+  const std::wstring stored =
+      L"a\xFFFD"
+      L"b\xFFFD"
+      L"c\x1F600";
+  CKdPropertyDef def(1, odd, odd, V::typeText, {}, 0);
+  EXPECT_EQ(def.name().str(), stored);
+  EXPECT_EQ(def.desc().str(), stored);
+  def.setName(odd);
+  def.setDesc(odd);
+  EXPECT_EQ(def.name().str(), stored);
+  EXPECT_EQ(def.desc().str(), stored);
+  def.setName(nullptr);
+  EXPECT_TRUE(def.name().isEmpty());
+}
+
+TEST(PropertyDef, DecimalsAreHeldWithinTheBound) {
+  CKdPropertyDef def(1, L"P", L"", V::typeDoubleReal, {}, 40);
+  EXPECT_EQ(def.decimals(), V::maxDecimals);
+  def.setDecimals(-1);
+  EXPECT_EQ(def.decimals(), 0);
+  def.setDecimals(V::maxDecimals);
+  EXPECT_EQ(def.decimals(), 27);
 }
 
 }  // namespace

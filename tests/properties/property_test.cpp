@@ -48,6 +48,14 @@ TEST(Property, SetValueReadsTheTextAsTheValueType) {
       {V::typeDoubleReal, 1, L"+.5", true, true, L"0.5"},
       {V::typeDoubleReal, 0, k30Digits.c_str(), true, true, L"111111111111111105501764517888"},
       {V::typeDoubleReal, 0, k31Digits.c_str(), false, false, L""},
+      // Printed longer than the 30 characters that a stored set reads back: refused.
+      {V::typeDoubleReal, 2, L"1e27", false, false, L""},
+      {V::typeDoubleReal, 2, L"1e26", true, true, L"100000000000000004764729344.00"},
+      {V::typeDoubleReal, 0, L"-1e30", false, false, L""},
+      {V::typeSingleReal, 0, L"1e30", false, false, L""},
+      {V::typeSingleReal, 2, L"-2.5e26", false, false, L""},
+      {V::typeSingleReal, 2, L"-2.5e25", true, true, L"-25000000634441072528850944.00"},
+      {V::typeDoubleReal, V::maxDecimals, L"-0.5", true, true, L"-0.500000000000000000000000000"},
       {V::typeDoubleReal, 2, L"+-1", false, true, L"0.00"},
       {V::typeDoubleReal, 2, L"inf", false, true, L"0.00"},
       {V::typeDoubleReal, 2, L"1e999", false, true, L"0.00"},
@@ -59,7 +67,16 @@ TEST(Property, SetValueReadsTheTextAsTheValueType) {
       {V::typeInt32, 0, L"2147483648", false, true, L"0"},
       {V::typeInt16, 0, L" -32768", true, true, L"-32768"},
       {V::typeInt16, 0, L"32768", false, true, L"0"},
-      {V::typeText, 0, L" Steel, 1.4301 ", true, true, L" Steel, 1.4301 "},
+      // A text as a stored line gives it back: breaks as blanks, no blanks at its end.
+      {V::typeText, 0, L" Steel, 1.4301 \t", true, true, L" Steel, 1.4301"},
+      {V::typeText, 0, L"first line\r\n3=999\rx\ny\r\n", true, true, L"first line 3=999 x y"},
+      {V::typeText, 0, L" \r\n\t", true, false, L""},
+      {V::typeText, 0,
+       L"a\xD800"
+       L"b\x110000",
+       true, true,
+       L"a\xFFFD"
+       L"b\xFFFD"},
       {V::typeText, 0, L"", true, false, L""},
       {V::typeNone, 0, L"5", false, false, L""},
       {7, 0, L"5", false, false, L""}};
@@ -84,6 +101,43 @@ TEST(Property, SetValueIgnoresTheDecimalCommaOfTheProcessLocale) {
   std::setlocale(LC_ALL, "C");
   EXPECT_TRUE(ok);
   EXPECT_EQ(p.getValueAsText(false), L"2.50");
+}
+
+TEST(Property, TypedValuesPassTheSameRuleAsTexts) {
+  CKdProperty p = property(1, L"P", V::typeDoubleReal, 2, L"5");
+  V value;
+  value.setDoubleReal(1e27);
+  EXPECT_FALSE(p.setValue(value));
+  EXPECT_FALSE(p.hasValue());
+  value.setInt32(5);
+  EXPECT_FALSE(p.setValue(value)) << "another type";
+  EXPECT_FALSE(p.hasValue());
+  value.setDoubleReal(-7.126);
+  EXPECT_TRUE(p.setValue(value));
+  EXPECT_EQ(p.getValueAsText(false), L"-7.13");
+  value.setTypeId(V::typeDoubleReal);
+  EXPECT_TRUE(p.setValue(value));
+  EXPECT_FALSE(p.hasValue());
+
+  CKdProperty text = property(2, L"T", V::typeText);
+  value.setText(L"a\nb ");
+  EXPECT_TRUE(text.setValue(value));
+  EXPECT_EQ(text.getValueAsText(false), L"a b");
+  // A standard property is never read back from a stored set: its text stays as it is.
+  CKdProperty note = property(-3, L"*NOTE*", V::typeText);
+  EXPECT_TRUE(note.setValue(L"two\r\nlines "));
+  EXPECT_EQ(note.getValueAsText(false), L"two\r\nlines ");
+}
+
+TEST(Property, DecimalsThatTheValueCouldNotBePrintedWithAreRefused) {
+  CKdProperty p = property(1, L"P", V::typeDoubleReal, 0, L"1e25");  // 26 digits
+  EXPECT_TRUE(p.setDecimals(3));
+  EXPECT_FALSE(p.setDecimals(4));
+  EXPECT_EQ(p.decimals(), 3);
+  EXPECT_EQ(p.getValueAsText(false).length(), 30);
+  CKdProperty empty = property(1, L"P", V::typeDoubleReal);
+  EXPECT_TRUE(empty.setDecimals(99));
+  EXPECT_EQ(empty.decimals(), V::maxDecimals);
 }
 
 TEST(Property, PrintValueWithUnitAppendsTheUnitIdToNumbersOnly) {
@@ -113,6 +167,13 @@ TEST(PropertyArray, ReadSkipsLinesWithoutAUsableDefinedId) {
   EXPECT_EQ(set.objAt(1)->valueType(), V::typeInt16);
   set.readAttributeText(nullptr, definitions());
   EXPECT_EQ(set.length(), 0);
+}
+
+// Sets list their properties in the order of the definitions, but any order reads.
+TEST(PropertyArray, ReadFindsDefinitionsInAnyOrder) {
+  CKdPropertyArray set;
+  set.readAttributeText(L"20=1.5\r\n12=3\r\n15=x\r\n12=4\r\n20=2", definitions());
+  EXPECT_EQ(describe(set), L"C=1.50 A=3 B=x A=4 C=2.00");
 }
 
 TEST(PropertyArray, StoredFormIsOneLinePerPropertyWithOnlyThePrintedDecimals) {
@@ -146,6 +207,13 @@ TEST(PropertyArray, CopyValuesFromTakesNamesakesOfTheSameTypeOnly) {
              property(7, L"Height", V::typeInt32, 0, L"50"), property(6, L"Depth", V::typeInt32)}));
   EXPECT_EQ(describe(set), L"Width=7 Height=40 Depth");
   EXPECT_EQ(set.objAt(1)->dbId(), 2);
+
+  // 1e29 prints in 30 characters without decimals, in 33 with two: kept out like a type.
+  CKdPropertyArray reals = setOf({property(1, L"Big", V::typeDoubleReal, 2, L"1.5"),
+                                  property(2, L"Small", V::typeDoubleReal, 2, L"1.5")});
+  reals.copyValuesFrom(setOf({property(9, L"Big", V::typeDoubleReal, 0, L"1e29"),
+                              property(8, L"Small", V::typeDoubleReal, 0, L"1e20")}));
+  EXPECT_EQ(describe(reals), L"Big=1.50 Small=100000000000000000000.00");
   EXPECT_EQ(set.objAt(1)->name(), L"Height");
   EXPECT_EQ(set.objAt(0)->desc(), L"mine");
 }

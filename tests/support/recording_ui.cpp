@@ -1,5 +1,7 @@
 #include "support/recording_ui.h"
 
+#include "vxkd/platform/dialog.h"
+
 using cuWin::HWND;
 
 int CRecordingUiBackend::messageBox(HWND, const wchar_t* text, const wchar_t* caption,
@@ -36,6 +38,14 @@ bool CRecordingUiBackend::showAgainBox(HWND, const wchar_t* text, const wchar_t*
   bool answer = showAgainAnswers_.front();
   showAgainAnswers_.pop_front();
   return answer;
+}
+
+int CRecordingUiBackend::runDialog(HWND, VXDialog& dialog) {
+  interactions_.push_back({Kind::dialog, dialog.title().str(), L"", 0});
+  if (dialogAnswers_.empty()) return cuWin::IDCANCEL;
+  DialogAnswer answer = std::move(dialogAnswers_.front());
+  dialogAnswers_.pop_front();
+  return answer(dialog);
 }
 
 int CRecordingUiBackend::boxCount() const {

@@ -4,6 +4,7 @@
 // terminal, a dialog is cancelled and the show-again box stays ticked.
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,10 +12,12 @@
 
 class CRecordingUiBackend : public CUiBackend {
  public:
-  enum class Kind { messageBox, openFile, saveFile, showAgain };
+  enum class Kind { messageBox, openFile, saveFile, showAgain, dialog };
+  // What a scripted user does in a dialog: changes its controls, returns IDOK or IDCANCEL.
+  using DialogAnswer = std::function<int(VXDialog&)>;
   struct Interaction {
     Kind kind;
-    std::wstring text;     // message text, or dialog title
+    std::wstring text;     // message text, or dialog title (caption of a modal dialog)
     std::wstring caption;  // message caption, or the dialog's filter
     unsigned style = 0;    // message style word; 0 for dialogs
   };
@@ -26,12 +29,14 @@ class CRecordingUiBackend : public CUiBackend {
   bool saveFileDialog(cuWin::HWND owner, const wchar_t* title, const wchar_t* filter,
                       const wchar_t* defaultExt, CWsz& path) override;
   bool showAgainBox(cuWin::HWND owner, const wchar_t* text, const wchar_t* caption) override;
+  int runDialog(cuWin::HWND owner, VXDialog& dialog) override;
 
   // Scripts the next answers, used in order.
   void answerBoxWith(int button) { boxAnswers_.push_back(button); }
   void answerFileDialogWith(const wchar_t* path) { fileAnswers_.emplace_back(path ? path : L""); }
   void cancelFileDialog() { fileAnswers_.emplace_back(); }
   void answerShowAgainWith(bool keepShowing) { showAgainAnswers_.push_back(keepShowing); }
+  void answerDialogWith(DialogAnswer answer) { dialogAnswers_.push_back(std::move(answer)); }
 
   const std::vector<Interaction>& interactions() const { return interactions_; }
   int boxCount() const;
@@ -44,4 +49,5 @@ class CRecordingUiBackend : public CUiBackend {
   std::deque<int> boxAnswers_;
   std::deque<std::wstring> fileAnswers_;  // empty: cancel
   std::deque<bool> showAgainAnswers_;
+  std::deque<DialogAnswer> dialogAnswers_;  // none left: cancel
 };

@@ -4,11 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "support/temp_folder.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/qbase.h"
 
 namespace vxkd_test {
+
+// Runs one statement of `sql` on the SQLite file `path`, with `text` bound to its parameter
+// ?1 if it has one: what another program (or a hand edit) does to a dataset. False on any
+// failure.
+bool runSql(const CWsz& path, const std::string& sql, const std::string& text = "");
 
 // The dataset dictionary shipped beside the library.
 inline CWsz datasetDictionary() {
@@ -28,6 +35,9 @@ class TempDatasetTest : public ::testing::Test {
   bool reopen(CQbase& db) {
     return db_.closeDatabase() && db.openDatabase(datasetDictionary(), path(), false);
   }
+  // Commits what was written, runs `sql` on the file as another program would (with `text`
+  // bound to its parameter ?1, if it has one) and opens the file again in `db_`.
+  bool runSql(const std::string& sql, const std::string& text = "");
 
   TempFolder dir_;
   CQbase db_;

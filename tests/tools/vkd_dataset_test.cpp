@@ -99,7 +99,9 @@ TEST_F(VkdTest, NewInfoListAndLockStatusOfAFreshDataset) {
   VkdRun info = inFolder({"info", "demo.vkd"});
   ASSERT_EQ(info.status, 0) << info.err;
   EXPECT_TRUE(matches(info.out, "Property definitions +5\n")) << info.out;
-  EXPECT_TRUE(matches(info.out, "2D symbols +2\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "2D symbols +3\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Product groups +4\n")) << info.out;
+  EXPECT_TRUE(matches(info.out, "Block definitions +1\n")) << info.out;
   VkdRun list = inFolder({"list", "demo.vkd", "properties"});
   ASSERT_EQ(list.status, 0) << list.err;
   EXPECT_TRUE(contains(list.out, "Width")) << list.out;

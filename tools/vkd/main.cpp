@@ -46,9 +46,18 @@ std::string usage() {
       "  --version                   show the version of vkd and its library\n"
       "\n"
       "kinds of definition for list:\n";
-  for (const ListKind* kind : listKinds())
-    text += "  " + std::string(kind->name) + std::string(24 - std::strlen(kind->name), ' ') +
-            kind->help + "\n";
+  for (const ListKind* kind : listKinds()) {
+    const std::string head =
+        std::string(kind->name) + (*kind->argument ? " " : "") + kind->argument;
+    text +=
+        "  " + head + std::string(head.size() < 24 ? 24 - head.size() : 1, ' ') + kind->help + "\n";
+  }
+  text += "\nkinds of definition for preview:\n";
+  for (const PreviewKind* kind : previewKinds()) {
+    const std::string head = std::string(kind->name) + " " + kind->argument;
+    text +=
+        "  " + head + std::string(head.size() < 24 ? 24 - head.size() : 1, ' ') + kind->help + "\n";
+  }
   return text;
 }
 
@@ -74,12 +83,27 @@ bool accepts(const Command& command, const char* name) {
 
 int main(int argc, char** argv) {
   using namespace vkd;
-  enum { optForce = 'f', optSample = 's', optHelp = 'h', optVersion = 'V' };
+  enum {
+    optForce = 'f',
+    optSample = 's',
+    optHelp = 'h',
+    optVersion = 'V',
+    optOutput = 'o',
+    optFormat = 256,  // long options only from here
+    optPlan,
+    optWritePlan,
+    optDryRun,
+  };
   static const option kOptions[] = {
       {"force", no_argument, nullptr, optForce},
       {"sample", no_argument, nullptr, optSample},
       {"help", no_argument, nullptr, optHelp},
       {"version", no_argument, nullptr, optVersion},
+      {"output", required_argument, nullptr, optOutput},
+      {"format", required_argument, nullptr, optFormat},
+      {"plan", required_argument, nullptr, optPlan},
+      {"write-plan", required_argument, nullptr, optWritePlan},
+      {"dry-run", no_argument, nullptr, optDryRun},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
@@ -87,15 +111,13 @@ int main(int argc, char** argv) {
   std::vector<const char*> given;  // the long names of the options given
   opterr = 0;                      // the messages are ours
   int c;
-  while ((c = getopt_long(argc, argv, "fshV", kOptions, nullptr)) != -1) {
+  while ((c = getopt_long(argc, argv, ":fshVo:", kOptions, nullptr)) != -1) {
     switch (c) {
       case optForce:
         options.force = true;
-        given.push_back("force");
         break;
       case optSample:
         options.sample = true;
-        given.push_back("sample");
         break;
       case optHelp:
         std::printf("%s", usage().c_str());
@@ -103,9 +125,33 @@ int main(int argc, char** argv) {
       case optVersion:
         version = true;
         break;
+      case optOutput:
+        options.output = optarg;
+        break;
+      case optFormat:
+        options.format = optarg;
+        if (options.format != "text" && options.format != "json")
+          return usageError("--format takes text or json, not \"" + options.format + "\"");
+        break;
+      case optPlan:
+        options.plan = optarg;
+        break;
+      case optWritePlan:
+        options.writePlan = optarg;
+        break;
+      case optDryRun:
+        options.dryRun = true;
+        break;
+      case ':':
+        if (std::strcmp(argv[optind - 1], "--format") == 0)
+          return usageError("option --format needs text or json");
+        return usageError("option " + std::string(argv[optind - 1]) + " needs a file name");
       default:
         return usageError("unknown option " + std::string(argv[optind - 1]));
     }
+    if (c != optVersion)
+      for (const option* o = kOptions; o->name; ++o)
+        if (o->val == c) given.push_back(o->name);
   }
   std::vector<std::string> args(argv + optind, argv + argc);
   if (version) {
@@ -122,10 +168,9 @@ int main(int argc, char** argv) {
   const Command* command = findCommand(args[0]);
   if (!command) return usageError("unknown command \"" + args[0] + "\"");
   args.erase(args.begin());
-  if (static_cast<int>(args.size()) != command->argCount) {
-    std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command->name, command->usage);
-    return exitUsage;
-  }
+  if (static_cast<int>(args.size()) < command->argCount ||
+      static_cast<int>(args.size()) > command->maxArgCount)
+    return usageOf(*command);
   for (const char* name : given)
     if (!accepts(*command, name))
       return usageError(std::string(command->name) + " has no option --" + name);

@@ -1,10 +1,16 @@
 #include "tool.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <unordered_set>
 
+#include "vxkd/platform/env.h"
 #include "vxkd/platform/lock_file.h"
+#include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
 
 namespace vkd {
@@ -37,6 +43,11 @@ CWsz lockFileOf(const CWsz& path, std::string& why) {
           " cannot carry a lock file: its lock file is its name with the last three "
           "characters replaced by \"lck\"; give the dataset a name ending in \".vkd\"";
   return lock;
+}
+
+int usageOf(const Command& command) {
+  std::fprintf(stderr, "vkd: usage: vkd %s %s\n", command.name, command.usage);
+  return exitUsage;
 }
 
 int failWithBox(const std::string& message, const ToolUiBackend& ui) {
@@ -87,36 +98,55 @@ void Table::print() const {
 
 namespace {
 
-std::map<std::string, const ListKind*>& registry() {
-  static std::map<std::string, const ListKind*> kinds;
-  return kinds;
+// The objects of one kind that registered themselves, by name. Function statics, so that
+// registration from the static objects of other files works in any order of initialisation.
+template <typename T>
+std::map<std::string, const T*>& registry() {
+  static std::map<std::string, const T*> items;
+  return items;
+}
+
+template <typename T>
+std::vector<const T*> registered() {
+  std::vector<const T*> out;
+  for (const auto& entry : registry<T>()) out.push_back(entry.second);
+  return out;
 }
 
 }  // namespace
 
 ListKind::ListKind(const char* name, const char* help, Fill fill)
     : name(name), help(help), fill(fill) {
-  registry()[name] = this;
+  registry<ListKind>()[name] = this;
 }
 
-std::vector<const ListKind*> listKinds() {
-  std::vector<const ListKind*> out;
-  for (const auto& entry : registry()) out.push_back(entry.second);
-  return out;
+ListKind::ListKind(const char* name, const char* argument, const char* help, FillWith fillWith)
+    : name(name), argument(argument), help(help), fillWith(fillWith) {
+  registry<ListKind>()[name] = this;
 }
 
-namespace {
+std::vector<const ListKind*> listKinds() { return registered<ListKind>(); }
 
-std::map<std::string, const Command*>& commandRegistry() {
-  static std::map<std::string, const Command*> registered;
-  return registered;
+Check::Check(const char* name, Run run) : name(name), run(run) { registry<Check>()[name] = this; }
+
+std::vector<const Check*> checks() { return registered<Check>(); }
+
+std::string quotedKey(const std::string& key) {
+  std::string out = "\"";
+  for (unsigned char c : key) {
+    if (c == '"' || c == '\\')
+      out += std::string("\\") + static_cast<char>(c);
+    else if (c < 0x20 || c == 0x7F)
+      out += cuSz::format("\\x%02x", c);
+    else
+      out += static_cast<char>(c);
+  }
+  return out + "\"";
 }
-
-}  // namespace
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount, Run run)
-    : name(name), usage(usage), help(help), argCount(argCount), run(run) {
-  commandRegistry()[name] = this;
+    : name(name), usage(usage), help(help), argCount(argCount), maxArgCount(argCount), run(run) {
+  registry<Command>()[name] = this;
 }
 
 Command::Command(const char* name, const char* usage, const char* help, int argCount,
@@ -125,15 +155,89 @@ Command::Command(const char* name, const char* usage, const char* help, int argC
       usage(usage),
       help(help),
       argCount(argCount),
+      maxArgCount(argCount),
       options(options),
       runWithOptions(run) {
-  commandRegistry()[name] = this;
+  registry<Command>()[name] = this;
 }
 
-std::vector<const Command*> commands() {
-  std::vector<const Command*> out;
-  for (const auto& entry : commandRegistry()) out.push_back(entry.second);
-  return out;
+Command::Command(const char* name, const char* usage, const char* help, int argCount,
+                 int maxArgCount, const char* options, RunWithOptions run)
+    : name(name),
+      usage(usage),
+      help(help),
+      argCount(argCount),
+      maxArgCount(maxArgCount),
+      options(options),
+      runWithOptions(run) {
+  registry<Command>()[name] = this;
+}
+
+std::vector<const Command*> commands() { return registered<Command>(); }
+
+PreviewKind::PreviewKind(const char* name, const char* argument, const char* help, Draw draw)
+    : name(name), argument(argument), help(help), draw(draw) {
+  registry<PreviewKind>()[name] = this;
+}
+
+std::vector<const PreviewKind*> previewKinds() { return registered<PreviewKind>(); }
+
+namespace {
+
+void addChildren(const CKdProductGroupArray& groups, long owner, int depth,
+                 std::vector<GroupRow>& rows, std::unordered_set<long>& listed) {
+  CKdProductGroupArray children;
+  groups.getTopSubGroupsOf(owner, children);
+  for (int i = 0; i < children.length(); ++i) {
+    const CKdProductGroup* child = groups.findGroup(children.idAt(i));
+    if (!child || !listed.insert(child->dbId()).second) continue;
+    rows.push_back({child, depth});
+    addChildren(groups, child->dbId(), depth + 1, rows, listed);
+  }
+}
+
+}  // namespace
+
+std::vector<GroupRow> groupTree(const CKdProductGroupArray& groups, long top) {
+  std::vector<GroupRow> rows;
+  const CKdProductGroup* first = groups.findGroup(top);
+  if (!first) return rows;
+  std::unordered_set<long> listed{top};
+  rows.push_back({first, 0});
+  addChildren(groups, top, 1, rows, listed);
+  return rows;
+}
+
+std::string groupPathOf(const CKdProductGroupArray& groups, long id) {
+  if (id >= 1) return narrow(groups.getGroupPath(id));
+  const CKdProductGroup* root = groups.findGroup(id);
+  return root ? narrow(root->desc()) : "";
+}
+
+std::string colourName(short colour) {
+  return colour == CKdProductDef::colorByLayer ? "by layer" : std::to_string(colour);
+}
+
+std::string widthText(float width) {
+  return width > CKdProductDef::minStoredLineWidth ? cuSz::format("%g", width) : "";
+}
+
+std::string positive(long value) { return value > 0 ? std::to_string(value) : ""; }
+
+std::string textsText(const CKdIntegratedTextArray& texts) {
+  std::string text;
+  for (int i = 0; i < texts.length(); ++i) text += (i ? " " : "") + std::to_string(texts.idAt(i));
+  return text;
+}
+
+std::string propertiesText(const CKdPropertyArray& properties) {
+  std::string text;
+  for (int i = 0; i < properties.length(); ++i) {
+    const CKdProperty* property = properties.objAt(i);
+    if (i) text += ", ";
+    text += narrow(property->name()) + "=" + narrow(property->getValueAsText(false));
+  }
+  return text;
 }
 
 void printImportReport(const CKdDefImportReport& report, const char* what, const std::string& from,
@@ -142,6 +246,14 @@ void printImportReport(const CKdDefImportReport& report, const char* what, const
               from.c_str(), into.c_str(), report.added().length(), report.replaced().length());
   for (const CWsz& skipped : report.skipped())
     std::printf("  not imported: %s\n", narrow(skipped).c_str());
+}
+
+int writeOutputFile(const std::string& path, const std::string& data) {
+  CEnv& env = CEnv::current();
+  // A picture replaced keeps who may read it.
+  struct stat st {};
+  const mode_t mode = env.statPath(path, &st) == 0 ? st.st_mode & 07777 : 0644;
+  return env.writeFileAtomically(path, data, mode);
 }
 
 int editDataset(const std::string& path, ToolUiBackend& ui,
@@ -166,6 +278,37 @@ int editDataset(const std::string& path, ToolUiBackend& ui,
     return fail("cannot save " + path + ": " + failureOf(project, ui) +
                 "; the dataset is as it was");
   return 0;  // the lock is released as it goes out of scope
+}
+
+int writeNewDataset(const std::string& path, bool force, CKdProject& project, ToolUiBackend& ui,
+                    const wchar_t* owner) {
+  const CWsz file = CWsz::fromUtf8(path.c_str());
+  std::string why;
+  const CWsz lockPath = lockFileOf(file, why);
+  if (lockPath.isEmpty()) return fail(why);
+  // Holding the lock keeps every other user's update (and another new file) out until the
+  // new file is in place.
+  CLockFile lock;
+  wchar_t lockOwner[CLockFile::kOwnerBufferChars] = {};
+  switch (lock.set(lockPath, owner, lockOwner)) {
+    case CLockFile::lockHeld:
+      break;
+    case CLockFile::lockedByOther:
+    case CLockFile::lockUnreadable:
+      return fail(path + " is locked for an update by " +
+                  (*lockOwner ? narrow(lockOwner) : std::string("another user")) +
+                  "; nothing was changed");
+    default:
+      return fail("cannot make the lock file " + narrow(lockPath) +
+                  " (is the folder there and writable?); nothing was changed");
+  }
+  if (cuFile::exists(file)) {
+    if (!force) return fail(path + " exists; nothing was changed (give --force to replace it)");
+    if (access(path.c_str(), W_OK) != 0) return fail(path + " is read-only; nothing was changed");
+  }
+  if (!project.saveDbAs(nullptr, file))
+    return fail("cannot create " + path + ": " + failureOf(project, ui));
+  return exitOk;
 }
 
 }  // namespace vkd

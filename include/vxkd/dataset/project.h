@@ -5,11 +5,16 @@
 
 #include <vector>
 
+#include "vxkd/catalogue/block.h"
+#include "vxkd/catalogue/part_id_format.h"
+#include "vxkd/catalogue/product_def.h"
+#include "vxkd/catalogue/product_group.h"
 #include "vxkd/dimtext/dimtext_format.h"
 #include "vxkd/drawingdefs/layer_def.h"
 #include "vxkd/drawingdefs/linetype_def.h"
 #include "vxkd/drawingdefs/text_style_def.h"
 #include "vxkd/foundation/symbol_model_array.h"
+#include "vxkd/foundation/system_type.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/file_time.h"
 #include "vxkd/platform/lock_file.h"
@@ -17,15 +22,21 @@
 #include "vxkd/platform/types.h"
 #include "vxkd/platform/wsz.h"
 #include "vxkd/properties/property_def.h"
+#include "vxkd/reports/report.h"
 
-class VXKD_API CKdProject {
+// As the source of block drawings it answers with the products of its product groups and its
+// 2D symbols.
+class VXKD_API CKdProject : public iKdBlockModelSource {
  public:
   // An empty project bound to no file.
   CKdProject();
   // Copies every array deeply.
   CKdProject(const CKdProject& other) = default;
   CKdProject& operator=(const CKdProject& other) = default;
-  virtual ~CKdProject();
+  // Moves the arrays without copying their elements.
+  CKdProject(CKdProject&& other) = default;
+  CKdProject& operator=(CKdProject&& other) = default;
+  ~CKdProject() override;
 
   const CWsz& fileName() const { return fileName_; }
   void setFilename(const wchar_t* path) { fileName_.set(path); }
@@ -33,8 +44,12 @@ class VXKD_API CKdProject {
 
   CKdPropertyDefArray& propertyDefs() { return propertyDefs_; }
   const CKdPropertyDefArray& propertyDefs() const { return propertyDefs_; }
+  CKdPartIdFormatArray& partIdFormats() { return partIdFormats_; }
+  const CKdPartIdFormatArray& partIdFormats() const { return partIdFormats_; }
   CKdLayerDefArray& layerDefs() { return layerDefs_; }
   const CKdLayerDefArray& layerDefs() const { return layerDefs_; }
+  CKdProductGroupArray& productGroups() { return productGroups_; }
+  const CKdProductGroupArray& productGroups() const { return productGroups_; }
   CVxSymbolModelArray& symbols() { return symbols_; }
   const CVxSymbolModelArray& symbols() const { return symbols_; }
   CKdTextStyleDefArray& textStyleDefs() { return textStyleDefs_; }
@@ -43,6 +58,14 @@ class VXKD_API CKdProject {
   const CKdLinetypeDefArray& linetypeDefs() const { return linetypeDefs_; }
   CKdDimtextFormatArray& dimTextFormats() { return dimTextFormats_; }
   const CKdDimtextFormatArray& dimTextFormats() const { return dimTextFormats_; }
+  CKdObjectArray<CKdReport>& reportDefs() { return reportDefs_; }
+  const CKdObjectArray<CKdReport>& reportDefs() const { return reportDefs_; }
+  // The definition set of the poly objects of `type`: ducts "SD", pipes "SP", electrical
+  // lines "SE", data lines "SA"; null for any other type.
+  CKdProductDefArray* polyDefSets(VxKd::systemTypeIds type);
+  const CKdProductDefArray* polyDefSets(VxKd::systemTypeIds type) const;
+  // True when any of the four sets holds a definition.
+  bool hasPolyDefSets() const;
 
   // Kept in memory only, never in the file.
   long lastInstalledDimtextId() const { return lastInstalledDimtextId_; }
@@ -92,8 +115,8 @@ class VXKD_API CKdProject {
   // defaults, and forgets the last installed dimension text. The linetypes keep their
   // built-in solid linetype: that array is never empty.
   void resetData();
-  // The starting content of a new dataset: no property definitions, the default linetypes
-  // and text styles, no dimension text formats.
+  // The starting content of a new dataset: no property definitions, product groups or report
+  // definitions, the default linetypes and text styles, no dimension text formats.
   void buildDefaultProject();
   // The linetypes of a new dataset: the solid linetype "CONTINUOUS" alone.
   void buildDefaultLinetypes();
@@ -127,16 +150,45 @@ class VXKD_API CKdProject {
   bool deleteDimTextFormats(cuWin::HWND hwnd, const CInt32Array& indexes,
                             const std::vector<const iKdDimtextFormatUser*>& users);
 
+  // Hands a changed property definition to every product definition that holds a copy of
+  // it: those of the product groups, then those of the four poly-object sets, in the order
+  // "SD", "SP", "SA", "SE".
+  void updatePropertyDefModificationToRefs(const CKdPropertyDef& def);
+
+  // Deletes the part ID formats at `indexes` that no product definition uses (of a group or
+  // of a poly-object set), from the file and from memory; one message names the products
+  // that keep the others. REQUIRES the edit lock. False, with nothing deleted, when the file
+  // cannot be opened or the change cannot be committed; false too when a format was kept.
+  bool deletePartIdFormats(cuWin::HWND hwnd, const CInt32Array& indexes);
+
+  // The dataset editor's "delete group": asks whether to delete group `groupId` (naming its
+  // products or sub groups, if any), and on Yes deletes it and all its descendants with
+  // their products, from the file under the edit lock and from memory; their blocks' records
+  // stay in the file. The editor's tree then stands at the group's owner. False when the
+  // user says No, the group is unknown or a root, the dataset cannot be locked or written,
+  // or another user's save made the project reload (the question was about older content).
+  bool deleteProductGroup(cuWin::HWND hwnd, long groupId);
+  // The same for "delete subgroups of selected group": the descendants only; a root's too.
+  bool deleteProductSubGroups(cuWin::HWND hwnd, long groupId);
+
+  // Asks for the name of a new block and the group to file it under, in a dialog that shows
+  // `name` and selects `groupId` at first; on OK (with a name that no block of the chosen
+  // group has) both hold the answer. False when cancelled. Nothing is stored.
+  bool blockDefCreateDlg(cuWin::HWND hwnd, CWsz& name, long& groupId);
+
+  // As the source of block drawings: the first product of a product group with GUID `guid`.
+  const CKdProductDef* findBlockProduct(const CKdGuid& guid) const override;
+
   // 2D symbols. The next free project id: the highest + 1 up to 99,999,999, else the
   // first gap, else 0.
   long nextSymbolDbId() const;
   // Stores `symbol` as its own record; false when it cannot be written.
   bool save2dSymbol(CQbase& db, const CVxSymbolModel& symbol);
   // A copy of the symbol whose symbol id is `symbolId`; false (and `out` cleared) if none.
-  bool find2dSymbol(const char* symbolId, CVxSymbolModel& out) const;
-  // Deletes the symbol `symbolId` from `db` and the list; false when it is unknown or its
-  // record cannot be deleted. The project holds no product definitions yet, so no use of
-  // the symbol is checked here.
+  bool find2dSymbol(const char* symbolId, CVxSymbolModel& out) const override;
+  // Deletes the symbol `symbolId` from `db` and the list; false when it is unknown, a
+  // product definition uses it (of a group or of a poly-object set: either would lose its
+  // drawing) or its record cannot be deleted.
   bool delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId);
   bool delete2dSymbolIfNotUsed(CQbase& db, const wchar_t* symbolId);
 
@@ -158,15 +210,25 @@ class VXKD_API CKdProject {
   int reload(cuWin::HWND hwnd, bool notify);
   // Reads the file at `path` into the project, all or nothing, and binds to it.
   bool readFile(cuWin::HWND hwnd, const CWsz& path);
+  // Deletes the descendants of group `groupId`, and the group itself `withGroup`, under the
+  // edit lock; see deleteProductGroup.
+  bool deleteGroups(cuWin::HWND hwnd, long groupId, bool withGroup);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
   CKdPropertyDefArray propertyDefs_;
+  CKdPartIdFormatArray partIdFormats_;
   CKdLayerDefArray layerDefs_;
+  CKdProductGroupArray productGroups_;
   CVxSymbolModelArray symbols_;
   CKdTextStyleDefArray textStyleDefs_;
   CKdLinetypeDefArray linetypeDefs_;
   CKdDimtextFormatArray dimTextFormats_;
+  CKdObjectArray<CKdReport> reportDefs_;
+  CKdProductDefArray ductDefs_{"SD"};
+  CKdProductDefArray pipeDefs_{"SP"};
+  CKdProductDefArray dataDefs_{"SA"};
+  CKdProductDefArray electricDefs_{"SE"};
   long lastInstalledDimtextId_ = 0;
   int lastTreePos_ = 0;
   long lastTreePosId_ = 0;

@@ -8,9 +8,11 @@
 // free notes go. Braces neither nest nor escape.
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "vxkd/foundation/obj_array.h"
+#include "vxkd/foundation/record_origin.h"
 #include "vxkd/platform/arrays.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/types.h"
@@ -121,14 +123,23 @@ class VXKD_API CKdDimtextFormat {
   char* buildDbId(char* buf) const;
 
   // Reads the current record "RT": the id from the record key, then the fields the record
-  // has (a missing field leaves its member). False, with the format untouched, when the key
-  // is not a number or is negative.
+  // has (a missing field leaves its member). False, with the format untouched but for its
+  // origin, when the key is not a number or is negative: such a format is never written, so
+  // its record stays as it is (see CKdRecordOrigin).
   bool readFrom(CQbase& db);
-  // Stores the format as record "RT" with all its fields; false when the record cannot be
-  // created, a field not set, or the record not saved.
+  // Stores the format as record "RT" with all its fields. A format read from a key of
+  // another form (" 7") is moved to its own key and its old record removed. False, writing
+  // nothing, when the record cannot be moved or its id has no key (outside 0..999999); false
+  // too when the record cannot be created, a field not set, or the record not saved.
   bool saveTo(CQbase& db) const;
-  // Deletes record "RT" of this id.
+  // Deletes the format's record "RT" (the one it was read from, while that is there).
   bool deleteFrom(CQbase& db) const;
+  // The key the format is stored under: its id in six digits.
+  std::string recordKey() const;
+  // The key of the record the format was read from.
+  const CKdRecordOrigin& origin() const { return origin_; }
+  // What keeps the format from being stored under its own key (see CKdRecordOrigin).
+  CKdRecordOrigin::obstacle writeObstacle() const;
 
  private:
   int32_t id_ = 0;
@@ -140,6 +151,7 @@ class VXKD_API CKdDimtextFormat {
   float refItemSize_ = 1.0f;
   short textColor_ = 256;
   CKdDimtextOptions options_;
+  CKdRecordOrigin origin_;
 };
 
 // What refers to dimension text formats by id (product definitions, through their
@@ -179,7 +191,7 @@ class VXKD_API CKdDimtextFormatArray : public CKdOwningArray<CKdDimtextFormat> {
 
   // Replaces the array by the records "RT" of `db`, in key order; true, also when there are
   // none. A record whose key is not a number of 0 or more is still appended, as a new
-  // format with id 0.
+  // format with id 0, which saveTo leaves out.
   bool readFrom(CQbase& db);
   // Saves every format in array order, going on after a failure; true when all were saved.
   // Records of formats no longer in the array stay: deletion goes through deleteFrom.

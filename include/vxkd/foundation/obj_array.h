@@ -4,6 +4,7 @@
 // CKdObjectArray<T> is its template form for elements that store themselves as records.
 
 #include <new>
+#include <utility>
 
 #include "vxkd/platform/arrays.h"
 #include "vxkd/platform/export.h"
@@ -87,6 +88,12 @@ class VXKD_API CKdObjArray {
 
   // Forgets count, sort id and table without freeing anything.
   void hardInit();
+  // Appends `obj`, an element this array's objClone could have made, without copying it; the
+  // array owns it from now on. False (and `obj` deleted) when the table cannot grow.
+  bool adopt(void* obj);
+  // Deletes this array's elements, then takes over the elements, table and sort id of
+  // `other`, which is left empty. REQUIRES both arrays hold elements of the same type.
+  void takeFrom(CKdObjArray& other);
 
  private:
   // Appends an already cloned element; on a failed growth the clone is deleted and the
@@ -94,6 +101,7 @@ class VXKD_API CKdObjArray {
   bool appendClone(void* clone);
 
   int count_ = 0;
+  int capacity_ = 0;  // slots of table_
   int sortId_ = 0;
   void** table_ = nullptr;
 };
@@ -111,10 +119,23 @@ class CKdOwningArray : public CKdObjArray {
     if (this != &other) copyFrom(other);
     return *this;
   }
+  // Moving hands the elements over without copying them; the source is left empty.
+  CKdOwningArray(CKdOwningArray&& other) noexcept : CKdObjArray() { takeFrom(other); }
+  CKdOwningArray& operator=(CKdOwningArray&& other) noexcept {
+    if (this != &other) takeFrom(other);
+    return *this;
+  }
   ~CKdOwningArray() override { reset(); }
 
   T* objAt(int index) const { return static_cast<T*>(CKdObjArray::objAt(index)); }
   bool append(const T* obj) { return CKdObjArray::append(obj); }
+  // Appends a new element made from `args` in place, where append would copy one made
+  // aside; returns it, or null when it cannot be made.
+  template <typename... Args>
+  T* emplace(Args&&... args) {
+    T* obj = new (std::nothrow) T(std::forward<Args>(args)...);
+    return obj && adopt(obj) ? obj : nullptr;
+  }
   bool append(const CKdOwningArray& other) { return CKdObjArray::append(other); }
   T* findId(long id) const { return static_cast<T*>(CKdObjArray::findId(id)); }
   T* findName(const wchar_t* name) const { return static_cast<T*>(CKdObjArray::findName(name)); }
@@ -126,9 +147,9 @@ class CKdOwningArray : public CKdObjArray {
   void objDelete(void* obj) const override { delete static_cast<T*>(obj); }
 };
 
-// CKdObjectArray<T>: an array of `T` elements, which copy themselves, have a name, and read
-// and write their own records: `T().getClassId()` names their record code, `readFrom(db)`
-// reads the current record, `saveTo(db)` writes one.
+// CKdObjectArray<T>: an array of `T` elements, which copy themselves, have an id and a name,
+// and read and write their own records: `T().getClassId()` names their record code,
+// `readFrom(db)` reads the current record, `saveTo(db)` writes one.
 template <typename T>
 class CKdObjectArray : public CKdOwningArray<T> {
  public:
@@ -155,6 +176,10 @@ class CKdObjectArray : public CKdOwningArray<T> {
     return true;
   }
 
+  long idAt(int index) const override {
+    const T* obj = objAt(index);
+    return obj ? obj->dbId() : 0;
+  }
   const wchar_t* nameAt(int index) const override {
     const T* obj = objAt(index);
     return obj ? static_cast<const wchar_t*>(obj->name()) : CKdObjArray::emptyWsz();

@@ -82,9 +82,9 @@ struct CGmItem {
 class VXKD_API CGmModel {
  public:
   static constexpr int16_t colorByLayer = 256;
-  // Stored graphics live in a binary-array field of 1-byte items, and such a field holds
+  // Stored graphics live in a binary-array field of 28-byte items, and such a field holds
   // at most 1000 items.
-  static constexpr int maxStoredBytes = 1000;
+  static constexpr int maxStoredBytes = 28 * 1000;
   // The version of the stored form that store writes; load reads it and none newer.
   static constexpr int storedVersion = 1;
 
@@ -148,8 +148,9 @@ class VXKD_API CGmModel {
   // precision. False, and `out` empty, when that form would be longer than `maxBytes`; the
   // form is never cut, since a cut form could not be read back.
   bool store(CByteBuffer& out, int maxBytes = maxStoredBytes) const;
-  // Replaces the model by stored graphics, nodes included. False, and the model unchanged,
-  // when the data is damaged or of a newer version.
+  // Replaces the model by stored graphics, nodes included. Zero bytes after the form are
+  // padding (a field of fixed-size items fills its last item with them) and are skipped.
+  // False, and the model unchanged, when the data is damaged or of a newer version.
   bool load(const void* data, int size);
 
   CGmTextMetrics& metrics() const { return *metrics_; }

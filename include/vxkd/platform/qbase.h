@@ -154,6 +154,7 @@ class VXKD_API CQbase {
   bool getSz(short fieldNo, CChBuffer& text) const;
   bool getSz(short fieldNo, char* buffer, int size) const;
   bool setSz(short fieldNo, const char* text);
+  // Wide text, read up to a NUL that a file written elsewhere may hold, as it is written.
   bool getWsz(short fieldNo, CWsz& text) const;
   bool setWsz(short fieldNo, const wchar_t* text);
   // Three coordinates, stored in single precision.

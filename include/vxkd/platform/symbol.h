@@ -126,7 +126,8 @@ class VXKD_API CVxSymbolDb {
   void defaultSeries(CWszArray& ids) const;
 
   // Reads the symbols of series `id` in file order (project id 0). Symbols without any
-  // readable node and repeated symbol ids are skipped, as are lines that cannot be read.
+  // readable node and repeated symbol ids are skipped, as are lines that cannot be read (a
+  // symbol line whose id holds a NUL among them, with the lines of that symbol).
   // False, with no symbols, when the series is not listed or its file is not a series file.
   bool readSeries(const wchar_t* id, std::vector<CVxSymbolModel>& symbols) const;
 

@@ -25,9 +25,18 @@ VXKD_API int findNoCase(std::wstring_view text, std::wstring_view needle);
 // character by character ignoring case. Negative, 0 or positive.
 VXKD_API int compareLogical(const wchar_t* a, const wchar_t* b);
 
+// True for a Unicode scalar value: a code that is neither a surrogate nor beyond U+10FFFF.
+// Any other code of a wide text is stored as U+FFFD.
+constexpr bool isScalarValue(char32_t c) { return c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF); }
+// `text` with each code that is no scalar value replaced by U+FFFD: the text as a file
+// stores it and gives it back.
+VXKD_API std::wstring scalarValuesOf(std::wstring_view text);
+
 // UTF-8 <-> wide. Invalid UTF-8 bytes become U+FFFD; nothing throws.
 VXKD_API std::string toUtf8(std::wstring_view text);
 VXKD_API std::wstring fromUtf8(std::string_view text);
+// The same into `out`, whose memory is reused: a reader of many texts allocates once.
+VXKD_API void fromUtf8(std::string_view text, std::wstring& out);
 
 // UTF-16LE <-> wide; characters outside the BMP use surrogate pairs.
 VXKD_API std::u16string toUtf16(std::wstring_view text);

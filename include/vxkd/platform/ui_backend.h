@@ -7,6 +7,8 @@
 #include "vxkd/platform/types.h"
 #include "vxkd/platform/wsz.h"
 
+class VXDialog;
+
 class VXKD_API CUiBackend {
  public:
   // A backend destroyed while installed is uninstalled first (the console backend takes
@@ -26,6 +28,10 @@ class VXKD_API CUiBackend {
   // Shows `text` with a "show this message again" check box, ticked when it opens.
   // Returns whether the box was still ticked when the user closed it.
   virtual bool showAgainBox(cuWin::HWND owner, const wchar_t* text, const wchar_t* caption) = 0;
+  // Shows `dialog` (dialog.h) modally until the user closes it, with the controls as the
+  // caller filled them; what the user changed is in them afterwards. Returns IDOK or
+  // IDCANCEL. Here nobody can fill a dialog in: it is cancelled.
+  virtual int runDialog(cuWin::HWND owner, VXDialog& dialog);
 
   // The installed backend (the console backend until another is installed). REQUIRES the
   // user-interface thread.

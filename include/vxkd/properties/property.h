@@ -15,6 +15,17 @@ class CQbase;
 // A property: the six fields of its definition, then its value. The definition's value type
 // is the property's type: the constructors, init and setValueType keep the value's type
 // equal to it, and setValue reads its text as that type.
+//
+// Whatever a property accepts survives a save and a read of its set (lines "id=value", each
+// trimmed when read, a number read from at most CKdPropertyValue::maxNumberLength
+// characters). So every value goes through one rule (storableForm) on its way in:
+// - a real that is not finite, or whose printed form would be longer, is refused;
+// - a text has each line break ("\r\n", "\r" or "\n") replaced by one blank, as a single-line
+//   edit field shows it, and loses the blanks and tabs at its end, which the reader trims;
+//   codes that are no characters become U+FFFD, as the file stores them; a text left empty
+//   is no value.
+// A standard property (name beginning with "*") is never read back from a stored set: its
+// value comes from its object each time, so its values are taken as they stand.
 class VXKD_API CKdProperty : public CKdPropertyDef {
  public:
   CKdProperty() = default;
@@ -28,9 +39,14 @@ class VXKD_API CKdProperty : public CKdPropertyDef {
   void setValueType(CKdPropertyValue::valueTypeId type);
 
   const CKdPropertyValue& value() const { return value_; }
-  // For callers that set a value directly; they keep its type equal to valueType().
-  CKdPropertyValue& value() { return value_; }
   bool hasValue() const { return value_.hasValue(); }
+  // Takes `value` as the stored form would give it back (see the class comment). False, with
+  // no value, when its type is not the property's or the rule refuses it; a value without a
+  // value clears the property's (true).
+  bool setValue(const CKdPropertyValue& value);
+  // Hides CKdPropertyDef::setDecimals: false, with the decimals unchanged, when the number
+  // held would no longer print within CKdPropertyValue::maxNumberLength with `decimals`.
+  bool setDecimals(int decimals);
 
   // True for the four numeric types.
   bool isNumber() const;
@@ -47,16 +63,22 @@ class VXKD_API CKdProperty : public CKdPropertyDef {
   CWsz getValueAsText(bool withUnit) const;
 
   // Sets the value from what a user typed or a set stored. A null or empty text clears the
-  // value and gives true. A text is stored as it stands. A number may have at most 30
-  // characters (else false and no value); it is read as printf's scanf reads it: leading
-  // blanks, an optional sign, the number, and whatever follows ignored. An integer is cut at
-  // its first "," or "." (12.9 gives 12); a real takes "," as the decimal point. When no
-  // number can be read, or it does not fit the type (an int16 beyond 16 bits, an int32
-  // beyond 32 bits, a real beyond its range or not finite), the value is 0 of the type and
-  // the result false. False for a property without a value type.
+  // value and gives true. A text is stored as the class comment's rule gives it. A number may
+  // have at most 30 characters (else false and no value); it is read as printf's scanf reads
+  // it: leading blanks, an optional sign, the number, and whatever follows ignored. An
+  // integer is cut at its first "," or "." (12.9 gives 12); a real takes "," as the decimal
+  // point. When no number can be read, or it does not fit the type (an int16 beyond 16 bits,
+  // an int32 beyond 32 bits, a real beyond its range or not finite), the value is 0 of the
+  // type and the result false. A number whose printed form would be longer than 30
+  // characters (1e27 with 2 decimals) is refused: false and no value. False for a property
+  // without a value type.
   bool setValue(const wchar_t* text);
 
  private:
+  // The one rule of the class comment: `value` as this property keeps it, in `out`; false
+  // when it must be refused.
+  bool storableForm(const CKdPropertyValue& value, CKdPropertyValue& out) const;
+
   CKdPropertyValue value_;
 };
 

@@ -5,9 +5,11 @@
 // such as "{Name} x {Width}".
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "vxkd/foundation/obj_array.h"
+#include "vxkd/foundation/record_origin.h"
 #include "vxkd/platform/arrays.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/types.h"
@@ -31,7 +33,7 @@ class VXKD_API CKdPropertyDef {
   // Sets all six fields.
   void init(long id, const wchar_t* name, const wchar_t* description,
             CKdPropertyValue::valueTypeId valueType, CKdUnit unit, int decimals);
-  // Id, value type, decimals and unit 0; both strings empty.
+  // Id, value type, decimals and unit 0; both strings empty; no origin.
   void reset();
 
   long dbId() const { return id_; }
@@ -43,12 +45,15 @@ class VXKD_API CKdPropertyDef {
   }
   void setValueType(CKdPropertyValue::valueTypeId type) { valueType_ = type; }
   int decimals() const { return decimals_; }
-  // Kept in 8 bits, as the dataset stores it.
-  void setDecimals(int decimals) { decimals_ = static_cast<uint8_t>(decimals); }
+  // Held within 0..CKdPropertyValue::maxDecimals (a count outside is taken as the nearer
+  // end), so that the values of the definition print within what a stored set reads back.
+  void setDecimals(int decimals);
+  // The name and the description hold what the dataset gives back: a code that is no
+  // character (a surrogate, beyond U+10FFFF) is taken as U+FFFD, as the file stores it.
   const CWsz& name() const { return name_; }
-  void setName(const wchar_t* name) { name_.set(name); }
+  void setName(const wchar_t* name);
   const CWsz& desc() const { return desc_; }
-  void setDesc(const wchar_t* description) { desc_.set(description); }
+  void setDesc(const wchar_t* description);
 
   // True when the name begins with "*".
   bool isStdProperty() const { return name_.at(0) == L'*'; }
@@ -56,14 +61,23 @@ class VXKD_API CKdPropertyDef {
   void getSampleText(CWsz& text) const;
 
   // Resets, then reads the current record "RD": the id from the record key and the fields
-  // that the record has. False, leaving the definition reset, when the key is not one
-  // positive number.
+  // that the record has. False when the key does not start with a positive number: the
+  // fields are kept all the same, with id 0, so that nothing of the record is lost in memory.
   bool readFrom(CQbase& db);
   // Stores the definition as record "RD" keyed by its id in six digits; the name and the
-  // description only when not empty. Returns the database's result.
+  // description only when not empty. A definition read from a key of another form is moved:
+  // its old record is removed in the same transaction. False, writing nothing, when the id is
+  // outside 1..999999 or the record cannot be moved (see CKdRecordOrigin); else the
+  // database's result.
   bool saveTo(CQbase& db) const;
-  // Deletes record "RD" of this id.
+  // Deletes the definition's record "RD" (the one it was read from, while that is there).
   bool deleteFrom(CQbase& db) const;
+  // The key the definition is stored under: its id in six digits ("000042").
+  std::string recordKey() const;
+  // The key of the record the definition was read from.
+  const CKdRecordOrigin& origin() const { return origin_; }
+  // What keeps the definition from being stored under its own key (see CKdRecordOrigin).
+  CKdRecordOrigin::obstacle writeObstacle() const;
 
  private:
   int32_t id_ = 0;
@@ -72,6 +86,7 @@ class VXKD_API CKdPropertyDef {
   uint8_t decimals_ = 0;
   CWsz name_;
   CWsz desc_;
+  CKdRecordOrigin origin_;
 };
 
 // What uses property definitions by id (product definitions, part ID formats, layers, text
@@ -135,17 +150,19 @@ class VXKD_API CKdPropertyDefArray : public CKdOwningArray<CKdPropertyDef> {
   void asCommonListItems(CKdCommonListItemArray& out) const;
 
   // Replaces the array by the records "RD" of `db`, in key order; true, also when there are
-  // none. A record with a bad key is appended as its failed read left it: reset.
+  // none. A record with a bad key is appended as its failed read left it: id 0, its fields
+  // kept.
   bool readFrom(CQbase& db);
   // Saves every definition; one failed record does not stop the others. True when all were
-  // saved.
+  // saved (a definition whose id cannot be stored is not).
   bool saveTo(CQbase& db) const;
 
   // Checks the name that the user gave a definition in the edit dialog. `edited` is the
   // definition being renamed, or null for a new one. Refused, with an error box except for
   // the empty name: an empty name; a name that another definition has (ignoring case; when
   // renaming, checked only when the name changed at all, so a change of case alone is
-  // refused too); one of the characters "*;:,|&=<>"; a control character (0..31).
+  // refused too); one of the characters "*;:,|&=<>{}" (braces delimit names in formats); a
+  // control character (0..31) or a code that is no character (a surrogate, beyond U+10FFFF).
   static bool validateName(cuWin::HWND hwnd, const CKdPropertyDefArray& all, const wchar_t* name,
                            const CKdPropertyDef* edited);
 

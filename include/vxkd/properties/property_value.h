@@ -28,6 +28,16 @@ class VXKD_API CKdPropertyValue {
     typeDoubleReal = 5,
   };
 
+  // The longest printed number that a stored property set reads back: what an edit field
+  // of a real takes, and what the set's reader takes for any numeric value.
+  static constexpr int maxNumberLength = 30;
+  // The most decimals a number is printed with. "-0." and 27 decimals make 30 characters: so
+  // zero and every value below 1 in magnitude print within maxNumberLength at any count a
+  // definition can have. Larger values are refused when set if their printed form would not
+  // fit (CKdProperty); without the bound a definition of 29 decimals could hold no value at
+  // all that survives a save.
+  static constexpr int maxDecimals = maxNumberLength - 3;
+
   // No value, type typeNone, value zero.
   CKdPropertyValue();
   // Starts empty, then copyFrom(other).
