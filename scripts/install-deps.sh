@@ -3,9 +3,11 @@
 # on a machine that has them all it changes nothing.
 set -euo pipefail
 
-# pkg-config, dpkg-dev and file: the installation check and the Debian package of `make test`.
+# pkg-config, dpkg-dev and file: the installation check and the Debian package of `make test`;
+# libpq-dev and postgresql: the server backend of datasets and the server its tests start.
 packages=(g++ make cmake libsqlite3-dev sqlite3 libgtest-dev libgmock-dev libbenchmark-dev
-  libfreetype-dev fonts-liberation2 librsvg2-bin nlohmann-json3-dev pkg-config dpkg-dev file)
+  libfreetype-dev fonts-liberation2 librsvg2-bin nlohmann-json3-dev pkg-config dpkg-dev file
+  libpq-dev postgresql)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
