@@ -1,6 +1,7 @@
 #include "vxkd/properties/property.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -32,6 +33,34 @@ std::wstring storableText(std::wstring_view text) {
   }
   out.erase(out.find_last_not_of(L" \t") + 1);
   return cuSz::scalarValuesOf(out);
+}
+
+// Whether `text` is its own stored form: no line break, no code that is no character, no
+// blank or tab at its end, and not empty (an empty text is stored as no value).
+bool isStoredText(const wchar_t* text) {
+  const wchar_t* c = text;
+  for (; *c; ++c)
+    if (*c == L'\r' || *c == L'\n' || !cuSz::isScalarValue(static_cast<char32_t>(*c))) return false;
+  return c != text && c[-1] != L' ' && c[-1] != L'\t';
+}
+
+// 10^0 to 10^(maxNumberLength - 1).
+constexpr auto kPowersOfTen = [] {
+  std::array<double, kMaxNumberLength> powers{};
+  double power = 1;
+  for (double& p : powers) {
+    p = power;
+    power *= 10;
+  }
+  return powers;
+}();
+
+// Whether the finite `real` prints within kMaxNumberLength with `decimals`, known without
+// printing it: below 10^k it has at most k + 1 digits before the point (one more when
+// rounding carries), and a sign, a point and its decimals. False means "print and see".
+bool printsShort(double real, int decimals) {
+  const int digits = kMaxNumberLength - 3 - decimals;
+  return digits > 0 && std::fabs(real) < kPowersOfTen[static_cast<size_t>(digits)];
 }
 
 bool isScanBlank(wchar_t c) {
@@ -125,6 +154,22 @@ CWsz CKdProperty::getValueAsText(bool withUnit) const {
   return text;
 }
 
+bool CKdProperty::isStoredForm(const CKdPropertyValue& value) const {
+  if (!value.hasValue() || isStdProperty()) return true;
+  switch (value.typeId()) {
+    case CKdPropertyValue::typeText:
+      return false;  // setValue(const wchar_t*) looks at a text before it is copied
+    case CKdPropertyValue::typeSingleReal:
+    case CKdPropertyValue::typeDoubleReal: {
+      double real = 0;
+      value.getDoubleReal(real);
+      return std::isfinite(real) && printsShort(real, decimals());
+    }
+    default:
+      return true;
+  }
+}
+
 bool CKdProperty::storableForm(const CKdPropertyValue& value, CKdPropertyValue& out) const {
   out.copyFrom(value);
   if (!value.hasValue() || isStdProperty()) return true;
@@ -153,6 +198,11 @@ bool CKdProperty::storableForm(const CKdPropertyValue& value, CKdPropertyValue& 
 }
 
 bool CKdProperty::setValue(const CKdPropertyValue& value) {
+  // Most values are already as a save keeps them: they are taken without making that form.
+  if (value.typeId() == valueType() && isStoredForm(value)) {
+    value_ = value;
+    return true;
+  }
   CKdPropertyValue stored;
   bool ok = value.typeId() == valueType() && storableForm(value, stored);
   if (ok)
@@ -178,6 +228,10 @@ bool CKdProperty::setValue(const wchar_t* text) {
   CKdPropertyValue parsed;
   bool ok = true;
   if (type == CKdPropertyValue::typeText) {
+    if (isStdProperty() || isStoredText(text)) {
+      value_.setText(text);
+      return true;
+    }
     parsed.setText(text);
     return setValue(parsed);
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cmath>
 #include <string>
 
 #include "support/temp_dataset.h"
@@ -127,6 +128,22 @@ TEST(Property, TypedValuesPassTheSameRuleAsTexts) {
   CKdProperty note = property(-3, L"*NOTE*", V::typeText);
   EXPECT_TRUE(note.setValue(L"two\r\nlines "));
   EXPECT_EQ(note.getValueAsText(false), L"two\r\nlines ");
+}
+
+// A real is taken exactly when its printed form fits what a stored set reads back, on both
+// sides of every power of ten and for every count of decimals.
+TEST(Property, ARealIsTakenExactlyWhenItsPrintedFormFits) {
+  for (int decimals = 0; decimals <= V::maxDecimals; ++decimals)
+    for (int exponent = 0; exponent <= 31; ++exponent)
+      for (double scale : {-1.0, 0.9999999, 1.0, 9.9999999}) {
+        const double real = scale * std::pow(10.0, exponent);
+        const bool fits = V::printReal(real, decimals).length() <= V::maxNumberLength;
+        CKdProperty p = property(1, L"P", V::typeDoubleReal, decimals);
+        V value;
+        value.setDoubleReal(real);
+        EXPECT_EQ(p.setValue(value), fits) << real << " with " << decimals << " decimals";
+        EXPECT_EQ(p.hasValue(), fits);
+      }
 }
 
 TEST(Property, DecimalsThatTheValueCouldNotBePrintedWithAreRefused) {

@@ -78,6 +78,9 @@ class VXKD_API CKdProperty : public CKdPropertyDef {
   // The one rule of the class comment: `value` as this property keeps it, in `out`; false
   // when it must be refused.
   bool storableForm(const CKdPropertyValue& value, CKdPropertyValue& out) const;
+  // Whether `value` is already the form storableForm gives, found out cheaply: a real when
+  // it surely prints short enough; never a text. False may mean "cannot tell".
+  bool isStoredForm(const CKdPropertyValue& value) const;
 
   CKdPropertyValue value_;
 };
