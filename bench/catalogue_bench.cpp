@@ -426,7 +426,48 @@ void BM_UpdateDbCatalogue(benchmark::State& state) {
   times.report(state, "updateDb");
 }
 
+// The same catalogue read from a dataset on a PostgreSQL server (library side of the counters)
+// against reading the file (the "sqlite" side): ratio = server / file. The server is named by
+// $VXKD_BENCH_SERVER, a URI without the dataset ("postgresql:///postgres?host=/tmp/x"); the
+// catalogue is saved there once as the dataset bench_catalogue.
+void BM_ReadDbCatalogueFromServer(benchmark::State& state) {
+  const char* server = std::getenv("VXKD_BENCH_SERVER");
+  if (!server || !*server) {
+    state.SkipWithError("set VXKD_BENCH_SERVER to a server URI to compare with a server");
+    return;
+  }
+  std::string base = server;
+  const CWsz uri = CWsz::fromUtf8(
+      (base + (base.find('?') == std::string::npos ? "?" : "&") + "dataset=bench_catalogue")
+          .c_str());
+  CKdProject onServer(source());
+  if (!roundTripHolds() || !onServer.saveDbAs(nullptr, uri)) {
+    state.SkipWithError("the catalogue could not be saved on the server");
+    return;
+  }
+  vxkd_bench::SqliteBaseline times;
+  int64_t a = 0, b = 0;
+  bool ok = true;
+  for (auto _ : state) {
+    {
+      CKdProject fromServer, fromFile;
+      state.SetIterationTime(
+          times.timeBoth([&] { ok = fromServer.readDb(nullptr, uri) && ok; },
+                         [&] { ok = readProject("saved.vkd", fromFile) && ok; }));
+      a = propertiesOf(fromServer);
+      b = propertiesOf(fromFile);
+    }
+    settleFreedMemory();
+  }
+  if (!ok || a != b) state.SkipWithError("the two reads differ");
+  times.report(state, "server_readDb");
+}
+
 BENCHMARK(BM_ReadDbCatalogue)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(BM_UpdateDbCatalogue)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK(BM_ReadDbCatalogueFromServer)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
 
 }  // namespace

@@ -5,10 +5,12 @@ set -euo pipefail
 
 # nlohmann-json3-dev: vkd's JSON; jq: the scripts of `make run` and the tests that read vkd's
 # JSON. pkg-config, dpkg-dev and file: the installation check and the Debian package of
-# `make test`; cpp-httplib: the web server of `vkd edit`; chromium: the browser its tests drive.
+# `make test`; cpp-httplib: the web server of `vkd edit`; chromium: the browser its tests
+# drive; libpq-dev and postgresql: the server backend of datasets and the server its tests
+# start.
 packages=(g++ make cmake libsqlite3-dev sqlite3 libgtest-dev libgmock-dev libbenchmark-dev
   libfreetype-dev fonts-liberation2 librsvg2-bin nlohmann-json3-dev jq pkg-config dpkg-dev file
-  libcpp-httplib-dev chromium)
+  libcpp-httplib-dev chromium libpq-dev postgresql)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -135,7 +135,7 @@ bool CKdProject::newDb(HWND hwnd, const wchar_t* path) {
     return false;
   }
   fileName_ = target;
-  timeStamp_.initFor(fileName_);
+  db.timeStamp(timeStamp_);
   return true;
 }
 
@@ -148,10 +148,10 @@ bool CKdProject::readFile(HWND hwnd, const CWsz& path) {
     if (!openDb(hwnd, db, path, false)) return false;
     CKdProject loaded(*this);
     loaded.readFromDb(hwnd, db);
-    // The time is taken while the file is still open: nobody can save in between, so the
-    // stamp belongs to the content just read.
+    // The stamp is taken while the dataset is still open: it belongs to the content just
+    // read, whoever saves meanwhile.
     cuFile::CFileTime stamp;
-    stamp.initFor(path);
+    db.timeStamp(stamp);
     bool current = db.isCurrentFile();
     if (!db.closeDatabase()) {
       // A read that failed in the middle (a damaged page): a part is no dataset.
@@ -218,8 +218,12 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
   }
   write2dSymbols(db);
   bool committed = db.closeDatabase();
-  if (!committed) failReason_ = db.reason();
-  timeStamp_.initFor(fileName_);
+  // After a failed commit the old stamp stays: the dataset is as it was when it was taken.
+  if (committed) {
+    db.timeStamp(timeStamp_);
+  } else {
+    failReason_ = db.reason();
+  }
   return committed;
 }
 
@@ -384,7 +388,7 @@ bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
     failReason_ = db.reason();
     return false;
   }
-  timeStamp_.initFor(fileName_);
+  db.timeStamp(timeStamp_);
   return true;
 }
 
@@ -397,7 +401,7 @@ bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
     failReason_ = db.reason();
     return false;
   }
-  timeStamp_.initFor(fileName_);
+  db.timeStamp(timeStamp_);
   return true;
 }
 

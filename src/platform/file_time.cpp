@@ -6,6 +6,7 @@
 #include <cwchar>
 #include <utility>
 
+#include "platform/pg_dataset.h"
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/paths.h"
 
@@ -75,7 +76,11 @@ int CFileTime::update() {
 int CFileTime::getUpdateTimeOf(const wchar_t* path, uint64_t& out) {
   out = 0;
   uint64_t time = 0;
-  if (!isUsablePath(path) || !timeOfPath(CEnv::current(), nativePath(path), time)) return -1;
+  if (!isUsablePath(path)) return -1;
+  // A dataset on a server has no file: its version stands for the time.
+  bool ok = isServerUri(path) ? pgDatasetStamp(nativePath(path), time)
+                              : timeOfPath(CEnv::current(), nativePath(path), time);
+  if (!ok) return -1;
   out = time;
   return 0;
 }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/pg_dataset.h"
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/paths.h"
 #include "vxkd/platform/sz.h"
@@ -124,12 +125,26 @@ int readOwner(CEnv& env, const std::string& path, wchar_t* otherOwner) {
 
 }  // namespace
 
+CLockFile::CLockFile() = default;
+
 CLockFile::~CLockFile() { release(); }
 
 int CLockFile::set(const wchar_t* lockPath, const wchar_t* owner, wchar_t* otherOwner) {
   if (otherOwner) otherOwner[0] = L'\0';
   release();
   if (!lockPath || !*lockPath) return lockCreateFailed;
+  if (cuFile::isServerUri(lockPath)) {
+    auto lock = std::make_unique<CPgEditLock>();
+    std::string other;
+    int result = lock->set(cuFile::nativePath(lockPath), cuSz::toUtf8(owner ? owner : L""), other);
+    if (result == lockHeld) {
+      server_ = std::move(lock);
+      path_.set(lockPath);
+    }
+    std::wstring text = cuSz::fromUtf8(other);
+    copyOwner(otherOwner, text.substr(0, text.find(L'*')));
+    return result;
+  }
   CEnv& env = CEnv::current();
   const std::string native = cuFile::nativePath(lockPath);
   const Content content = buildContent(owner);
@@ -168,6 +183,10 @@ int CLockFile::set(const wchar_t* lockPath, const wchar_t* owner, wchar_t* other
 }
 
 void CLockFile::release() {
+  if (server_) {
+    server_.reset();
+    path_.empty();
+  }
   if (handle_ < 0) return;
   CEnv& env = CEnv::current();
   const std::string native = cuFile::nativePath(path_);
@@ -181,6 +200,7 @@ void CLockFile::release() {
 }
 
 CWsz CLockFile::lockFileNameFor(const wchar_t* datasetPath) {
+  if (cuFile::isServerUri(datasetPath)) return CWsz(datasetPath);
   std::wstring path = datasetPath ? datasetPath : L"";
   if (path.size() < 3) return CWsz();
   std::wstring lock = path.substr(0, path.size() - 3) + L"lck";
@@ -193,6 +213,12 @@ CWsz CLockFile::lockFileNameFor(const wchar_t* datasetPath) {
 int CLockFile::queryOwner(const wchar_t* lockPath, wchar_t* otherOwner) {
   if (otherOwner) otherOwner[0] = L'\0';
   if (!lockPath || !*lockPath) return queryNoLockFile;
+  if (cuFile::isServerUri(lockPath)) {
+    std::string owner;
+    int result = CPgEditLock::query(cuFile::nativePath(lockPath), owner);
+    copyOwner(otherOwner, cuSz::fromUtf8(owner));
+    return result;
+  }
   CEnv& env = CEnv::current();
   int fd = env.openFile(cuFile::nativePath(lockPath), O_RDONLY | O_NONBLOCK | O_NOCTTY);
   if (fd < 0) return errno == ENOENT || errno == ENOTDIR ? queryNoLockFile : queryUnreadable;

@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "platform/pg_dataset.h"
 #include "vxkd/platform/env.h"
 #include "vxkd/platform/sz.h"
 
@@ -35,7 +36,20 @@ CWsz joinPath(const wchar_t* folder, const wchar_t* name) {
 }
 
 bool exists(const wchar_t* path) {
+  if (isServerUri(path)) return pgDatasetExists(nativePath(path)) != 0;
   return path && *path && CEnv::current().exists(nativePath(path));
+}
+
+bool isServerUri(const wchar_t* path) {
+  if (!path) return false;
+  for (const wchar_t* scheme : {L"postgresql://", L"postgres://"}) {
+    size_t i = 0;
+    // The scheme ignores case, in ASCII whatever the locale.
+    auto lower = [](wchar_t c) { return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c; };
+    while (scheme[i] && lower(path[i]) == scheme[i]) ++i;
+    if (!scheme[i]) return true;
+  }
+  return false;
 }
 
 std::string nativePath(const wchar_t* path) { return cuSz::toUtf8(path ? path : L""); }

@@ -14,24 +14,25 @@ namespace {
 struct TypeEntry {
   const char* name;
   QbaseFieldType type;
-  const char* column;
+  const char* column;    // SQLite's column type
+  const char* pgColumn;  // PostgreSQL's: the smallest type that holds every value of the field
   bool hasSize;       // takes a size argument
   bool sizeRequired;  // ... that must be there
 };
 
 // The field types of the dictionary syntax. The attachment has its own directive.
 constexpr TypeEntry kTypes[] = {
-    {"byte", QbaseFieldType::kByte, "INTEGER", false, false},
-    {"short", QbaseFieldType::kShort, "INTEGER", false, false},
-    {"long", QbaseFieldType::kLong, "INTEGER", false, false},
-    {"float", QbaseFieldType::kFloat, "REAL", false, false},
-    {"sz", QbaseFieldType::kSz, "TEXT", true, false},
-    {"wsz", QbaseFieldType::kWsz, "TEXT", false, false},
-    {"point", QbaseFieldType::kPoint, "BLOB", false, false},
-    {"short_array", QbaseFieldType::kShortArray, "BLOB", false, false},
-    {"float_array", QbaseFieldType::kFloatArray, "BLOB", false, false},
-    {"binary_array", QbaseFieldType::kBinaryArray, "BLOB", true, true},
-    {"attachment", QbaseFieldType::kAttachment, "BLOB", false, false},
+    {"byte", QbaseFieldType::kByte, "INTEGER", "smallint", false, false},
+    {"short", QbaseFieldType::kShort, "INTEGER", "smallint", false, false},
+    {"long", QbaseFieldType::kLong, "INTEGER", "integer", false, false},
+    {"float", QbaseFieldType::kFloat, "REAL", "real", false, false},
+    {"sz", QbaseFieldType::kSz, "TEXT", "text", true, false},
+    {"wsz", QbaseFieldType::kWsz, "TEXT", "text", false, false},
+    {"point", QbaseFieldType::kPoint, "BLOB", "bytea", false, false},
+    {"short_array", QbaseFieldType::kShortArray, "BLOB", "bytea", false, false},
+    {"float_array", QbaseFieldType::kFloatArray, "BLOB", "bytea", false, false},
+    {"binary_array", QbaseFieldType::kBinaryArray, "BLOB", "bytea", true, true},
+    {"attachment", QbaseFieldType::kAttachment, "BLOB", "bytea", false, false},
 };
 
 constexpr int kMaxKeyWidth = 255;
@@ -107,6 +108,8 @@ std::string qbaseConcat(std::initializer_list<std::string_view> pieces) {
 }
 
 const char* qbaseColumnType(QbaseFieldType type) { return typeEntry(type).column; }
+
+const char* qbasePgColumnType(QbaseFieldType type) { return typeEntry(type).pgColumn; }
 
 const char* qbaseTypeName(QbaseFieldType type) { return typeEntry(type).name; }
 

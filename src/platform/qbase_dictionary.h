@@ -84,5 +84,7 @@ std::string qbaseConcat(std::initializer_list<std::string_view> pieces);
 
 // The SQL column type of a field type ("INTEGER", "REAL", "TEXT", "BLOB").
 const char* qbaseColumnType(QbaseFieldType type);
+// The PostgreSQL column type of a field type ("smallint", "integer", "real", "text", "bytea").
+const char* qbasePgColumnType(QbaseFieldType type);
 // The dictionary name of a field type ("short_array").
 const char* qbaseTypeName(QbaseFieldType type);

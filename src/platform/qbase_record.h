@@ -1,10 +1,8 @@
 #pragma once
 // CQbaseRecord: the current record of a record database, held in memory: its record
 // definition, its key and one value per field of the dictionary. The typed accessors check
-// each field number and type against the dictionary; rows are loaded from a query and bound
-// to an insert. Private to CQbase.
-
-#include <sqlite3.h>
+// each field number and type against the dictionary; a backend fills the values from a row
+// it read and stores them as they stand. Private to CQbase.
 
 #include <cstdint>
 #include <string>
@@ -12,7 +10,7 @@
 #include <vector>
 
 #include "platform/qbase_dictionary.h"
-#include "platform/qbase_statement.h"
+#include "platform/qbase_error.h"
 #include "vxkd/platform/arrays.h"
 #include "vxkd/platform/wsz.h"
 
@@ -33,12 +31,10 @@ class CQbaseRecord {
 
   // Becomes an empty record of `def` with `key`; `def` must outlive the record's use.
   void start(const QbaseRecordDef& def, std::string_view key);
-  // Becomes the current row of `stmt`: the key in column 0, then the fields of `def` in
-  // their order.
-  void load(const QbaseRecordDef& def, sqlite3_stmt* stmt);
-  // Binds the key to parameter 1 and the fields to 2.. in their order, absent ones as NULL.
-  // The bound texts and BLOBs stay the record's: step `stmt` before changing the record.
-  void bind(sqlite3_stmt* stmt) const;
+  // The stored values, values()[i] of field def()->fields[i]: a backend that loads a row
+  // starts the record and fills them; one that stores it reads them.
+  std::vector<QbaseFieldValue>& values() { return values_; }
+  const std::vector<QbaseFieldValue>& values() const { return values_; }
   // No current record afterwards.
   void clear() { def_ = nullptr; }
 

@@ -35,7 +35,7 @@ bool CQbaseSchema::checkFormat(bool upgrade) {
   // A table that is missing or cannot be read makes a file that is no dataset, unless
   // SQLite found it to be no database at all, damaged or busy.
   auto notDataset = [this] {
-    error_.sqlFail(db_, path_ + ": not a dataset");
+    qbaseSqlFail(error_, db_, path_ + ": not a dataset");
     if (error_.reason == CQbase::reasonFailed) error_.reason = CQbase::reasonNotDataset;
     return false;
   };
@@ -57,19 +57,19 @@ bool CQbaseSchema::checkFormat(bool upgrade) {
     return error_.fail(CQbase::reasonNewerFormat, path_ + ": written by a newer version");
   if (!upgrade || version == dict_->formatVersion()) return true;
   if (!stmt.prepare(db_, qbaseConcat({"UPDATE ", kFormatTable, " SET version=?1"})))
-    return error_.sqlFail(db_, path_);
+    return qbaseSqlFail(error_, db_, path_);
   stmt.bindInt(1, dict_->formatVersion());
-  if (stmt.step() != SQLITE_DONE) return error_.sqlFail(db_, path_);
+  if (stmt.step() != SQLITE_DONE) return qbaseSqlFail(error_, db_, path_);
   changed_ = true;
   return true;
 }
 
 bool CQbaseSchema::checkWholePages() {
   CQbaseStatement stmt;
-  if (!stmt.prepare(db_, "PRAGMA page_size")) return error_.sqlFail(db_, path_);
+  if (!stmt.prepare(db_, "PRAGMA page_size")) return qbaseSqlFail(error_, db_, path_);
   int64_t pageSize = stmt.step() == SQLITE_ROW ? stmt.columnInt(0) : 0;
   struct stat st {};
-  if (pageSize <= 0 || CEnv::current().statPath(path_, &st) != 0) return error_.sqlFail(db_, path_);
+  if (pageSize <= 0 || CEnv::current().statPath(path_, &st) != 0) return qbaseSqlFail(error_, db_, path_);
   if (st.st_size % pageSize != 0)
     return error_.fail(CQbase::reasonDamaged, path_ + ": damaged, the file ends inside a page");
   return true;
@@ -79,9 +79,9 @@ bool CQbaseSchema::checkIntegrity() {
   // The quick check would be cheaper, but it misses keys out of order: a key changed in
   // place, which a write would turn into duplicate records.
   CQbaseStatement stmt;
-  if (!stmt.prepare(db_, "PRAGMA integrity_check(1)")) return error_.sqlFail(db_, path_);
+  if (!stmt.prepare(db_, "PRAGMA integrity_check(1)")) return qbaseSqlFail(error_, db_, path_);
   int rc = stmt.step();
-  if (rc != SQLITE_ROW) return error_.sqlFail(db_, path_ + ": integrity check");
+  if (rc != SQLITE_ROW) return qbaseSqlFail(error_, db_, path_ + ": integrity check");
   std::string result = stmt.columnText(0);
   if (result != "ok") return error_.fail(CQbase::reasonDamaged, path_ + ": damaged, " + result);
   return true;
@@ -94,10 +94,10 @@ bool CQbaseSchema::createFormat() {
   CQbaseStatement stmt;
   if (!stmt.prepare(
           db_, qbaseConcat({"INSERT INTO ", kFormatTable, " (format, version) VALUES (?1, ?2)"})))
-    return error_.sqlFail(db_, path_);
+    return qbaseSqlFail(error_, db_, path_);
   stmt.bindText(1, dict_->formatName());
   stmt.bindInt(2, dict_->formatVersion());
-  if (stmt.step() != SQLITE_DONE) return error_.sqlFail(db_, path_);
+  if (stmt.step() != SQLITE_DONE) return qbaseSqlFail(error_, db_, path_);
   changed_ = true;
   return true;
 }
@@ -109,7 +109,7 @@ bool CQbaseSchema::columnsOf(CQbaseStatement& info, const std::string& table,
   info.bindText(1, table);
   int rc;
   while ((rc = info.step()) == SQLITE_ROW) out.push_back(info.columnText(0));
-  return rc == SQLITE_DONE || error_.sqlFail(db_, table);
+  return rc == SQLITE_DONE || qbaseSqlFail(error_, db_, table);
 }
 
 namespace {
@@ -126,7 +126,7 @@ bool hasColumn(const std::vector<std::string>& columns, const std::string& name)
 bool CQbaseSchema::ensureTables() {
   CQbaseStatement info;
   if (!info.prepare(db_, "SELECT name FROM pragma_table_info(?1)"))
-    return error_.sqlFail(db_, path_);
+    return qbaseSqlFail(error_, db_, path_);
   std::vector<std::string> columns;
   for (const QbaseTable& t : tables_) {
     const QbaseRecordDef& def = *t.def;
@@ -160,7 +160,7 @@ bool CQbaseSchema::ensureTables() {
 bool CQbaseSchema::findMissingColumns() {
   CQbaseStatement info;
   if (!info.prepare(db_, "SELECT name FROM pragma_table_info(?1)"))
-    return error_.sqlFail(db_, path_);
+    return qbaseSqlFail(error_, db_, path_);
   std::vector<std::string> columns;
   for (QbaseTable& t : tables_) {
     if (!columnsOf(info, t.def->table, columns)) return false;
@@ -226,7 +226,7 @@ CQbaseStatement* CQbaseSchema::statement(QbaseTable& t, QbaseStatementKind kind)
   if (stmt.isPrepared()) return &stmt;
   const std::string sql = sqlOf(t, kind);
   if (!stmt.prepare(db_, sql, true)) {
-    error_.sqlFail(db_, sql);
+    qbaseSqlFail(error_, db_, sql);
     return nullptr;
   }
   return &stmt;

@@ -38,6 +38,11 @@ CQbase::failReason qbaseReasonOf(int rc) {
   }
 }
 
+bool qbaseSqlFail(QbaseError& error, sqlite3* db, const std::string& what) {
+  return error.fail(db ? qbaseReasonOf(sqlite3_extended_errcode(db)) : CQbase::reasonFailed,
+                    what + ": " + (db ? sqlite3_errmsg(db) : "no database"));
+}
+
 bool qbaseExec(sqlite3* db, const char* sql, QbaseError& error) {
   char* message = nullptr;
   int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/qbase_error.h"
 #include "vxkd/platform/qbase.h"
 
 class CQbaseStatement {
@@ -60,33 +61,8 @@ class CQbaseStatement {
 // The reason of an SQLite result code that is a failure.
 CQbase::failReason qbaseReasonOf(int rc);
 
-// Why the last operation of the record database failed: in words for logs and tests, and,
-// for the failures of an open, a read or a close, the reason for the caller.
-struct QbaseError {
-  std::string message;
-  CQbase::failReason reason = CQbase::reasonNone;
-
-  // Keeps `text` and returns false, so that a failure path reads `return error.fail(...)`.
-  // The reason stays: a missing record or a wrong field number is no failure of the file.
-  bool fail(std::string text) {
-    message = std::move(text);
-    return false;
-  }
-  // A failure of the file itself, with its reason.
-  bool fail(CQbase::failReason why, std::string text) {
-    reason = why;
-    return fail(std::move(text));
-  }
-  // The same with SQLite's own words and result code for the last failure on `db`.
-  bool sqlFail(sqlite3* db, const std::string& what) {
-    return fail(db ? qbaseReasonOf(sqlite3_extended_errcode(db)) : CQbase::reasonFailed,
-                what + ": " + (db ? sqlite3_errmsg(db) : "no database"));
-  }
-  void clear() {
-    message.clear();
-    reason = CQbase::reasonNone;
-  }
-};
+// Keeps SQLite's own words and result code for the last failure on `db` in `error`; false.
+bool qbaseSqlFail(QbaseError& error, sqlite3* db, const std::string& what);
 
 // Runs `sql` (one or more statements without results) on `db`; false with the reason kept
 // in `error`.

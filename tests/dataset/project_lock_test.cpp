@@ -6,11 +6,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "support/faulty_env.h"
+#include "support/pg_server.h"
+#include "support/temp_dataset.h"
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
 #include "vxkd/dataset/project.h"
@@ -22,15 +25,22 @@ using namespace cuWin;
 
 namespace {
 
+// Two users of one dataset file; SharedDatasetTest below runs the same on a server.
 class ProjectLockTest : public vxkd_test::TextsUiTest {
  protected:
+  virtual bool onServer() const { return false; }
   void SetUp() override {
     TextsUiTest::SetUp();
+    if (onServer()) {
+      vxkd_test::PgServer* server = vxkd_test::PgServer::shared();
+      if (!server) GTEST_SKIP() << "no PostgreSQL server: " << vxkd_test::PgServer::skipReason();
+      uri_ = server->uri(server->freshName());
+    }
     ASSERT_TRUE(mine_.saveDbAs(nullptr, path()));
     ASSERT_TRUE(theirs_.readDb(nullptr, path()));
   }
 
-  CWsz path() const { return dir_.path(L"shared.vkd"); }
+  CWsz path() const { return onServer() ? CWsz::fromUtf8(uri_.c_str()) : dir_.path(L"shared.vkd"); }
   std::string lockPath() const { return dir_.native("shared.lck"); }
   static void addDef(CKdProject& p, const wchar_t* name) {
     ASSERT_TRUE(p.propertyDefs().add(name, L"", CKdPropertyValue::typeInt32, CKdUnit(), 0));
@@ -39,9 +49,20 @@ class ProjectLockTest : public vxkd_test::TextsUiTest {
   vxkd_test::TempFolder dir_;
   CKdProject mine_;    // this user
   CKdProject theirs_;  // a colleague on the same file
+  std::string uri_;    // the dataset on the server
 };
 
-TEST_F(ProjectLockTest, AnotherUsersSaveIsNoticedAndReloaded) {
+// The same users on a dataset file ("file") and on a dataset on a server ("server").
+class SharedDatasetTest : public ProjectLockTest,
+                          public ::testing::WithParamInterface<std::string> {
+ protected:
+  bool onServer() const override { return GetParam() == "server"; }
+};
+
+INSTANTIATE_TEST_SUITE_P(Backends, SharedDatasetTest, ::testing::Values("file", "server"),
+                         [](const auto& info) { return info.param; });
+
+TEST_P(SharedDatasetTest, AnotherUsersSaveIsNoticedAndReloaded) {
   EXPECT_EQ(mine_.checkUpdated(nullptr, true), 0);
   addDef(theirs_, L"Width");
   ASSERT_TRUE(theirs_.updateDb(nullptr));
@@ -61,7 +82,7 @@ TEST_F(ProjectLockTest, UnboundProjectCannotBeChecked) {
   EXPECT_EQ(ui_.boxCount(), 0);
 }
 
-TEST_F(ProjectLockTest, SavesWithinOneClockTickAreStillNoticed) {
+TEST_P(SharedDatasetTest, SavesWithinOneClockTickAreStillNoticed) {
   // Saves follow each other faster than the file system's clock ticks (here whole seconds);
   // each must still be seen by the other user.
   vxkd_test::FaultyEnv coarse;
@@ -76,7 +97,7 @@ TEST_F(ProjectLockTest, SavesWithinOneClockTickAreStillNoticed) {
   }
 }
 
-TEST_F(ProjectLockTest, AnotherProcessSavingRightAfterUsIsNoticed) {
+TEST_P(SharedDatasetTest, AnotherProcessSavingRightAfterUsIsNoticed) {
   vxkd_test::FaultyEnv coarse;  // whole seconds, as above; the child process inherits it
   coarse.coarseClock(true);
   for (int round = 0; round < 10; ++round) {
@@ -111,7 +132,7 @@ TEST_F(ProjectLockTest, EditLockGoesAheadWhenNothingChanged) {
   EXPECT_EQ(ui_.boxCount(), 0);
 }
 
-TEST_F(ProjectLockTest, EditLockReloadsInsteadWhenAnotherUserSaved) {
+TEST_P(SharedDatasetTest, EditLockReloadsInsteadWhenAnotherUserSaved) {
   addDef(theirs_, L"Height");
   ASSERT_TRUE(theirs_.updateDb(nullptr));
   addDef(mine_, L"Stale edit");
@@ -124,7 +145,7 @@ TEST_F(ProjectLockTest, EditLockReloadsInsteadWhenAnotherUserSaved) {
   EXPECT_EQ(ui_.lastBox().caption, L"Dataset Changed");
 }
 
-TEST_F(ProjectLockTest, EditLockHeldByAnotherUserIsRefused) {
+TEST_P(SharedDatasetTest, EditLockHeldByAnotherUserIsRefused) {
   CLockFile theirLock;
   ASSERT_EQ(theirs_.setEditLock(nullptr, theirLock), 0);
   CLockFile lock;
@@ -189,7 +210,7 @@ int designer(const CWsz& path, const std::string& marker, int who, int edits) {
   return 0;
 }
 
-TEST_F(ProjectLockTest, EightDesignersLoseNoUpdate) {
+TEST_P(SharedDatasetTest, EightDesignersLoseNoUpdate) {
   constexpr int kDesigners = 8;
   constexpr int kEdits = 200;
   std::string marker = dir_.native("holder.marker");
@@ -215,6 +236,101 @@ TEST_F(ProjectLockTest, EightDesignersLoseNoUpdate) {
   for (int i = 0; i < result.propertyDefs().length(); ++i)
     names.insert(result.propertyDefs().nameAt(i));
   EXPECT_EQ(names.size(), static_cast<size_t>(kDesigners * kEdits));
+}
+
+// A dataset on a server only: what happens to sessions that end.
+class ServerDatasetTest : public ProjectLockTest {
+ protected:
+  bool onServer() const override { return true; }
+
+  // Forks a designer who runs `work` and then waits to be killed; returns once `work` is done
+  // (the child wrote its result to the pipe).
+  template <typename Work>
+  pid_t forkAndWait(Work work, char& result) {
+    int fds[2];
+    if (pipe(fds) != 0) return -1;
+    pid_t pid = fork();
+    if (pid == 0) {
+      close(fds[0]);
+      char r = work() ? 'y' : 'n';
+      if (write(fds[1], &r, 1) != 1) _exit(2);
+      pause();
+      _exit(0);
+    }
+    close(fds[1]);
+    if (read(fds[0], &result, 1) != 1) result = '?';
+    close(fds[0]);
+    return pid;
+  }
+  static void killAndReap(pid_t pid) {
+    kill(pid, SIGKILL);
+    int status = 0;
+    waitpid(pid, &status, 0);
+  }
+};
+
+TEST_F(ServerDatasetTest, TheLockKeepsTheOwnersTextBesideIt) {
+  CLockFile anna, other;
+  ASSERT_EQ(anna.set(path(), L"Anna at desk 4", nullptr), CLockFile::lockHeld);
+  wchar_t owner[CLockFile::kOwnerBufferChars] = L"x";
+  EXPECT_EQ(other.set(path(), L"Ben", owner), CLockFile::lockedByOther);
+  EXPECT_STREQ(owner, L"Anna at desk 4");
+  anna.release();
+  EXPECT_EQ(other.set(path(), L"Ben", owner), CLockFile::lockHeld);
+  EXPECT_STREQ(owner, L"");
+}
+
+TEST_F(ServerDatasetTest, AHolderWhoseSessionDropsBlocksNobody) {
+  char taken = 0;
+  pid_t holder = forkAndWait(
+      [this] {
+        static CLockFile lock;  // held until the process is killed
+        return theirs_.setEditLock(nullptr, lock) == 0;
+      },
+      taken);
+  ASSERT_GT(holder, 0);
+  ASSERT_EQ(taken, 'y');
+  CLockFile lock;
+  EXPECT_EQ(mine_.setEditLock(nullptr, lock), -1);
+  EXPECT_TRUE(lastBoxIs(L"Somebody other is currently updating file\r\nOperation cancelled",
+                        L"Update Failed", MB_TASKMODAL | MB_ICONSTOP));
+  killAndReap(holder);
+  // The server ends the dead designer's session as soon as it notices the closed socket.
+  int r = -1;
+  for (int wait = 0; wait < 100 && r != 0; ++wait) {
+    r = mine_.setEditLock(nullptr, lock);
+    if (r != 0) usleep(50000);
+  }
+  EXPECT_EQ(r, 0);
+  addDef(mine_, L"After the crash");
+  EXPECT_TRUE(mine_.updateDb(nullptr));
+}
+
+TEST_F(ServerDatasetTest, AWriterKilledInTheMiddleOfAnUpdateChangesNothing) {
+  addDef(mine_, L"Before");
+  ASSERT_TRUE(mine_.updateDb(nullptr));
+  char written = 0;
+  pid_t writer = forkAndWait(
+      [this] {
+        static CQbase db;  // open, in the middle of its transaction, when killed
+        CKdProject edited(mine_);
+        for (int i = 0; i < 300; ++i)
+          edited.propertyDefs().add((L"Half" + std::to_wstring(i)).c_str(), L"",
+                                    CKdPropertyValue::typeInt32, CKdUnit(), 0);
+        return db.openDatabase(vxkd_test::datasetDictionary(), path(), CQbase::openUpdate) &&
+               edited.propertyDefs().saveTo(db) && db.deleteRec("RD", "000001");
+      },
+      written);
+  ASSERT_GT(writer, 0);
+  ASSERT_EQ(written, 'y');
+  killAndReap(writer);
+  CKdProject after;
+  ASSERT_TRUE(after.readDb(nullptr, path()));
+  ASSERT_EQ(after.propertyDefs().length(), 1);
+  EXPECT_STREQ(after.propertyDefs().nameAt(0), L"Before");
+  EXPECT_EQ(mine_.checkUpdated(nullptr, false), 0) << "nothing was stored";
+  addDef(mine_, L"Next");
+  EXPECT_TRUE(mine_.updateDb(nullptr)) << "the dead writer's transaction is gone";
 }
 
 }  // namespace

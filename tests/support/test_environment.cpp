@@ -11,6 +11,9 @@ struct TestEnvironment {
     setenv("VXKD_HKCU", VXKD_TEST_REGISTRY "/hkcu.reg", 0);
     setenv("VXKD_HKLM", VXKD_TEST_REGISTRY "/hklm.reg", 0);
     setenv("LOCPATH", VXKD_TEST_LOCALES, 0);
+    // For the programs the tests run: a leak of the system's libraries is not theirs.
+    setenv("LSAN_OPTIONS",
+           "print_suppressions=0:suppressions=" VXKD_TEST_SOURCE_DIR "/support/lsan.supp", 0);
   }
 } testEnvironment;
 

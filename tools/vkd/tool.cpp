@@ -466,7 +466,9 @@ int writeNewDataset(const std::string& path, bool force, CKdProject& project, To
   }
   if (cuFile::exists(file)) {
     if (!force) return fail(path + " exists; nothing was changed (give --force to replace it)");
-    if (access(path.c_str(), W_OK) != 0) return fail(path + " is read-only; nothing was changed");
+    // A dataset on a server tells its rights when it is written.
+    if (!cuFile::isServerUri(file) && access(path.c_str(), W_OK) != 0)
+      return fail(path + " is read-only; nothing was changed");
   }
   if (!project.saveDbAs(nullptr, file))
     return fail("cannot create " + path + ": " + failureOf(project, ui));

@@ -7,11 +7,15 @@
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/wsz.h"
 
+class CQbase;
+
 namespace cuFile {
 
 // A file path bound to the file's last-write time as it was when last read. Times are the
 // file's modification time in 100-nanosecond units since 1970; 0 means unknown. Only a
-// strictly later time counts as a modification.
+// strictly later time counts as a modification. A dataset on a server (a server URI in place
+// of the path, cuFile::isServerUri) has no clock time: its time is its version, which every
+// write transaction advances, so that a change is noticed exactly.
 class VXKD_API CFileTime {
  public:
   // Longest path a time stamp binds to, in characters.
@@ -57,6 +61,9 @@ class VXKD_API CFileTime {
   static int getUpdateTimeOf(const wchar_t* path, uint64_t& out);
 
  private:
+  // The record database binds a stamp to the dataset it has open.
+  friend class ::CQbase;
+
   CWsz path_;
   uint64_t time_ = 0;
 };

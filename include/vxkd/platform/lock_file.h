@@ -2,13 +2,23 @@
 // CLockFile: the lock file beside a shared dataset that whoever stores an edit holds, so that
 // two users never write the dataset at once.
 
+#include <memory>
+
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/wsz.h"
+
+class CPgEditLock;
 
 // Holds the lock of one lock file, or none. Holding the lock is holding an exclusive flock on
 // the open lock file; the kernel drops it when the holder's process ends, so a lock file left
 // behind by a crashed holder is stale and the next set() takes it over. The file holds
 // kContentChars UTF-16LE characters: the owner text, then "*" up to the end.
+//
+// A dataset on a server has no lock file: its "lock file name" is its URI
+// (lockFileNameFor), and its lock is an advisory lock of the server held by a session of this
+// object's own, with the owner text kept in the dataset. The results and the owner texts are
+// those of a lock file; the server drops the lock when the holder's session ends, also when
+// the holder dies or its connection is cut.
 class VXKD_API CLockFile {
  public:
   // Results of set().
@@ -32,7 +42,7 @@ class VXKD_API CLockFile {
   // Size in characters of the caller's buffer for another owner's text, terminator included.
   static constexpr int kOwnerBufferChars = 40;
 
-  CLockFile() = default;
+  CLockFile();
   // Releases the lock when one is held.
   ~CLockFile();
   CLockFile(const CLockFile&) = delete;
@@ -51,14 +61,15 @@ class VXKD_API CLockFile {
   // drops the lock, and returns to idle. Otherwise nothing.
   void release();
 
-  bool isHeld() const { return handle_ >= 0; }
-  // The descriptor of the open lock file, -1 when idle.
+  bool isHeld() const { return handle_ >= 0 || server_ != nullptr; }
+  // The descriptor of the open lock file, -1 when idle or holding a server dataset's lock.
   int handle() const { return handle_; }
   // The path of the held lock file, empty when idle.
   const CWsz& path() const { return path_; }
 
   // The lock file of the dataset `datasetPath`: its last three characters replaced by "lck",
-  // blindly (data.vkd locks data.lck; x.vkdx would lock x.vlck). Empty, for which set() then
+  // blindly (data.vkd locks data.lck; x.vkdx would lock x.vlck); for a server URI the URI
+  // itself, whose lock is on the server. Empty, for which set() then
   // fails, when the name cannot carry a lock file: a path shorter than three characters, one
   // whose last three characters include a "/" (the lock would lie in another folder), and
   // one that ends in "lck" (its lock would be the dataset itself, which set() overwrites).
@@ -73,4 +84,5 @@ class VXKD_API CLockFile {
  private:
   int handle_ = -1;
   CWsz path_;
+  std::unique_ptr<CPgEditLock> server_;
 };

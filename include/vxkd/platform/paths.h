@@ -13,8 +13,13 @@ namespace cuFile {
 VXKD_API CWsz libraryFolder();
 // `folder` + "/" + `name` (no doubled "/").
 VXKD_API CWsz joinPath(const wchar_t* folder, const wchar_t* name);
-// True when `path` names an existing file or folder.
+// True when `path` names an existing file or folder; for a server URI, unless the server
+// says that there is no such dataset (an unreachable server is left to the open to report).
 VXKD_API bool exists(const wchar_t* path);
+// True when `path` is a server URI ("postgresql://..." or "postgres://...") that names a
+// dataset on a PostgreSQL server, which every operation on datasets takes in place of a
+// file path.
+VXKD_API bool isServerUri(const wchar_t* path);
 // The narrow (UTF-8) form of a path for the system calls.
 VXKD_API std::string nativePath(const wchar_t* path);
 

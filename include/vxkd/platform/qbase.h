@@ -27,6 +27,7 @@
 
 #include "vxkd/platform/arrays.h"
 #include "vxkd/platform/export.h"
+#include "vxkd/platform/file_time.h"
 #include "vxkd/platform/wsz.h"
 
 class VXKD_API CQbase {
@@ -84,6 +85,12 @@ class VXKD_API CQbase {
   void abandon();
   bool isOpen() const;
   bool isReadOnly() const;
+  // The dataset's time stamp, bound to the path or URI the database was opened with: while
+  // open, as the transaction sees it (a file's last-write time; a server dataset's version,
+  // which every write transaction advances); after a successful close, as the close left it
+  // (for an update or a creation, the stamp its commit gave the dataset). False, with
+  // `stamp` unbound, when none can be told.
+  bool timeStamp(cuFile::CFileTime& stamp) const;
   // True while the open file is still the one at its path. A file renamed over it since it
   // was opened (a save under a temporary name) makes this false: what was read is then
   // older than the file at the path.
