@@ -184,12 +184,12 @@ test('a LIN file is imported by upload', async () => {
 test('a product\'s property is found, changed and saved', async () => {
   await showPage(page, 'Product groups');
   await page.click('#groups div:has-text("Rectangular")');
-  await page.click('#table tbody tr:has(td:text-is("Duct 400 x 200"))');
+  await page.click('#table tbody tr:has(td:text-is("Rectangular duct 400x200"))');
   await page.waitForSelector('#d-properties input[data-property="Width"]');
   await page.fill('#d-properties input[data-property="Width"]', '450');
   await page.click('#d-save');
   await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Saved'));
-  await page.waitForSelector('#table tbody tr:has(td:text-is("Width=450, Height=200"))');
+  await page.waitForSelector('#table tbody tr:has(td:has-text("Width=450, Height=200"))');
   await page.screenshot({ path: path.join(SHOTS, 'product-saved.png') });
   assert.match(vkd('list', dataset, 'products'), /Width=450/);
 });

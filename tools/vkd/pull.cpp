@@ -12,10 +12,11 @@ namespace {
 int runPull(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   const CWsz from = CWsz::fromUtf8(args[0].c_str()), to = CWsz::fromUtf8(args[1].c_str());
   if (!cuFile::isServerUri(from))
-    return fail(args[0] + " is no server URI (postgresql://HOST/DATABASE?dataset=NAME)");
-  if (cuFile::isServerUri(to)) return fail(args[1] + " is a server URI; pull writes a file");
+    return failInput(args[0] + " is no server URI (postgresql://HOST/DATABASE?dataset=NAME)");
+  if (cuFile::isServerUri(to)) return failInput(args[1] + " is a server URI; pull writes a file");
   CKdProject project;
-  if (!project.readDb(nullptr, from)) return failWithBox("cannot read " + args[0], ui);
+  if (!project.readDb(nullptr, from))
+    return failInput("cannot read " + args[0] + ": " + failureOf(project, ui));
   if (int result = writeNewDataset(args[1], options.force, project, ui, L"vkd pull")) return result;
   std::printf("Pulled %s into %s\n", args[0].c_str(), args[1].c_str());
   return exitOk;

@@ -12,11 +12,12 @@ namespace {
 
 int runPush(const std::vector<std::string>& args, const Options& options, ToolUiBackend& ui) {
   const CWsz from = CWsz::fromUtf8(args[0].c_str()), to = CWsz::fromUtf8(args[1].c_str());
-  if (cuFile::isServerUri(from)) return fail(args[0] + " is a server URI; push copies a file");
+  if (cuFile::isServerUri(from)) return failInput(args[0] + " is a server URI; push copies a file");
   if (!cuFile::isServerUri(to))
-    return fail(args[1] + " is no server URI (postgresql://HOST/DATABASE?dataset=NAME)");
+    return failInput(args[1] + " is no server URI (postgresql://HOST/DATABASE?dataset=NAME)");
   CKdProject project;
-  if (!project.readDb(nullptr, from)) return failWithBox("cannot read " + args[0], ui);
+  if (!project.readDb(nullptr, from))
+    return failInput("cannot read " + args[0] + ": " + failureOf(project, ui));
   if (int result = writeNewDataset(args[1], options.force, project, ui, L"vkd push")) return result;
   std::printf("Pushed %s to %s\n", args[0].c_str(), args[1].c_str());
   return exitOk;
