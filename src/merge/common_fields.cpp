@@ -114,8 +114,8 @@ bool valueFromJson(CKdProperty& p, const JsonNode& n, LoadContext& c) {
   // The property takes a value as a stored set gives it back (an empty text is none, line
   // breaks are blanks); what no set can store is refused.
   if (!p.setValue(value))
-    return c.fail(n, "the value of property \"" + utf8(p.name()) + "\" cannot be stored: " +
-                         n.describe());
+    return c.fail(
+        n, "the value of property \"" + utf8(p.name()) + "\" cannot be stored: " + n.describe());
   return true;
 }
 

@@ -314,7 +314,8 @@ std::unique_ptr<CPgConnection> CPgConnection::connect(const std::string& conninf
     return nullptr;
   }
   const char* encoding = PQparameterStatus(conn, "server_encoding");
-  if (!encoding || (std::strcmp(encoding, "UTF8") != 0 && std::strcmp(encoding, "SQL_ASCII") != 0)) {
+  if (!encoding ||
+      (std::strcmp(encoding, "UTF8") != 0 && std::strcmp(encoding, "SQL_ASCII") != 0)) {
     error.fail(CQbase::reasonFailed, std::string("the database's encoding is ") +
                                          (encoding ? encoding : "unknown") +
                                          "; datasets need a UTF8 database");
@@ -373,8 +374,8 @@ bool CPgConnection::send(const std::string& sql, CPgParams& params, QbaseError& 
       found = statements_.emplace(sql, std::move(name)).first;
     }
   }
-  sent = sent && PQsendQueryPrepared(conn_, found->second.c_str(), params.count(),
-                                     params.values(), params.lengths(), params.formats(), 1);
+  sent = sent && PQsendQueryPrepared(conn_, found->second.c_str(), params.count(), params.values(),
+                                     params.lengths(), params.formats(), 1);
   if (!sent) {
     std::string failure = firstLine(PQerrorMessage(conn_));
     settle(error);

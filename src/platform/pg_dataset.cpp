@@ -65,8 +65,8 @@ int pgDatasetExists(const std::string& uri) {
   if (!conn) return error.reason == CQbase::reasonMissing ? 0 : -1;
   CPgParams name;
   name.text(location.dataset);
-  CPgResult found = conn->run(
-      "SELECT count(*) FROM pg_catalog.pg_namespace WHERE nspname = $1", name);
+  CPgResult found =
+      conn->run("SELECT count(*) FROM pg_catalog.pg_namespace WHERE nspname = $1", name);
   int result = found.ok() ? (found.integer(0, 0) > 0 ? 1 : 0) : -1;
   pgPool::give(std::move(conn));
   return result;
@@ -119,8 +119,7 @@ int CPgEditLock::set(const std::string& uri, const std::string& owner, std::stri
   QbaseError error;
   CPgParams text;
   text.text(ownerCut(owner));
-  bool written = conn->exec("BEGIN", error) &&
-                 conn->run("DELETE FROM " + table).ok() &&
+  bool written = conn->exec("BEGIN", error) && conn->run("DELETE FROM " + table).ok() &&
                  conn->run("INSERT INTO " + table + " (owner) VALUES ($1)", text).ok() &&
                  conn->exec("COMMIT", error);
   if (!written) {

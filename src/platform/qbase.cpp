@@ -85,8 +85,8 @@ bool CQbase::openDatabase(const wchar_t* dictionaryPath, const wchar_t* path, op
   if (!d.dict.load(cuFile::nativePath(dictionaryPath))) return d.fail(reasonFailed, d.dict.error());
   if (!path || !*path) return d.fail(reasonMissing, "no dataset path");
   // A server URI names a dataset on a PostgreSQL server, anything else a file.
-  d.backend = cuFile::isServerUri(path) ? makeQbasePgBackend(d.error)
-                                        : makeQbaseSqliteBackend(d.error);
+  d.backend =
+      cuFile::isServerUri(path) ? makeQbasePgBackend(d.error) : makeQbaseSqliteBackend(d.error);
   if (!d.backend->open(d.dict, cuFile::nativePath(path), mode)) {
     d.drop();
     return false;
@@ -123,9 +123,7 @@ void CQbase::abandon() {
 
 bool CQbase::isOpen() const { return impl_->backend != nullptr; }
 
-bool CQbase::isReadOnly() const {
-  return impl_->backend && impl_->backend->mode() == openRead;
-}
+bool CQbase::isReadOnly() const { return impl_->backend && impl_->backend->mode() == openRead; }
 
 bool CQbase::isCurrentFile() const { return impl_->backend && impl_->backend->isCurrent(); }
 

@@ -16,8 +16,8 @@ struct TypeEntry {
   QbaseFieldType type;
   const char* column;    // SQLite's column type
   const char* pgColumn;  // PostgreSQL's: the smallest type that holds every value of the field
-  bool hasSize;       // takes a size argument
-  bool sizeRequired;  // ... that must be there
+  bool hasSize;          // takes a size argument
+  bool sizeRequired;     // ... that must be there
 };
 
 // The field types of the dictionary syntax. The attachment has its own directive.

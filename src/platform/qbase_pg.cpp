@@ -149,7 +149,8 @@ bool CQbasePg::open(const CQbaseDictionary& dict, const std::string& location,
   resetState(mode);
   hasStamp_ = false;
   std::string why;
-  if (!location_.parse(location, why)) return error_.fail(CQbase::reasonFailed, location + ": " + why);
+  if (!location_.parse(location, why))
+    return error_.fail(CQbase::reasonFailed, location + ": " + why);
   schema_ = pgIdent(location_.dataset);
   tables_.assign(dict.records().size(), Table());
   for (size_t i = 0; i < tables_.size(); ++i) tables_[i].def = &dict.records()[i];
@@ -188,15 +189,15 @@ bool CQbasePg::openForReading() {
   CPgResult locked = conn_->run("LOCK TABLE " + qualified(kStateTable) + " IN ACCESS SHARE MODE");
   if (!locked.ok()) {
     // A user without the right to read the dataset is no "read-only" case.
-    CQbase::failReason reason = locked.sqlState() == "42P01" ? CQbase::reasonNotDataset
-                                                             : CQbase::reasonFailed;
+    CQbase::failReason reason =
+        locked.sqlState() == "42P01" ? CQbase::reasonNotDataset : CQbase::reasonFailed;
     fail(locked, location_.dataset, reason);
     if (error_.reason == CQbase::reasonReadOnly) error_.reason = CQbase::reasonFailed;
     return false;
   }
-  CPgResult format = conn_->run(
-      "SELECT d.format, d.version, (SELECT stamp FROM " + qualified(kStateTable) + ") FROM " +
-      qualified(kFormatTable) + " d");
+  CPgResult format =
+      conn_->run("SELECT d.format, d.version, (SELECT stamp FROM " + qualified(kStateTable) +
+                 ") FROM " + qualified(kFormatTable) + " d");
   if (!checkFormat(format, false)) return false;
   stamp_ = static_cast<uint64_t>(format.integer(0, 2));
   hasStamp_ = true;
@@ -233,7 +234,8 @@ bool CQbasePg::openForUpdate() {
     if (!takeLayoutLock()) return false;
     CPgParams version;
     version.int4(dict_->formatVersion());
-    CPgResult raised = conn_->run("UPDATE " + qualified(kFormatTable) + " SET version = $1", version);
+    CPgResult raised =
+        conn_->run("UPDATE " + qualified(kFormatTable) + " SET version = $1", version);
     if (!raised.ok()) return fail(raised, location_.dataset);
     changed_ = true;
   }
@@ -267,8 +269,8 @@ bool CQbasePg::openForCreation() {
       if (!execOn(s)) return false;
     CPgParams format;
     format.text(dict_->formatName()).int4(dict_->formatVersion());
-    CPgResult made = conn_->run("INSERT INTO " + qualified(kFormatTable) + " VALUES ($1, $2)",
-                                format, false);
+    CPgResult made =
+        conn_->run("INSERT INTO " + qualified(kFormatTable) + " VALUES ($1, $2)", format, false);
     if (!made.ok()) return fail(made, location_.dataset);
     stamp_ = 0;
     hasStamp_ = true;
@@ -353,9 +355,8 @@ bool CQbasePg::ensureTables() {
                            location_.dataset + ": table " + def.table + " is not a record table");
       for (const QbaseFieldDef& f : def.fields) {
         if (found->second.count(f.column)) continue;
-        if (!takeLayoutLock() ||
-            !execOn("ALTER TABLE " + qualified(def.table) + " ADD COLUMN " + pgIdent(f.column) +
-                    " " + qbasePgColumnType(f.type)))
+        if (!takeLayoutLock() || !execOn("ALTER TABLE " + qualified(def.table) + " ADD COLUMN " +
+                                         pgIdent(f.column) + " " + qbasePgColumnType(f.type)))
           return false;
         changed_ = true;
       }
@@ -428,8 +429,9 @@ bool CQbasePg::close() {
   if (ok) {
     ok = exec("COMMIT");
     if (!ok && conn_->isBroken())
-      error_.message += " (the connection broke during the commit: whether it was stored is "
-                        "not known)";
+      error_.message +=
+          " (the connection broke during the commit: whether it was stored is "
+          "not known)";
   }
   if (ok) error_.clear();
   if (!ok) hasStamp_ = false;

@@ -69,7 +69,8 @@ bool CQbaseSchema::checkWholePages() {
   if (!stmt.prepare(db_, "PRAGMA page_size")) return qbaseSqlFail(error_, db_, path_);
   int64_t pageSize = stmt.step() == SQLITE_ROW ? stmt.columnInt(0) : 0;
   struct stat st {};
-  if (pageSize <= 0 || CEnv::current().statPath(path_, &st) != 0) return qbaseSqlFail(error_, db_, path_);
+  if (pageSize <= 0 || CEnv::current().statPath(path_, &st) != 0)
+    return qbaseSqlFail(error_, db_, path_);
   if (st.st_size % pageSize != 0)
     return error_.fail(CQbase::reasonDamaged, path_ + ": damaged, the file ends inside a page");
   return true;

@@ -52,7 +52,8 @@ CQbase::failReason writeReasonOfErrno(int error) {
 void loadRow(CQbaseRecord& record, const QbaseRecordDef& def, sqlite3_stmt* stmt) {
   sqlite3_value* key = sqlite3_column_value(stmt, 0);
   const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(key));
-  record.start(def, std::string_view(text ? text : "", static_cast<size_t>(sqlite3_value_bytes(key))));
+  record.start(def,
+               std::string_view(text ? text : "", static_cast<size_t>(sqlite3_value_bytes(key))));
   const std::vector<QbaseFieldDef>& fields = def.fields;
   std::vector<QbaseFieldValue>& values = record.values();
   for (size_t i = 0; i < fields.size(); ++i) {
@@ -144,7 +145,8 @@ class CQbaseSqlite : public CQbaseBackend {
  protected:
   void rollbackNow() override {
     endSet();
-    if (db_ && !sqlite3_get_autocommit(db_)) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    if (db_ && !sqlite3_get_autocommit(db_))
+      sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
   }
 
  private:
