@@ -14,7 +14,7 @@ const PAGES = [
   { kind: 'textStyles', title: 'Text styles', form: 'Text style',
     files: { type: 'STY', name: 'textstyles.sty' } },
   { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
-  { kind: 'reports', title: 'Report definitions' },
+  { kind: 'reports', title: 'Report definitions', form: 'Report definition' },
   { kind: 'symbols', title: '2D symbols', picture: 'symbols' },
   { kind: 'blocks', title: 'Blocks', picture: 'blocks',
     columns: [['group', 'Group'], ['desc', 'Name'], ['items', 'Items']] },

@@ -139,7 +139,28 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"POST", "/textStyles", R"({"name": "Thin", "font": "txt", "xScale": 0})", 400},
         Refused{"POST", "/textStyles", R"({"name": "Bold", "font": "txt", "bold": 1})", 400},
         Refused{"PUT", "/textStyles/2", R"({"name": "Slim"})", 422},
-        Refused{"DELETE", "/textStyles/2", R"({})", 422}));
+        Refused{"DELETE", "/textStyles/2", R"({})", 422},
+        Refused{"PUT", "/reports/1", R"({"name": ""})", 422},
+        Refused{"PUT", "/reports/1", R"({"style": "Nope"})", 400},
+        Refused{"PUT", "/reports/1", R"({"fontHeight": 0})", 400},
+        Refused{"PUT", "/reports/7", R"({"name": "None"})", 422},
+        Refused{"POST", "/reports", R"({"name": "New"})", 405},
+        Refused{"DELETE", "/reports/1", R"({})", 405}));
+
+TEST_F(EditorFormsTest, AnEditedReportDefinitionIsInTheFileWithItsColumns) {
+  const ApiReply reply = call(
+      "PUT", "/reports/1",
+      {{"name", "Duct table"}, {"style", "Standard"}, {"fontHeight", 3.5}, {"vertical", true}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  const CKdProject stored = reread();
+  const CKdReport& report = *stored.reportDefs().objAt(0);
+  EXPECT_STREQ(report.desc(), L"Duct table");
+  EXPECT_STREQ(report.fontStyleName(), L"Standard");
+  EXPECT_FLOAT_EQ(report.fontHeight(), 3.5f);
+  EXPECT_EQ(report.orientation(), CKdReport::vertical);
+  EXPECT_EQ(report.columns().length(), reply.body["item"]["columns"].get<int>());
+  EXPECT_GT(report.columns().length(), 0);
+}
 
 TEST_F(EditorFormsTest, ALinetypeIsAddedRenamedAndDeletedInTheFile) {
   ApiReply reply = call("POST", "/linetypes",

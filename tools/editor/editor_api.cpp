@@ -186,7 +186,10 @@ json rowsOf(const Array& array, Row row) {
 // The poly-object definitions of one system type.
 ListKind polyDefKind(const char* name, VxKd::systemTypeIds type) {
   return {name,
-          {{"id", "Id"}, {"desc", "Description"}, {"partId", "Part ID"}, {"linetype", "Linetype"},
+          {{"id", "Id"},
+           {"desc", "Description"},
+           {"partId", "Part ID"},
+           {"linetype", "Linetype"},
            {"properties", "Properties"}},
           [type](const CKdProject& p) {
             const CKdProductDefArray* set = p.polyDefSets(type);
@@ -231,14 +234,6 @@ const std::vector<ListKind>& listKinds() {
       polyDefKind("pipeDefs", VxKd::systemPipe),
       polyDefKind("electricDefs", VxKd::systemElectric),
       polyDefKind("dataDefs", VxKd::systemData),
-      {"reports",
-       {{"id", "Id"}, {"desc", "Description"}, {"columns", "Columns"}},
-       [](const CKdProject& p) {
-         return rowsOf(p.reportDefs(), [](const CKdReport& r) {
-           return json{
-               {"id", r.dbId()}, {"desc", utf8(r.desc())}, {"columns", r.columns().length()}};
-         });
-       }},
   };
   return kinds;
 }

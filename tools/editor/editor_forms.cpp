@@ -91,6 +91,9 @@ std::string checkFormFields(const FormKind& kind, const CKdProject& project, con
     if (field.type == FormField::choice && std::string(field.choices) == "linetypes" &&
         !project.linetypeDefs().findLinetypeDef(wide(*it)))
       return "the dataset has no linetype \"" + it->get<std::string>() + "\"";
+    if (field.type == FormField::choice && std::string(field.choices) == "textStyles" &&
+        !project.textStyleDefs().findStyle(wide(*it)))
+      return "the dataset has no text style \"" + it->get<std::string>() + "\"";
   }
   return "";
 }
@@ -224,6 +227,41 @@ std::string storeTextStyle(CKdProject& project, int index, const json& body, lon
   return "";
 }
 
+json reportJson(const CKdReport& report) {
+  return {{"id", report.dbId()},
+          {"name", utf8(report.desc())},
+          {"columns", report.columns().length()},
+          {"style", utf8(report.fontStyleName())},
+          {"fontHeight", report.fontHeight()},
+          {"cellHeight", report.cellHeight()},
+          {"cellWidth", report.cellWidth()},
+          {"vertical", report.orientation() == CKdReport::vertical}};
+}
+
+// The report's name and the sizes and style of its texts; its columns, sorting and the
+// objects it lists are not edited here.
+std::string storeReport(CKdProject& project, int index, const json& body, long& id) {
+  if (index < 0) return "report definitions are not added here";
+  CKdReport changed = *project.reportDefs().objAt(index);
+  if (body.contains("name")) {
+    if (text(body, "name").empty()) return "a report definition needs a name";
+    changed.setDesc(wide(text(body, "name")));
+  }
+  if (body.contains("style")) changed.setFontStyleName(wide(text(body, "style")));
+  if (body.contains("fontHeight"))
+    changed.setFontHeight(static_cast<float>(number(body, "fontHeight")));
+  if (body.contains("cellHeight"))
+    changed.setCellHeight(static_cast<float>(number(body, "cellHeight")));
+  if (body.contains("cellWidth"))
+    changed.setCellWidth(static_cast<float>(number(body, "cellWidth")));
+  if (body.contains("vertical"))
+    changed.setOrientation(body["vertical"].get<bool>() ? CKdReport::vertical
+                                                        : CKdReport::horizontal);
+  *project.reportDefs().objAt(index) = changed;
+  id = changed.dbId();
+  return "";
+}
+
 template <typename Array, typename Row>
 json itemsOf(const Array& array, Row row) {
   json out = json::array();
@@ -291,6 +329,27 @@ const std::vector<FormKind>& formKinds() {
          return "the text style is in use or the dataset cannot be written";
        },
        true},
+      {"reports",
+       {{"id", "Id", FormField::integer, nullptr, 0, 0, true},
+        {"name", "Name", FormField::text},
+        {"columns", "Columns", FormField::integer, nullptr, 0, 0, true},
+        {"style", "Text style", FormField::choice, "textStyles"},
+        {"fontHeight", "Text height", FormField::real, nullptr, 0.01, 1000},
+        {"cellHeight", "Row height", FormField::real, nullptr, 0.01, 1000},
+        {"cellWidth", "Column width", FormField::real, nullptr, 0.01, 1000},
+        {"vertical", "Vertical (data in columns)", FormField::flag}},
+       false,
+       false,
+       [](const CKdProject& p) {
+         return itemsOf(p.reportDefs(), [](const CKdReport& r, int) { return reportJson(r); });
+       },
+       [](const CKdProject& p, long id) {
+         for (int i = 0; i < p.reportDefs().length(); ++i)
+           if (p.reportDefs().objAt(i)->dbId() == id) return i;
+         return -1;
+       },
+       storeReport,
+       nullptr},
   };
   return kinds;
 }
