@@ -388,9 +388,9 @@ function showMerge(merge) {
     return;
   }
   const c = merge.counts;
-  $('merge-summary').textContent = 'Compared with ' + merge.source + ': ' + c['only in source'] +
-    ' only in the source, ' + c['different'] + ' different, ' + c['equal'] + ' equal, ' +
-    c['only in current'] + ' only in this dataset.';
+  $('merge-summary').textContent = 'Compared with ' + merge.source + ': ' + c.onlyInSource +
+    ' only in the source, ' + c.different + ' different, ' + c.equal + ' equal, ' +
+    c.onlyInCurrent + ' only in this dataset.';
   const rows = merge.items.map((item) => {
     const tr = document.createElement('tr');
     const differs = cell(item.fields.map((f) => f.field + ': ' + f.source + ' / ' + f.current).join('; '));

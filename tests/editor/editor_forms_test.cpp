@@ -75,7 +75,8 @@ TEST_F(EditorFormsTest, AnEditedLayerIsInTheFileAtOnce) {
       call("PUT", "/layers/11", {{"name", "DUCTS"}, {"linetype", "DASHED"}, {"color", 2}});
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
   EXPECT_EQ(reply.body["item"]["name"], "DUCTS");
-  const CKdLayerDef* layer = reread().layerDefs().findLayerDef(11);
+  const CKdProject stored = reread();
+  const CKdLayerDef* layer = stored.layerDefs().findLayerDef(11);
   ASSERT_NE(layer, nullptr);
   EXPECT_STREQ(layer->name(), L"DUCTS");
   EXPECT_STREQ(layer->linetype(), L"DASHED");
@@ -104,12 +105,12 @@ TEST_P(RefusedFormTest, ChangesNothing) {
   EXPECT_TRUE(reply.body.contains("error"));
   EXPECT_EQ(fileBytes(file_), before);
   const CKdProject stored = reread();
-  EXPECT_STREQ(stored.layerDefs().findLayerDef(11)->name(), L"VANTKD_DUCT");
+  EXPECT_STREQ(stored.layerDefs().findLayerDef(11)->name(), L"M-DUCT");
   EXPECT_EQ(stored.linetypeDefs().length(), 3);
   EXPECT_EQ(stored.textStyleDefs().length(), 2);
   // The editor's content is the file's: the list shows what is stored.
   EXPECT_EQ(call("GET", "/linetypes").body["items"].size(), 3u);
-  EXPECT_EQ(call("GET", "/layers").body["items"][0]["name"], "VANTKD_DUCT");
+  EXPECT_EQ(call("GET", "/layers").body["items"][0]["name"], "M-DUCT");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -167,7 +168,8 @@ TEST_F(EditorFormsTest, ALinetypeIsAddedRenamedAndDeletedInTheFile) {
                         {{"name", "BORDER"}, {"desc", "Border"}, {"data", "A,.5,-.25,0,-.25"}});
   ASSERT_EQ(reply.status, 201) << reply.body.dump();
   const long id = reply.body["item"]["id"];
-  const CKdLinetypeDef* added = reread().linetypeDefs().findLinetypeDef(L"BORDER");
+  const CKdProject stored = reread();
+  const CKdLinetypeDef* added = stored.linetypeDefs().findLinetypeDef(L"BORDER");
   ASSERT_NE(added, nullptr);
   EXPECT_STREQ(added->data(), L"A,.5,-.25,0,-.25");
   reply = call("PUT", "/linetypes/" + std::to_string(id), {{"name", "BORDER2"}});
@@ -191,7 +193,8 @@ TEST_F(EditorFormsTest, ATextStyleIsAddedChangedAndDeletedInTheFile) {
                         {{"name", "Wide"}, {"font", "txt"}, {"xScale", 1.5}, {"bold", true}});
   ASSERT_EQ(reply.status, 201) << reply.body.dump();
   const long id = reply.body["item"]["id"];
-  const CKdTextStyleDef* wide = reread().textStyleDefs().findStyle(L"Wide");
+  const CKdProject stored = reread();
+  const CKdTextStyleDef* wide = stored.textStyleDefs().findStyle(L"Wide");
   ASSERT_NE(wide, nullptr);
   EXPECT_FLOAT_EQ(wide->xScale(), 1.5f);
   EXPECT_TRUE(wide->isBold());
@@ -221,7 +224,7 @@ TEST_F(EditorFormsTest, AFormChangeWaitsWhileAnotherUserHoldsTheLock) {
   const ApiReply reply = call("PUT", "/layers/11", {{"name", "LOCKED"}});
   EXPECT_EQ(reply.status, 409);
   other.release();
-  EXPECT_STREQ(reread().layerDefs().findLayerDef(11)->name(), L"VANTKD_DUCT");
+  EXPECT_STREQ(reread().layerDefs().findLayerDef(11)->name(), L"M-DUCT");
 }
 
 TEST_F(EditorFormsTest, PolyObjectSetsAreListed) {
@@ -261,13 +264,13 @@ TEST_F(EditorMergeTest, TheComparisonShowsWhatDiffersWithTheDefaultActions) {
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
   const json& merge = reply.body["merge"];
   EXPECT_EQ(merge["source"], "source.vkd");
-  EXPECT_EQ(merge["counts"]["only in source"], 1);
+  EXPECT_EQ(merge["counts"]["onlyInSource"], 1);
   EXPECT_EQ(merge["counts"]["different"], 1);
   const json* border = itemNamed(merge, "BORDER");
   ASSERT_NE(border, nullptr);
   EXPECT_EQ((*border)["kind"], "linetypes");
   EXPECT_EQ((*border)["action"], "create");
-  const json* layer = itemNamed(merge, "VANTKD_DUCT_DIMLINE");
+  const json* layer = itemNamed(merge, "Ducts - Reference Lines (12)");
   ASSERT_NE(layer, nullptr) << merge.dump();
   EXPECT_EQ((*layer)["state"], "different");
   // An unchanged layer of the program is overwritten by default.
@@ -279,7 +282,7 @@ TEST_F(EditorMergeTest, ChangedActionsDecideWhatIsMergedAndTheReportSaysSo) {
   ApiReply reply =
       call("PUT", "/merge/action", {{"kind", "layers"}, {"sourceIndex", 1}, {"action", "skip"}});
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
-  EXPECT_EQ((*itemNamed(reply.body["merge"], "VANTKD_DUCT_DIMLINE"))["action"], "skip");
+  EXPECT_EQ((*itemNamed(reply.body["merge"], "Ducts - Reference Lines (12)"))["action"], "skip");
   reply = call("POST", "/merge/apply", json::object());
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
   EXPECT_EQ(reply.body["report"]["counts"]["create"], 1);
