@@ -374,8 +374,8 @@ async function deleteGenItem() {
 
 async function openMerge() {
   $('merge-report').replaceChildren();
-  const response = await fetch('api/merge');
-  showMerge(response.ok ? (await response.json()).merge : null);
+  const { body } = await api('GET', 'merge');
+  showMerge(body.merge || null);
 }
 
 function showMerge(merge) {

@@ -196,7 +196,7 @@ test('a product\'s property is found, changed and saved', async () => {
 
 test('a layer changed in the generic form is in the file', async () => {
   await showPage(page, 'Layers');
-  await page.click('#table tbody tr:has(td:text-is("VANTKD_DUCT"))');
+  await page.click('#table tbody tr:has(td:text-is("M-DUCT"))');
   await page.waitForSelector('#g-name');
   await page.fill('#g-name', 'DUCTS');
   await page.selectOption('#g-linetype', 'DASHED');

@@ -573,11 +573,12 @@ ApiReply EditorApi::dispatch(Call& call) {
       merge.clear();
       return reply;
     }
-    if (!merge.loaded()) return call.fail(404, "no source dataset was chosen");
     if (seg.size() == 1 && get) {
-      reply.body["merge"] = merge.view();
+      // Null until a source is chosen.
+      reply.body["merge"] = merge.loaded() ? merge.view() : json();
       return reply;
     }
+    if (!merge.loaded()) return call.fail(404, "no source dataset was chosen");
     if (seg.size() == 2 && seg[1] == "action" && rq.method == "PUT") {
       const std::string refused = merge.setAction(
           call.text("kind"), static_cast<int>(call.number("sourceIndex", -1)), call.text("action"));
