@@ -447,7 +447,7 @@ async function applyMerge() {
     const shown = lines.filter((l) => !(l.action === 'map' && l.target === l.name));
     if (!shown.length) continue;
     const title = document.createElement('h4');
-    title.textContent = kind;
+    title.textContent = (body.kindTitles || {})[kind] || kind;
     const list = document.createElement('ul');
     for (const l of shown) {
       const li = document.createElement('li');

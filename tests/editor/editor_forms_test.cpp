@@ -286,6 +286,7 @@ TEST_F(EditorMergeTest, ChangedActionsDecideWhatIsMergedAndTheReportSaysSo) {
   reply = call("POST", "/merge/apply", json::object());
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
   EXPECT_EQ(reply.body["report"]["counts"]["create"], 1);
+  EXPECT_EQ(reply.body["kindTitles"]["linetypes"], "Linetypes");
   const CKdProject stored = reread();
   EXPECT_NE(stored.linetypeDefs().findLinetypeDef(L"BORDER"), nullptr);
   EXPECT_EQ(stored.layerDefs().findLayerDef(12)->colorNmb(), 3);

@@ -9,6 +9,7 @@
 
 #include "editor_forms.h"
 #include "vxkd/dimtext/dimtext.h"
+#include "vxkd/merge/dataset_kind.h"
 #include "vxkd/platform/svg_writer.h"
 #include "vxkd/platform/sz.h"
 #include "vxkd/platform/ui_backend.h"
@@ -592,6 +593,11 @@ ApiReply EditorApi::dispatch(Call& call) {
       reply.body["stored"] = merged == 0;
       if (merged == 0) {
         reply.body["report"] = report;
+        for (int k = 0; k < VxKd::kindCount; ++k) {
+          const auto datasetKind = static_cast<VxKd::datasetKind>(k);
+          reply.body["kindTitles"][VxKd::datasetKindKey(datasetKind)] =
+              VxKd::datasetKindTitle(datasetKind).toUtf8();
+        }
         return reply;
       }
       reply.status = 409;
