@@ -52,6 +52,12 @@ bool isServerUri(const wchar_t* path) {
   return false;
 }
 
+std::string serverUriProblem(const wchar_t* path) {
+  PgLocation location;
+  std::string error;
+  return location.parse(nativePath(path), error) ? std::string() : error;
+}
+
 std::string nativePath(const wchar_t* path) { return cuSz::toUtf8(path ? path : L""); }
 
 bool readTextLines(const wchar_t* path, std::vector<std::string>& lines) {

@@ -99,7 +99,7 @@ bool CQbaseRecord::getWsz(short number, CWsz& text) {
   if (!v) return false;
   // Up to the first NUL, as the narrow getters and every writer of a text take it: a NUL
   // left in a file by another program cannot be written back.
-  text = CWsz(cuSz::fromUtf8(v->bytes.c_str()));
+  cuSz::fromUtf8(std::string_view(v->bytes.c_str()), text.str());
   return true;
 }
 
@@ -107,7 +107,7 @@ bool CQbaseRecord::setWsz(short number, const wchar_t* text) {
   QbaseFieldValue* v = slot(number, QbaseFieldType::kWsz);
   if (!v) return false;
   v->present = true;
-  v->bytes = cuSz::toUtf8(text ? text : L"");
+  cuSz::toUtf8(text ? text : L"", v->bytes);
   return true;
 }
 

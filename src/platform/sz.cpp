@@ -90,27 +90,39 @@ std::wstring scalarValuesOf(std::wstring_view text) {
 
 std::string toUtf8(std::wstring_view text) {
   std::string out;
-  out.reserve(text.size());
+  toUtf8(text, out);
+  return out;
+}
+
+void toUtf8(std::wstring_view text, std::string& out) {
+  // The length first, then the bytes written in place: a save converts megabytes of text,
+  // which byte-by-byte appending would check for room at every byte.
+  size_t bytes = 0;
   for (wchar_t wc : text) {
     auto c = static_cast<char32_t>(wc);
-    if (!isScalarValue(c)) c = 0xFFFD;
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
+    bytes += c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 || !isScalarValue(c) ? 3 : 4;
   }
-  return out;
+  out.resize(bytes);
+  char* p = out.data();
+  for (wchar_t wc : text) {
+    auto c = static_cast<char32_t>(wc);
+    if (c < 0x80) {
+      *p++ = static_cast<char>(c);
+      continue;
+    }
+    if (!isScalarValue(c)) c = 0xFFFD;
+    if (c < 0x800) {
+      *p++ = static_cast<char>(0xC0 | (c >> 6));
+    } else if (c < 0x10000) {
+      *p++ = static_cast<char>(0xE0 | (c >> 12));
+      *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    } else {
+      *p++ = static_cast<char>(0xF0 | (c >> 18));
+      *p++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    }
+    *p++ = static_cast<char>(0x80 | (c & 0x3F));
+  }
 }
 
 std::wstring fromUtf8(std::string_view text) {

@@ -37,11 +37,10 @@ std::wstring storableText(std::wstring_view text) {
 
 // Whether `text` is its own stored form: no line break, no code that is no character, no
 // blank or tab at its end, and not empty (an empty text is stored as no value).
-bool isStoredText(const wchar_t* text) {
-  const wchar_t* c = text;
-  for (; *c; ++c)
-    if (*c == L'\r' || *c == L'\n' || !cuSz::isScalarValue(static_cast<char32_t>(*c))) return false;
-  return c != text && c[-1] != L' ' && c[-1] != L'\t';
+bool isStoredText(std::wstring_view text) {
+  for (wchar_t c : text)
+    if (c == L'\r' || c == L'\n' || !cuSz::isScalarValue(static_cast<char32_t>(c))) return false;
+  return !text.empty() && text.back() != L' ' && text.back() != L'\t';
 }
 
 // 10^0 to 10^(maxNumberLength - 1).
@@ -222,9 +221,14 @@ bool CKdProperty::setDecimals(int decimals) {
 }
 
 bool CKdProperty::setValue(const wchar_t* text) {
+  return setValue(text ? std::wstring_view(text) : std::wstring_view());
+}
+
+bool CKdProperty::setValue(std::wstring_view text) {
+  text = text.substr(0, text.find(L'\0'));
   const CKdPropertyValue::valueTypeId type = valueType();
   value_.setTypeId(type);
-  if (!text || !*text) return true;
+  if (text.empty()) return true;
   CKdPropertyValue parsed;
   bool ok = true;
   if (type == CKdPropertyValue::typeText) {
@@ -235,12 +239,13 @@ bool CKdProperty::setValue(const wchar_t* text) {
     parsed.setText(text);
     return setValue(parsed);
   }
-  const size_t length = std::wcslen(text);
+  const size_t length = text.size();
   if (length > kMaxNumberLength) return false;
   // A number is short: it is worked on in a buffer of its own rather than on the heap, since
   // a catalogue sets hundreds of thousands of values when it is read.
   wchar_t number[kMaxNumberLength + 1];
-  std::wmemcpy(number, text, length + 1);
+  std::wmemcpy(number, text.data(), length);
+  number[length] = L'\0';
   switch (type) {
     case CKdPropertyValue::typeInt16:
     case CKdPropertyValue::typeInt32: {
@@ -308,14 +313,13 @@ CKdProperty* CKdPropertyArray::findProperty(const wchar_t* name, int& index) con
 }
 
 void CKdPropertyArray::writeAttributeText(CWsz& out) const {
+  // Each value is appended where it goes: a catalogue's save writes hundreds of thousands.
   out.empty();
-  CWsz value;
   for (int i = 0; i < length(); ++i) {
     const CKdProperty* property = objAt(i);
-    if (i > 0) out.cat(L"\r\n");
+    if (i > 0) out.str() += L"\r\n";
     out.cat(static_cast<int>(property->dbId()), 0).cat(L'=');
-    property->printValue(value, false);
-    out.cat(value);
+    property->value().appendValue(out, property->decimals());
   }
 }
 
@@ -354,7 +358,6 @@ void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyD
   // A set lists its properties in the order of their definitions: each definition is looked
   // for after the last one found.
   int nextDef = 0;
-  std::wstring value;
   forEachStoredLine(text, [&](long id, std::wstring_view rest) {
     // A property whose definition was deleted vanishes here.
     int index = nextDef;
@@ -362,8 +365,7 @@ void CKdPropertyArray::readAttributeText(const wchar_t* text, const CKdPropertyD
     const CKdPropertyDef* def = defs.objAt(index);
     if (!def) return;
     nextDef = index + 1;
-    value.assign(rest);
-    if (CKdProperty* property = emplace(*def)) property->setValue(value.c_str());
+    if (CKdProperty* property = emplace(*def)) property->setValue(rest);
   });
 }
 

@@ -1,5 +1,6 @@
 #include "vxkd/properties/property_value.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -56,17 +57,20 @@ void CKdPropertyValue::setDoubleReal(double value) {
 }
 
 void CKdPropertyValue::setText(const wchar_t* text) {
+  setText(text ? std::wstring_view(text) : std::wstring_view());
+}
+
+void CKdPropertyValue::setText(std::wstring_view text) {
   clearValue();
   typeId_ = typeNone;
-  if (text) {
-    size_t n = std::wcslen(text);
-    if (n > 0) {
-      // n + 2: one spare character beyond the terminator, intended.
-      auto* buffer = static_cast<wchar_t*>(std::malloc((n + 2) * sizeof(wchar_t)));
-      if (!buffer) return;  // left cleared: no value, type typeNone
-      std::wmemcpy(buffer, text, n + 1);
-      value_.text = buffer;
-    }
+  const size_t n = std::min(text.size(), text.find(L'\0'));
+  if (n > 0) {
+    // n + 2: one spare character beyond the terminator, intended.
+    auto* buffer = static_cast<wchar_t*>(std::malloc((n + 2) * sizeof(wchar_t)));
+    if (!buffer) return;  // left cleared: no value, type typeNone
+    std::wmemcpy(buffer, text.data(), n);
+    buffer[n] = L'\0';
+    value_.text = buffer;
   }
   hasValue_ = 1;
   typeId_ = typeText;
@@ -216,13 +220,17 @@ CWsz CKdPropertyValue::printReal(double value, int decimals) {
 }
 
 void CKdPropertyValue::printValue(CWsz& out, int decimals) const {
+  out.empty();
+  appendValue(out, decimals);
+}
+
+void CKdPropertyValue::appendValue(CWsz& out, int decimals) const {
   // A number is printed in full however long it is (a huge real with many decimals): cut
   // to a fixed buffer it would be written to the dataset as another number.
-  out.empty();
   if (!hasValue_) return;
   switch (typeId_) {
     case typeText:
-      if (value_.text) out.set(value_.text);
+      if (value_.text) out.str() += value_.text;
       break;
     case typeInt16:
       out.cat(static_cast<int16_t>(value_.i32), 0);

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "support/pg_server.h"
 #include "support/temp_dataset.h"
 #include "support/temp_folder.h"
 #include "support/ui_fixture.h"
@@ -133,6 +134,28 @@ class RoundTripTest : public vxkd_test::RecordingUiTest {
 
   vxkd_test::TempFolder dir_;
 };
+
+// The same saves and reads into a file ("file") or into a dataset on a server ("server"),
+// a new one each time.
+class RoundTripBackendTest : public RoundTripTest,
+                             public ::testing::WithParamInterface<std::string> {
+ protected:
+  void SetUp() override {
+    RoundTripTest::SetUp();
+    if (GetParam() == "server") {
+      server_ = vxkd_test::PgServer::shared();
+      if (!server_) GTEST_SKIP() << "no PostgreSQL server: " << vxkd_test::PgServer::skipReason();
+    }
+  }
+  CWsz freshPath() const {
+    return server_ ? CWsz::fromUtf8(server_->uri(server_->freshName()).c_str()) : path();
+  }
+
+  vxkd_test::PgServer* server_ = nullptr;
+};
+
+INSTANTIATE_TEST_SUITE_P(Backends, RoundTripBackendTest, ::testing::Values("file", "server"),
+                         [](const auto& info) { return info.param; });
 
 // ---- The four losses, end to end ----
 
@@ -412,7 +435,7 @@ int generatorCases() {
 
 // Each case is one random definition and a property of it with a random value, in a set of up
 // to six properties; 250 cases share one dataset file.
-TEST_F(RoundTripTest, GeneratedDefinitionsSetsAndValuesSurviveSaveAndRead) {
+TEST_P(RoundTripBackendTest, GeneratedDefinitionsSetsAndValuesSurviveSaveAndRead) {
   constexpr uint32_t kSeed = 20261123;
   constexpr int kCasesPerFile = 250;
   const int cases = generatorCases();
@@ -430,7 +453,7 @@ TEST_F(RoundTripTest, GeneratedDefinitionsSetsAndValuesSurviveSaveAndRead) {
     }
     CKdProject back;
     std::vector<CKdPropertyArray> backSets;
-    ASSERT_TRUE(saveAndRead(project, sets, path(), back, backSets));
+    ASSERT_TRUE(saveAndRead(project, sets, freshPath(), back, backSets));
     std::string lost = differences(project, sets, back, backSets) +
                        formatDifferences(project.propertyDefs(), back.propertyDefs());
     ui_.clear();  // the refused names

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <random>
 #include <string>
 #include <vector>
@@ -417,3 +418,23 @@ TEST_F(ObjectArrayTest, ElementsWriteAndReadTheirOwnRecordsInKeyOrder) {
 }
 
 }  // namespace
+
+// The keys are printf's zero-filled forms, signs and numbers wider than the field included.
+TEST(RecordKey, KeysAreZeroFilledAsPrintfFillsThem) {
+  const long values[] = {
+      0,       1,         7,  42,  999,     1000,     99999,       999999,
+      1000000, 123456789, -1, -42, -999999, -1000000, 2147483647L, -2147483647L - 1};
+  char expected[64];
+  for (long a : values) {
+    std::snprintf(expected, sizeof expected, "%6.6ld", a);
+    EXPECT_EQ(VxKd::buildDbId(a), expected);
+    std::snprintf(expected, sizeof expected, "%8.8ld", a);
+    EXPECT_EQ(VxKd::buildSymbolDbId(a), expected);
+    for (long b : {0L, 5L, -5L, 12345L}) {
+      std::snprintf(expected, sizeof expected, "%6.6ld%4.4ld", a, b);
+      EXPECT_EQ(VxKd::buildDbId(a, b), expected);
+      std::snprintf(expected, sizeof expected, "%4.4ld%3.3ld%3.3ld", a, b, -b);
+      EXPECT_EQ(VxKd::buildDbId(a, b, -b), expected);
+    }
+  }
+}

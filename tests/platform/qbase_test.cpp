@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/pg_server.h"
 #include "support/temp_dataset.h"
 #include "support/temp_folder.h"
 
@@ -40,9 +41,17 @@ end
 
 using Keys = std::vector<std::string>;
 
+// A database in a file; QbaseBackendTest below runs the same on a server.
 class QbaseTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(dir_.write("test.ddq", kDictionary)); }
+  virtual bool onServer() const { return false; }
+  void SetUp() override {
+    ASSERT_TRUE(dir_.write("test.ddq", kDictionary));
+    if (onServer()) {
+      VXKD_REQUIRE_PG_SERVER(server);
+      file_ = CWsz::fromUtf8(server->uri(server->freshName()).c_str());
+    }
+  }
 
   bool open(CQbase& db, bool create = false) { return db.openDatabase(dict_, file_, create); }
 
@@ -71,7 +80,16 @@ class QbaseTest : public ::testing::Test {
   CWsz file_ = dir_.path(L"test.vkd");
 };
 
-TEST_F(QbaseTest, EveryFieldTypeReadsBackAsStoredAfterReopening) {
+// The same records in a file ("file") and in a dataset on a server ("server").
+class QbaseBackendTest : public QbaseTest, public ::testing::WithParamInterface<std::string> {
+ protected:
+  bool onServer() const override { return GetParam() == "server"; }
+};
+
+INSTANTIATE_TEST_SUITE_P(Backends, QbaseBackendTest, ::testing::Values("file", "server"),
+                         [](const auto& info) { return info.param; });
+
+TEST_P(QbaseBackendTest, EveryFieldTypeReadsBackAsStoredAfterReopening) {
   const std::wstring wide = L"Gr\u00F6\u00DFe \u03A9 \U0001F600 end";
   // GUID slots are stored as they stand: valid, null (first byte 0), garbage, valid.
   const std::string slots = "0A1B2C3D-0000-4000-8000-00000000000A" + std::string(1, '\0') +
@@ -152,7 +170,7 @@ TEST_F(QbaseTest, EveryFieldTypeReadsBackAsStoredAfterReopening) {
   EXPECT_EQ(data.size(), 0);
 }
 
-TEST_F(QbaseTest, UndeclaredFieldOrWrongTypeFailsAndChangesNothing) {
+TEST_P(QbaseBackendTest, UndeclaredFieldOrWrongTypeFailsAndChangesNothing) {
   CQbase db;
   ASSERT_TRUE(open(db, true));
   ASSERT_TRUE(db.createRec("TT", "000001"));
@@ -179,7 +197,7 @@ TEST_F(QbaseTest, UndeclaredFieldOrWrongTypeFailsAndChangesNothing) {
   EXPECT_FALSE(db.setAttachment(CByteBuffer("x", 1)));  // UU has no attachment
 }
 
-TEST_F(QbaseTest, SettersRefuseOrCutWhatTheFieldCannotHold) {
+TEST_P(QbaseBackendTest, SettersRefuseOrCutWhatTheFieldCannotHold) {
   CQbase db;
   ASSERT_TRUE(open(db, true));
   ASSERT_TRUE(db.createRec("TT", "000001"));
@@ -261,7 +279,7 @@ TEST_F(QbaseTest, BinaryArrayHoldsAtMostAThousandItems) {
   EXPECT_TRUE(db.closeDatabase());
 }
 
-TEST_F(QbaseTest, SavingReplacesStoredRecordOfSameKey) {
+TEST_P(QbaseBackendTest, SavingReplacesStoredRecordOfSameKey) {
   CQbase db;
   ASSERT_TRUE(open(db, true));
   ASSERT_TRUE(db.createRec("TT", "000001") && db.setShort(1101, 1) && db.setLong(1201, 2));
@@ -277,7 +295,7 @@ TEST_F(QbaseTest, SavingReplacesStoredRecordOfSameKey) {
   EXPECT_EQ(members(db), Keys{"000001"});
 }
 
-TEST_F(QbaseTest, MissingRecordsAndBadKeysOrCodesFail) {
+TEST_P(QbaseBackendTest, MissingRecordsAndBadKeysOrCodesFail) {
   CQbase db;
   ASSERT_TRUE(open(db, true));
   saveKeys(db, {"000001"});
@@ -308,7 +326,7 @@ TEST_F(QbaseTest, MissingRecordsAndBadKeysOrCodesFail) {
   EXPECT_FALSE(db.saveRec());  // deleting the current record leaves none
 }
 
-TEST_F(QbaseTest, DeletingCurrentMemberGoesOnWithNextKey) {
+TEST_P(QbaseBackendTest, DeletingCurrentMemberGoesOnWithNextKey) {
   CQbase db;
   ASSERT_TRUE(open(db, true));
   saveKeys(db, {"000001", "000002", "000003", "000004", "000005"});
@@ -326,7 +344,7 @@ TEST_F(QbaseTest, DeletingCurrentMemberGoesOnWithNextKey) {
   EXPECT_EQ(members(db), (Keys{"000002", "000004"}));
 }
 
-TEST_F(QbaseTest, SetIsEnumeratedInKeyOrderAndSavesNeitherRepeatNorSkipMembers) {
+TEST_P(QbaseBackendTest, SetIsEnumeratedInKeyOrderAndSavesNeitherRepeatNorSkipMembers) {
   CQbase db;
   ASSERT_TRUE(open(db, true));
   EXPECT_FALSE(db.fetchFirstMember("TT") || db.fetchNextMember());
@@ -348,7 +366,7 @@ TEST_F(QbaseTest, SetIsEnumeratedInKeyOrderAndSavesNeitherRepeatNorSkipMembers) 
   EXPECT_EQ(seen, (Keys{"000001", "000002", "000009", "000010", "000030"}));
 }
 
-TEST_F(QbaseTest, CloseCommitsAndAbandonRollsBack) {
+TEST_P(QbaseBackendTest, CloseCommitsAndAbandonRollsBack) {
   {
     CQbase db;
     ASSERT_TRUE(open(db, true));

@@ -66,6 +66,17 @@ TEST(SzTest, UtfConversionsRoundTripAndReplaceBadUnits) {
   std::wstring text = L"Ääkkönen € 𝄞";
   EXPECT_EQ(cuSz::fromUtf8(cuSz::toUtf8(text)), text);
   EXPECT_EQ(cuSz::toUtf8(L"€"), "\xE2\x82\xAC");
+  // Every length of sequence, and codes that are no scalar values written as U+FFFD.
+  std::wstring mixed = L"a\x7F\x80\x7FF\x800\xFFFF\x10000\x10FFFF";
+  mixed += static_cast<wchar_t>(0xD800);
+  mixed += static_cast<wchar_t>(0x110000);
+  mixed += static_cast<wchar_t>(-1);
+  EXPECT_EQ(cuSz::toUtf8(mixed),
+            "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"
+            "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
+  std::string bytes = "old bytes that are longer than the new ones";
+  cuSz::toUtf8(L"\xE4x", bytes);
+  EXPECT_EQ(bytes, "\xC3\xA4x");
   EXPECT_EQ(cuSz::fromUtf8("a\xFF\x62"), L"a\xFFFD\x62");
   EXPECT_EQ(cuSz::fromUtf8("\xE2\x82"), L"\xFFFD\xFFFD");  // truncated sequence
   EXPECT_EQ(cuSz::fromUtf8("\xC0\xAF"), L"\xFFFD\xFFFD");  // overlong form

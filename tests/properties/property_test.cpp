@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <cmath>
+#include <cwchar>
 #include <string>
 
 #include "support/temp_dataset.h"
@@ -88,6 +89,12 @@ TEST(Property, SetValueReadsTheTextAsTheValueType) {
     EXPECT_EQ(p.hasValue(), c.hasValue);
     EXPECT_EQ(p.value().typeId(), c.type == 7 ? V::typeNone : c.type);
     EXPECT_EQ(p.getValueAsText(false), c.printed);
+    // The same characters as a view into a longer text: what follows the view is not read.
+    if (!c.text) continue;
+    const std::wstring longer = std::wstring(c.text) + L"9 \r\nxyz" + std::wstring(40, L'7');
+    CKdProperty q = property(1, L"P", static_cast<V::valueTypeId>(c.type), c.decimals, L"99");
+    EXPECT_EQ(q.setValue(std::wstring_view(longer).substr(0, std::wcslen(c.text))), c.result);
+    EXPECT_EQ(q.getValueAsText(false), c.printed);
   }
 }
 

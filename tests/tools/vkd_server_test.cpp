@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@
 namespace {
 
 using VkdRun = vxkd_test::VkdResult;
+using Json = nlohmann::json;
 using ::testing::HasSubstr;
 
 class VkdServer : public ::testing::Test {
@@ -51,6 +53,17 @@ TEST_F(VkdServer, APulledDatasetDumpsAsTheFileThatWasPushed) {
   // (the heading differs: a server dataset's stamp is a version, not a time)
   auto counts = [](const std::string& info) { return info.substr(info.find("Kind of")); };
   EXPECT_EQ(counts(vkd({"info", uri_}).out), counts(vkd({"info", file("sample.vkd")}).out));
+  // A server dataset's stamp is a version that every save advances, not a time.
+  auto version = [&] {
+    const Json info = Json::parse(vkd({"info", "--format", "json", uri_}).out);
+    EXPECT_TRUE(info["lastSaved"].is_null());
+    return info["version"].get<uint64_t>();
+  };
+  const uint64_t pushed = version();
+  EXPECT_GT(pushed, 0u);
+  EXPECT_THAT(vkd({"info", uri_}).out, HasSubstr("\nVersion     " + std::to_string(pushed) + "\n"));
+  ASSERT_EQ(vkd({"push", "--force", file("sample.vkd"), uri_}).code, 0);
+  EXPECT_GT(version(), pushed);
 }
 
 TEST_F(VkdServer, AnExistingDatasetIsReplacedOnlyWhenForced) {
@@ -84,8 +97,12 @@ TEST_F(VkdServer, WrongUseIsRefusedAndChangesNothing) {
       {{"pull", uri_, file("x.vkd")}, 2, "cannot read"},  // nothing pushed yet
       {{"push", file("missing.vkd"), uri_}, 2, "cannot read"},
       {{"push", file("sample.vkd"), "postgresql:///postgres?host=" + server_->socketFolder()},
-       1,
-       "nothing was changed"},
+       2,
+       "names no dataset (add ?dataset=NAME)"},
+      {{"push", file("sample.vkd"),
+        "postgresql:///postgres?host=" + server_->socketFolder() + "&dataset=Bad-Name"},
+       2,
+       "is no dataset name"},
       {{"push", file("sample.vkd")}, 2, "usage: vkd push"},
   };
   for (const auto& c : cases) {

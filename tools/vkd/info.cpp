@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "tool.h"
+#include "vxkd/platform/paths.h"
 
 namespace vkd {
 namespace {
@@ -47,17 +48,24 @@ int runInfo(const std::vector<std::string>& args, const Options& options, ToolUi
   table.addRow({"Poly-object definitions", std::to_string(polyDefs)});
   table.addRow({"2D symbols", std::to_string(project.symbols().length())});
 
-  const std::string saved = formatTime(project.timeStamp().time());
+  // A dataset on a server has no clock time: its stamp is a version that every save advances.
+  const uint64_t stamp = project.timeStamp().time();
+  const bool onServer = cuFile::isServerUri(CWsz::fromUtf8(args[0].c_str()));
+  const std::string saved = formatTime(stamp);
   if (options.json()) {
     Json out = Json::object();
     out["dataset"] = args[0];
-    out["lastSaved"] = project.timeStamp().time() ? Json(saved) : Json();
+    out["lastSaved"] = stamp && !onServer ? Json(saved) : Json();
+    if (onServer) out["version"] = stamp;
     out["counts"] = table.toJson();
     printJson(out);
     return exitOk;
   }
   std::printf("Dataset     %s\n", args[0].c_str());
-  std::printf("Last saved  %s\n\n", saved.c_str());
+  if (onServer)
+    std::printf("Version     %llu\n\n", static_cast<unsigned long long>(stamp));
+  else
+    std::printf("Last saved  %s\n\n", saved.c_str());
   table.print();
   return exitOk;
 }
@@ -65,8 +73,10 @@ int runInfo(const std::vector<std::string>& args, const Options& options, ToolUi
 const Command kInfo("info", "FILE.vkd [--format json]", "show what the dataset holds", 1, "format",
                     runInfo,
                     "Prints the dataset's name, the time it was last saved (local time) and a\n"
-                    "count per kind of definition. With --format json: an object with the\n"
-                    "members dataset, lastSaved and counts (a list of {kind, count}).");
+                    "count per kind of definition; for a dataset on a server, its version (a\n"
+                    "number that every save advances) in place of the time. With --format\n"
+                    "json: an object with the members dataset, lastSaved (null on a server),\n"
+                    "version (on a server only) and counts (a list of {kind, count}).");
 
 }  // namespace
 }  // namespace vkd

@@ -15,6 +15,8 @@ int runPush(const std::vector<std::string>& args, const Options& options, ToolUi
   if (cuFile::isServerUri(from)) return failInput(args[0] + " is a server URI; push copies a file");
   if (!cuFile::isServerUri(to))
     return failInput(args[1] + " is no server URI (postgresql://HOST/DATABASE?dataset=NAME)");
+  if (std::string problem = cuFile::serverUriProblem(to); !problem.empty())
+    return failInput(args[1] + ": " + problem);
   CKdProject project;
   if (!project.readDb(nullptr, from))
     return failInput("cannot read " + args[0] + ": " + failureOf(project, ui));

@@ -20,6 +20,9 @@ VXKD_API bool exists(const wchar_t* path);
 // dataset on a PostgreSQL server, which every operation on datasets takes in place of a
 // file path.
 VXKD_API bool isServerUri(const wchar_t* path);
+// Why the server URI `path` cannot name a dataset ("the URI names no dataset (add
+// ?dataset=NAME)", a malformed name...); "" when it can. Asks no server.
+VXKD_API std::string serverUriProblem(const wchar_t* path);
 // The narrow (UTF-8) form of a path for the system calls.
 VXKD_API std::string nativePath(const wchar_t* path);
 

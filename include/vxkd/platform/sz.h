@@ -35,7 +35,9 @@ VXKD_API std::wstring scalarValuesOf(std::wstring_view text);
 // UTF-8 <-> wide. Invalid UTF-8 bytes become U+FFFD; nothing throws.
 VXKD_API std::string toUtf8(std::wstring_view text);
 VXKD_API std::wstring fromUtf8(std::string_view text);
-// The same into `out`, whose memory is reused: a reader of many texts allocates once.
+// The same into `out`, whose memory is reused: a reader or writer of many texts allocates
+// once.
+VXKD_API void toUtf8(std::wstring_view text, std::string& out);
 VXKD_API void fromUtf8(std::string_view text, std::wstring& out);
 
 // UTF-16LE <-> wide; characters outside the BMP use surrogate pairs.

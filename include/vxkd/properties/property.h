@@ -4,6 +4,8 @@
 // (ignoring case), never by id; a set is stored in field 1521 of its owner's record as
 // lines "id=value".
 
+#include <string_view>
+
 #include "vxkd/foundation/obj_array.h"
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/wsz.h"
@@ -73,6 +75,8 @@ class VXKD_API CKdProperty : public CKdPropertyDef {
   // characters (1e27 with 2 decimals) is refused: false and no value. False for a property
   // without a value type.
   bool setValue(const wchar_t* text);
+  // The same for the characters of `text` up to its first NUL.
+  bool setValue(std::wstring_view text);
 
  private:
   // The one rule of the class comment: `value` as this property keeps it, in `out`; false

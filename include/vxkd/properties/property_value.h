@@ -3,6 +3,7 @@
 // a property instance's value, a special property's value), with its text forms.
 
 #include <cstdint>
+#include <string_view>
 
 #include "vxkd/platform/export.h"
 #include "vxkd/platform/wsz.h"
@@ -58,6 +59,8 @@ class VXKD_API CKdPropertyValue {
   // set but holds no buffer (it reads back as ""). When the copy cannot be allocated the
   // value is left cleared: no value, type typeNone.
   void setText(const wchar_t* text);
+  // The same for the characters of `text`, up to its first NUL.
+  void setText(std::wstring_view text);
   // Clears the value (no value) and sets the type to `type` when it lies in 1..5,
   // otherwise to typeNone.
   void setTypeId(valueTypeId type);
@@ -96,6 +99,8 @@ class VXKD_API CKdPropertyValue {
   // printf does); a text as it stands. The decimal point is always "." whatever the
   // process locale.
   void printValue(CWsz& out, int decimals) const;
+  // The same form appended to `out`.
+  void appendValue(CWsz& out, int decimals) const;
   // "%0.*f" of `value` with `decimals` places (6 when negative; more than 1100 print as
   // 1100, which already shows every double exactly), always with "." as the decimal point.
   static CWsz printReal(double value, int decimals);
