@@ -15,8 +15,8 @@ const PAGES = [
     files: { type: 'STY', name: 'textstyles.sty' } },
   { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
   { kind: 'reports', title: 'Report definitions', form: 'Report definition' },
-  { kind: 'symbols', title: '2D symbols', picture: 'symbols' },
-  { kind: 'blocks', title: 'Blocks', picture: 'blocks',
+  { kind: 'symbols', title: '2D symbols', picture: 'symbols', form: '2D symbol' },
+  { kind: 'blocks', title: 'Blocks', picture: 'blocks', form: 'Block',
     columns: [['group', 'Group'], ['desc', 'Name'], ['items', 'Items']] },
   { kind: 'groups', title: 'Product groups', products: true,
     columns: [['desc', 'Description'], ['partId', 'Part ID'], ['linetype', 'Linetype'],
@@ -137,7 +137,7 @@ function select(item, tr) {
   if (state.page.partIds) openPartIdForm(item);
   if (state.page.form) openGenForm(item);
   if (state.page.products) openProduct(item.id);
-  if (state.page.picture) showPicture(state.page.picture + '/' + encodeURIComponent(item.id).replace('%2F', '/'));
+  if (state.page.picture) showPicture(state.page.picture + '/' + encodeURIComponent(item.picture).replace('%2F', '/'));
   if (state.page.preview) { $('fmt').value = item.fmt || ''; state.previewId = item.id; updatePreview(); }
 }
 
@@ -308,7 +308,7 @@ function openGenForm(item) {
   const form = info.forms[state.page.kind];
   state.editing = item;
   $('gen-form').hidden = false;
-  $('gen-title').textContent = item ? state.page.form + ' "' + (item.name || item.id) + '"'
+  $('gen-title').textContent = item ? state.page.form + ' "' + (item.name || item.desc || item.id) + '"'
     : 'New ' + state.page.form.toLowerCase();
   const labels = [];
   for (const field of form.fields) {
@@ -352,7 +352,7 @@ async function saveGenForm(event) {
     return;
   }
   if (code >= 300) return;
-  status('Saved "' + (body.item.name || body.item.id) + '".');
+  status('Saved "' + (body.item.name || body.item.desc || body.item.id) + '".');
   await loadList();
   openGenForm(state.items.find((i) => i.id === body.item.id));
   renderRows();

@@ -146,7 +146,26 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"PUT", "/reports/1", R"({"fontHeight": 0})", 400},
         Refused{"PUT", "/reports/7", R"({"name": "None"})", 422},
         Refused{"POST", "/reports", R"({"name": "New"})", 405},
-        Refused{"DELETE", "/reports/1", R"({})", 405}));
+        Refused{"DELETE", "/reports/1", R"({})", 405},
+        Refused{"PUT", "/symbols/0", R"({"desc": ""})", 422},
+        Refused{"PUT", "/symbols/SOCKET", R"({"desc": "Socket"})", 404},
+        Refused{"POST", "/symbols", R"({"desc": "New"})", 405},
+        Refused{"PUT", "/blocks/0", R"({"desc": ""})", 422},
+        Refused{"PUT", "/blocks/5", R"({"desc": "None"})", 422}));
+
+TEST_F(EditorFormsTest, SymbolsAndBlocksAreRenamedInTheFileAndKeepTheirDrawings) {
+  ApiReply reply = call("PUT", "/symbols/0", {{"desc", "Double socket"}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  EXPECT_EQ(reply.body["item"]["symbol"], "SOCKET");
+  reply = call("PUT", "/blocks/0", {{"desc", "Socket triple"}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  EXPECT_EQ(reply.body["item"]["picture"], "3/0");
+  const CKdProject stored = reread();
+  EXPECT_STREQ(stored.symbols().objAt(stored.symbols().find("SOCKET"))->desc(), L"Double socket");
+  EXPECT_STREQ(stored.productGroups().findGroup(3)->blocks().objAt(0)->desc(), L"Socket triple");
+  EXPECT_EQ(call("GET", "/symbols/SOCKET").status, 200);
+  EXPECT_EQ(call("GET", "/blocks/3/0").status, 200);
+}
 
 TEST_F(EditorFormsTest, AnEditedReportDefinitionIsInTheFileWithItsColumns) {
   const ApiReply reply = call(

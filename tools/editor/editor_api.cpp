@@ -224,13 +224,6 @@ const std::vector<ListKind>& listKinds() {
                        {"style", utf8(f.styleName())}};
          });
        }},
-      {"symbols",
-       {{"id", "Symbol"}, {"desc", "Description"}},
-       [](const CKdProject& p) {
-         return rowsOf(p.symbols(), [](const CVxSymbolModel& m) {
-           return json{{"id", m.symbolId()}, {"desc", utf8(m.desc())}};
-         });
-       }},
       polyDefKind("ductDefs", VxKd::systemDuct),
       polyDefKind("pipeDefs", VxKd::systemPipe),
       polyDefKind("electricDefs", VxKd::systemElectric),
@@ -404,7 +397,7 @@ ApiReply EditorApi::dispatch(Call& call) {
       CKdPropertyValue::getTypeNameOf(static_cast<CKdPropertyValue::valueTypeId>(type), name);
       types.push_back({{"id", type}, {"name", utf8(name)}, {"detail", kValueTypeDetails[type]}});
     }
-    json kinds = json::array({"propertyDefs", "groups", "blocks"});
+    json kinds = json::array({"propertyDefs", "groups"});
     for (const ListKind& k : listKinds()) kinds.push_back(k.name);
     for (const FormKind& k : formKinds()) kinds.push_back(k.kind);
     reply.body = {{"file", path_},  {"forms", formsJson()},
@@ -516,7 +509,8 @@ ApiReply EditorApi::dispatch(Call& call) {
       reply.body = {{"columns", columns}, {"items", form.items(project_)}};
       return reply;
     }
-    if (seg.size() == 2 && (seg[1] == "import" || seg[1] == "export")) break;
+    // Downloads, uploads and the drawings of symbols and blocks are served below.
+    if ((get && seg.size() > 1) || (seg.size() == 2 && seg[1] == "import")) break;
     long id = 0;
     if (seg.size() > 2 || (seg.size() == 2 && !parseId(seg[1], id)))
       return call.fail(404, std::string("no such item of ") + form.kind);
@@ -796,23 +790,8 @@ ApiReply EditorApi::dispatch(Call& call) {
   }
 
   if (kind == "blocks" && get) {
-    // The blocks of every group: a block is named by its group's id and its position there.
+    // The drawing of a block, named by its group's id and its position there.
     const CKdProductGroupArray& groups = project_.productGroups();
-    if (seg.size() == 1) {
-      json items = json::array();
-      for (int g = 0; g < groups.length(); ++g) {
-        const CKdProductGroup& group = *groups.objAt(g);
-        for (int b = 0; b < group.blocks().length(); ++b) {
-          const CKdBlock& block = *group.blocks().objAt(b);
-          items.push_back({{"id", std::to_string(group.dbId()) + "/" + std::to_string(b)},
-                           {"group", utf8(groups.getGroupPath(group.dbId()))},
-                           {"desc", utf8(block.desc())},
-                           {"items", block.items().length()}});
-        }
-      }
-      reply.body["items"] = items;
-      return reply;
-    }
     long groupId = 0, index = 0;
     const CKdProductGroup* group =
         seg.size() == 3 && parseId(seg[1], groupId) && parseId(seg[2], index)

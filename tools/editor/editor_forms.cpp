@@ -262,6 +262,42 @@ std::string storeReport(CKdProject& project, int index, const json& body, long& 
   return "";
 }
 
+// A 2D symbol is renamed by its description; its symbol id, which products name, stays.
+std::string storeSymbol(CKdProject& project, int index, const json& body, long& id) {
+  if (index < 0) return "2D symbols are not added here";
+  if (body.contains("desc")) {
+    if (text(body, "desc").empty()) return "a 2D symbol needs a description";
+    project.symbols().objAt(index)->setDesc(wide(text(body, "desc")));
+  }
+  id = index;
+  return "";
+}
+
+// The blocks of every group in one list, numbered in group order; the page's picture of a
+// block is named by its group's id and its position there.
+template <typename Visit>
+bool visitBlocks(const CKdProject& project, Visit visit) {
+  const CKdProductGroupArray& groups = project.productGroups();
+  int number = 0;
+  for (int g = 0; g < groups.length(); ++g)
+    for (int b = 0; b < groups.objAt(g)->blocks().length(); ++b)
+      if (visit(*groups.objAt(g), b, number++)) return true;
+  return false;
+}
+
+std::string storeBlock(CKdProject& project, int index, const json& body, long& id) {
+  if (index < 0) return "blocks are not added here";
+  if (body.contains("desc") && text(body, "desc").empty()) return "a block needs a name";
+  visitBlocks(project, [&](const CKdProductGroup& group, int b, int number) {
+    if (number != index) return false;
+    CKdProductGroup* owner = project.productGroups().findGroup(group.dbId());
+    if (body.contains("desc")) owner->blocks().objAt(b)->setDesc(wide(text(body, "desc")));
+    return true;
+  });
+  id = index;
+  return "";
+}
+
 template <typename Array, typename Row>
 json itemsOf(const Array& array, Row row) {
   json out = json::array();
@@ -349,6 +385,53 @@ const std::vector<FormKind>& formKinds() {
          return -1;
        },
        storeReport,
+       nullptr},
+      {"symbols",
+       {{"symbol", "Symbol", FormField::text, nullptr, 0, 0, true},
+        {"desc", "Description", FormField::text}},
+       false,
+       false,
+       [](const CKdProject& p) {
+         return itemsOf(p.symbols(), [](const CVxSymbolModel& m, int i) {
+           return json{{"id", i},
+                       {"symbol", m.symbolId()},
+                       {"picture", m.symbolId()},
+                       {"desc", utf8(m.desc())}};
+         });
+       },
+       [](const CKdProject& p, long id) {
+         return id >= 0 && id < p.symbols().length() ? static_cast<int>(id) : -1;
+       },
+       storeSymbol,
+       nullptr},
+      {"blocks",
+       {{"group", "Group", FormField::text, nullptr, 0, 0, true},
+        {"desc", "Name", FormField::text},
+        {"items", "Items", FormField::integer, nullptr, 0, 0, true}},
+       false,
+       false,
+       [](const CKdProject& p) {
+         json items = json::array();
+         visitBlocks(p, [&](const CKdProductGroup& group, int b, int number) {
+           const CKdBlock& block = *group.blocks().objAt(b);
+           items.push_back({{"id", number},
+                            {"picture", std::to_string(group.dbId()) + "/" + std::to_string(b)},
+                            {"group", utf8(p.productGroups().getGroupPath(group.dbId()))},
+                            {"desc", utf8(block.desc())},
+                            {"items", block.items().length()}});
+           return false;
+         });
+         return items;
+       },
+       [](const CKdProject& p, long id) {
+         int found = -1;
+         visitBlocks(p, [&](const CKdProductGroup&, int, int number) {
+           if (number == id) found = number;
+           return found >= 0;
+         });
+         return found;
+       },
+       storeBlock,
        nullptr},
   };
   return kinds;
