@@ -163,7 +163,7 @@ TEST_F(EditorFormsTest, SymbolsAndBlocksAreRenamedInTheFileAndKeepTheirDrawings)
   const CKdProject stored = reread();
   EXPECT_STREQ(stored.symbols().objAt(stored.symbols().find("SOCKET"))->desc(), L"Double socket");
   EXPECT_STREQ(stored.productGroups().findGroup(3)->blocks().objAt(0)->desc(), L"Socket triple");
-  EXPECT_EQ(call("GET", "/symbols/SOCKET").status, 200);
+  EXPECT_EQ(call("GET", "/symbols/SOCKET").status, 200) << call("GET", "/symbols/SOCKET").body.dump();
   EXPECT_EQ(call("GET", "/blocks/3/0").status, 200);
 }
 
