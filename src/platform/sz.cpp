@@ -88,6 +88,12 @@ std::wstring scalarValuesOf(std::wstring_view text) {
   return out;
 }
 
+void appendAscii(std::wstring& out, const char* first, const char* last) {
+  const size_t at = out.size();
+  out.resize(at + static_cast<size_t>(last - first));
+  std::copy(first, last, out.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
 std::string toUtf8(std::wstring_view text) {
   std::string out;
   toUtf8(text, out);

@@ -24,7 +24,7 @@ CWsz& CWsz::cat(int value, int) {
   // prints an id for each of its hundreds of thousands of property values.
   char digits[16];
   const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-  str_.append(static_cast<const char*>(digits), end);  // ASCII: a byte is a character
+  cuSz::appendAscii(str_, digits, end);
   return *this;
 }
 

@@ -208,7 +208,7 @@ void appendReal(std::wstring& out, double value, int decimals) {
   auto result = std::to_chars(buffer, buffer + size, value, std::chars_format::fixed, decimals);
   if (result.ec != std::errc()) return;
   const char* digits = buffer;
-  out.append(digits, static_cast<const char*>(result.ptr));  // ASCII: a byte is a character
+  cuSz::appendAscii(out, digits, result.ptr);
 }
 
 }  // namespace

@@ -32,6 +32,10 @@ constexpr bool isScalarValue(char32_t c) { return c <= 0x10FFFF && (c < 0xD800 |
 // stores it and gives it back.
 VXKD_API std::wstring scalarValuesOf(std::wstring_view text);
 
+// Appends the ASCII characters first..last to `out`, one byte a character, without the
+// temporary that appending a range of another character type makes.
+VXKD_API void appendAscii(std::wstring& out, const char* first, const char* last);
+
 // UTF-8 <-> wide. Invalid UTF-8 bytes become U+FFFD; nothing throws.
 VXKD_API std::string toUtf8(std::wstring_view text);
 VXKD_API std::wstring fromUtf8(std::string_view text);
