@@ -163,7 +163,8 @@ TEST_F(EditorFormsTest, SymbolsAndBlocksAreRenamedInTheFileAndKeepTheirDrawings)
   const CKdProject stored = reread();
   EXPECT_STREQ(stored.symbols().objAt(stored.symbols().find("SOCKET"))->desc(), L"Double socket");
   EXPECT_STREQ(stored.productGroups().findGroup(3)->blocks().objAt(0)->desc(), L"Socket triple");
-  EXPECT_EQ(call("GET", "/symbols/SOCKET").status, 200) << call("GET", "/symbols/SOCKET").body.dump();
+  EXPECT_EQ(call("GET", "/symbols/SOCKET").status, 200)
+      << call("GET", "/symbols/SOCKET").body.dump();
   EXPECT_EQ(call("GET", "/blocks/3/0").status, 200);
 }
 
@@ -329,6 +330,15 @@ TEST_F(EditorMergeTest, AnActionThatDoesNotFitIsRefusedAndThePlanStays) {
           .status,
       422);
   EXPECT_EQ((*itemNamed(call("GET", "/merge").body["merge"], "BORDER"))["action"], "create");
+}
+
+TEST_F(EditorMergeTest, ASourcePutAsideLeavesNothingToMerge) {
+  ASSERT_EQ(upload(sourceBytes()).status, 200);
+  const std::string before = fileBytes(file_);
+  EXPECT_EQ(call("DELETE", "/merge", json::object()).status, 200);
+  EXPECT_TRUE(call("GET", "/merge").body["merge"].is_null());
+  EXPECT_EQ(call("POST", "/merge/apply", json::object()).status, 404);
+  EXPECT_EQ(fileBytes(file_), before);
 }
 
 TEST_F(EditorMergeTest, AFileThatIsNoDatasetIsRefusedAndNothingIsCompared) {
