@@ -8,17 +8,24 @@ const PAGES = [
     columns: [['name', 'Name'], ['desc', 'Description'], ['valueTypeName', 'Value type'],
               ['unitLabel', 'Unit'], ['decimals', 'Decimals']] },
   { kind: 'partIdFormats', title: 'Part ID formats', partIds: true },
-  { kind: 'layers', title: 'Layers' },
-  { kind: 'linetypes', title: 'Linetypes', files: { type: 'LIN', name: 'linetypes.lin' } },
-  { kind: 'textStyles', title: 'Text styles', files: { type: 'STY', name: 'textstyles.sty' } },
+  { kind: 'layers', title: 'Layers', form: 'Layer' },
+  { kind: 'linetypes', title: 'Linetypes', form: 'Linetype',
+    files: { type: 'LIN', name: 'linetypes.lin' } },
+  { kind: 'textStyles', title: 'Text styles', form: 'Text style',
+    files: { type: 'STY', name: 'textstyles.sty' } },
   { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
-  { kind: 'reports', title: 'Report definitions' },
-  { kind: 'symbols', title: '2D symbols', picture: 'symbols' },
-  { kind: 'blocks', title: 'Blocks', picture: 'blocks',
+  { kind: 'reports', title: 'Report definitions', form: 'Report definition' },
+  { kind: 'symbols', title: '2D symbols', picture: 'symbols', form: '2D symbol' },
+  { kind: 'blocks', title: 'Blocks', picture: 'blocks', form: 'Block',
     columns: [['group', 'Group'], ['desc', 'Name'], ['items', 'Items']] },
   { kind: 'groups', title: 'Product groups', products: true,
     columns: [['desc', 'Description'], ['partId', 'Part ID'], ['linetype', 'Linetype'],
               ['color', 'Colour'], ['properties', 'Properties']] },
+  { kind: 'ductDefs', title: 'Duct definitions' },
+  { kind: 'pipeDefs', title: 'Pipe definitions' },
+  { kind: 'electricDefs', title: 'Electric cable definitions' },
+  { kind: 'dataDefs', title: 'Data cable definitions' },
+  { kind: 'merge', title: 'Merge a dataset', merge: true },
 ];
 const PAGE_ROWS = 100;
 
@@ -128,8 +135,9 @@ function select(item, tr) {
   tr.className = 'selected';
   if (state.page.editable) openForm(item);
   if (state.page.partIds) openPartIdForm(item);
+  if (state.page.form) openGenForm(item);
   if (state.page.products) openProduct(item.id);
-  if (state.page.picture) showPicture(state.page.picture + '/' + encodeURIComponent(item.id).replace('%2F', '/'));
+  if (state.page.picture) showPicture(state.page.picture + '/' + encodeURIComponent(item.picture).replace('%2F', '/'));
   if (state.page.preview) { $('fmt').value = item.fmt || ''; state.previewId = item.id; updatePreview(); }
 }
 
@@ -255,6 +263,201 @@ async function deletePartId() {
     $('pid-form').hidden = true;
     state.editing = null;
   }
+}
+
+// ---- the generic form: layers, linetypes, text styles -----------------------------------
+// The fields come from the server's table of each kind (info.forms); the choices of a field
+// are the names of the kind it names.
+
+const choices = {};
+
+async function loadChoices(form) {
+  for (const field of form.fields) {
+    if (field.type !== 'choice') continue;
+    const { body } = await api('GET', field.choices);
+    choices[field.choices] = (body.items || []).map((i) => i.name);
+  }
+}
+
+function fieldInput(field, value) {
+  let input;
+  if (field.type === 'choice') {
+    input = document.createElement('select');
+    const names = choices[field.choices] || [];
+    for (const name of names) input.append(new Option(name, name));
+    if (value !== undefined && !names.includes(value)) input.append(new Option(value, value));
+  } else {
+    input = document.createElement('input');
+    if (field.type === 'flag') input.type = 'checkbox';
+    if (field.type === 'integer' || field.type === 'real') {
+      input.type = 'number';
+      input.min = field.min;
+      input.max = field.max;
+      input.step = field.type === 'integer' ? '1' : 'any';
+    }
+  }
+  input.id = 'g-' + field.key;
+  input.name = field.key;
+  if (field.type === 'flag') input.checked = !!value;
+  else input.value = value === undefined || value === null ? '' : String(value);
+  input.disabled = !!field.readOnly;
+  return input;
+}
+
+function openGenForm(item) {
+  const form = info.forms[state.page.kind];
+  state.editing = item;
+  $('gen-form').hidden = false;
+  $('gen-title').textContent = item ? state.page.form + ' "' + (item.name || item.desc || item.id) + '"'
+    : 'New ' + state.page.form.toLowerCase();
+  const labels = [];
+  for (const field of form.fields) {
+    if (field.readOnly && !item) continue;
+    const label = document.createElement('label');
+    const input = fieldInput(field, item ? item[field.key] : (field.type === 'real' && field.min > 0 ? 1 : undefined));
+    if (field.type === 'flag') { label.className = 'flag'; label.append(input, field.label); }
+    else label.append(field.label + ' ', input);
+    labels.push(label);
+  }
+  $('gen-fields').replaceChildren(...labels);
+  $('gen-delete').hidden = !form.canDelete;
+  $('gen-delete').disabled = !item;
+  const first = $('gen-fields').querySelector('input:not([disabled]), select');
+  if (first) first.focus();
+}
+
+function genFields() {
+  const fields = {};
+  for (const field of info.forms[state.page.kind].fields) {
+    const input = $('g-' + field.key);
+    if (!input || field.readOnly) continue;
+    if (field.type === 'flag') fields[field.key] = input.checked;
+    else if (field.type === 'integer' || field.type === 'real') fields[field.key] = input.value === '' ? null : Number(input.value);
+    else fields[field.key] = input.value;
+  }
+  return fields;
+}
+
+async function saveGenForm(event) {
+  event.preventDefault();
+  const kind = state.page.kind;
+  const editing = state.editing;
+  const { status: code, body } = editing
+    ? await api('PUT', kind + '/' + editing.id, genFields())
+    : await api('POST', kind, genFields());
+  if (body.reloaded) {
+    // Another user saved: the list shows the new content, the form keeps what was typed.
+    await loadList();
+    status('The dataset was read again; your entries are kept. Save again to store them.');
+    return;
+  }
+  if (code >= 300) return;
+  status('Saved "' + (body.item.name || body.item.desc || body.item.id) + '".');
+  await loadList();
+  openGenForm(state.items.find((i) => i.id === body.item.id));
+  renderRows();
+}
+
+async function deleteGenItem() {
+  const editing = state.editing;
+  if (!editing) return;
+  const { status: code } = await api('DELETE', state.page.kind + '/' + editing.id, {});
+  await loadList();
+  if (code < 300) {
+    status('Deleted "' + (editing.name || editing.id) + '".');
+    $('gen-form').hidden = true;
+    state.editing = null;
+  }
+}
+
+// ---- the merge of another dataset -------------------------------------------------------
+
+async function openMerge() {
+  $('merge-report').replaceChildren();
+  const { body } = await api('GET', 'merge');
+  showMerge(body.merge || null);
+}
+
+function showMerge(merge) {
+  state.merge = merge;
+  $('merge-apply').disabled = !merge;
+  const body = document.querySelector('#merge-table tbody');
+  if (!merge) {
+    $('merge-summary').textContent = 'Choose the dataset whose definitions to take into this one.';
+    body.replaceChildren();
+    return;
+  }
+  const c = merge.counts;
+  $('merge-summary').textContent = 'Compared with ' + merge.source + ': ' + c.onlyInSource +
+    ' only in the source, ' + c.different + ' different, ' + c.equal + ' equal, ' +
+    c.onlyInCurrent + ' only in this dataset.';
+  const rows = merge.items.map((item) => {
+    const tr = document.createElement('tr');
+    const differs = cell(item.fields.map((f) => f.field + ': ' + f.source + ' / ' + f.current).join('; '));
+    differs.className = 'differs';
+    const select = document.createElement('select');
+    select.setAttribute('aria-label', 'Action for ' + item.name);
+    for (const a of item.actions) select.append(new Option(a.title, a.key));
+    select.value = item.action;
+    select.addEventListener('change', async () => {
+      const { status: code, body: answer } = await api('PUT', 'merge/action',
+        { kind: item.kind, sourceIndex: item.sourceIndex, action: select.value });
+      if (code < 300) showMerge(answer.merge); else select.value = item.action;
+    });
+    const td = document.createElement('td');
+    td.append(select);
+    tr.append(cell(item.kindTitle), cell(item.name), cell(item.stateTitle), differs, td);
+    return tr;
+  });
+  body.replaceChildren(...rows);
+}
+
+async function uploadMergeSource() {
+  const file = $('merge-file').files[0];
+  if (!file) return;
+  const response = await fetch('api/merge/source?name=' + encodeURIComponent(file.name), {
+    method: 'POST', body: file, headers: { 'Content-Type': 'application/octet-stream' } });
+  let data = {};
+  try { data = await response.json(); } catch (e) { data = { error: response.status === 413 ? 'The file is too large.' : response.statusText }; }
+  for (const box of data.messages || []) await showBox(box);
+  $('merge-file').value = '';
+  $('merge-report').replaceChildren();
+  if (!response.ok) {
+    await showBox({ caption: 'Merge', text: data.error || 'Refused', buttons: ['ok'] });
+    return;
+  }
+  showMerge(data.merge);
+}
+
+async function applyMerge() {
+  const { status: code, body } = await api('POST', 'merge/apply', {});
+  if (code >= 300) {
+    if (body.merge) showMerge(body.merge);
+    if (body.reloaded) status('The dataset was read again and compared anew; check the actions and merge again.');
+    return;
+  }
+  showMerge(null);
+  const report = body.report;
+  const parts = [];
+  const head = document.createElement('h3');
+  head.textContent = 'Merged: ' + report.counts.create + ' created, ' + report.counts.overwrite +
+    ' overwritten, ' + report.counts.map + ' mapped, ' + report.counts.skip + ' skipped';
+  parts.push(head);
+  for (const [kind, lines] of Object.entries(report.kinds)) {
+    const shown = lines.filter((l) => !(l.action === 'map' && l.target === l.name));
+    if (!shown.length) continue;
+    const title = document.createElement('h4');
+    title.textContent = (body.kindTitles || {})[kind] || kind;
+    const list = document.createElement('ul');
+    for (const l of shown) {
+      const li = document.createElement('li');
+      li.textContent = l.action + ' ' + l.name + (l.target && l.target !== l.name ? ' \u2192 ' + l.target : '');
+      list.append(li);
+    }
+    parts.push(title, list);
+  }
+  $('merge-report').replaceChildren(...parts);
+  status('The merge is stored.');
 }
 
 // ---- dimension text formats -----------------------------------------------------------
@@ -432,8 +635,12 @@ async function openPage(page) {
   for (const li of $('tree').children) li.className = li.dataset.kind === page.kind ? 'active' : '';
   $('title').textContent = page.title;
   $('form').hidden = true;
-  $('add').hidden = !page.editable && !page.partIds;
+  $('add').hidden = !page.editable && !page.partIds && !(page.form && info.forms[page.kind].canAdd);
   $('pid-form').hidden = true;
+  $('gen-form').hidden = true;
+  $('merge').hidden = !page.merge;
+  $('content').hidden = !!page.merge;
+  $('filter').hidden = !!page.merge;
   $('prod-form').hidden = true;
   $('format-form').hidden = !page.preview;
   $('picture').hidden = !page.picture;
@@ -451,7 +658,10 @@ async function openPage(page) {
   $('filter').value = '';
   status('');
   renderHead();
-  if (page.products) {
+  if (page.form) await loadChoices(info.forms[page.kind]);
+  if (page.merge) {
+    await openMerge();
+  } else if (page.products) {
     document.querySelector('#table tbody').replaceChildren();
     await loadGroups();
   } else {
@@ -466,7 +676,8 @@ async function watch() {
   if ($('box').open) return;
   const { body } = await api('GET', 'status');
   if (!body.reloaded) return;
-  if (state.page.products) await loadGroups(); else await loadList();
+  if (state.page.merge) await openMerge();
+  else if (state.page.products) await loadGroups(); else await loadList();
   status('The dataset was read again after another user saved it.');
 }
 
@@ -484,7 +695,16 @@ async function start() {
   $('filter').addEventListener('input', () => {
     if (state.page.products) openGroup(state.group); else renderRows();
   });
-  $('add').addEventListener('click', () => (state.page.partIds ? openPartIdForm(null) : openForm(null)));
+  $('add').addEventListener('click', () => {
+    if (state.page.partIds) openPartIdForm(null);
+    else if (state.page.form) openGenForm(null);
+    else openForm(null);
+  });
+  $('gen-form').addEventListener('submit', saveGenForm);
+  $('gen-delete').addEventListener('click', deleteGenItem);
+  $('gen-cancel').addEventListener('click', () => { $('gen-form').hidden = true; state.editing = null; renderRows(); });
+  $('merge-file').addEventListener('change', uploadMergeSource);
+  $('merge-apply').addEventListener('click', applyMerge);
   $('pid-form').addEventListener('submit', savePartId);
   $('prod-form').addEventListener('submit', saveProduct);
   $('d-cancel').addEventListener('click', () => { $('prod-form').hidden = true; state.editing = null; });

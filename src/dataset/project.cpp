@@ -427,6 +427,44 @@ bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
   return before - partIdFormats_.length() == selected.length();
 }
 
+bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
+  CQbase db;
+  failReason_ = CQbase::reasonNone;
+  if (!openDb(hwnd, db, true)) return false;
+  // A style named by a format or a report would leave its texts without a style.
+  bool usedByFormat = false, usedByReport = false;
+  const CKdTextStyleDefArray before(textStyleDefs_);
+  CInt32Array unused;
+  for (int i = 0; i < before.length(); ++i) {
+    if (!indexes.contains(i) || unused.contains(i)) continue;
+    const wchar_t* name = before.objAt(i)->name();
+    bool used = false;
+    for (int f = 0; f < dimTextFormats_.length(); ++f)
+      if (cuSz::equalNoCase(dimTextFormats_.objAt(f)->styleName(), name))
+        used = usedByFormat = true;
+    for (int r = 0; r < reportDefs_.length(); ++r)
+      if (cuSz::equalNoCase(reportDefs_.objAt(r)->fontStyleName(), name))
+        used = usedByReport = true;
+    if (!used) unused.append(i);
+  }
+  for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
+  textStyleDefs_.deleteAt(unused);
+  if (!db.closeDatabase()) {
+    failReason_ = db.reason();
+    textStyleDefs_ = before;
+    return false;
+  }
+  timeStamp_.initFor(fileName_);
+  if (!usedByFormat && !usedByReport) return true;
+  CWsz text = VxKd::lngDbText(
+      7526,
+      L"#Some of the selected text styles could not be deleted. They are used in following items:");
+  if (usedByFormat) text.cat(L"\r\n").cat(VxKd::lngDbText(18415, L"#Dimension text formats"));
+  if (usedByReport) text.cat(L"\r\n").cat(VxKd::lngDbText(11128, L"#Report definitions"));
+  VxKd::msgBox(hwnd, 0, text, 11142, L"#Cannot Delete", MB_OK, MB_ICONEXCLAMATION);
+  return false;
+}
+
 long CKdProject::nextSymbolDbId() const { return symbols_.nextId(1, kMaxSymbolId); }
 
 bool CKdProject::save2dSymbol(CQbase& db, const CVxSymbolModel& symbol) {

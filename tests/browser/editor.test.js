@@ -194,6 +194,64 @@ test('a product\'s property is found, changed and saved', async () => {
   assert.match(vkd('list', dataset, 'products'), /Width=450/);
 });
 
+test('a layer changed in the generic form is in the file', async () => {
+  await showPage(page, 'Layers');
+  await page.click('#table tbody tr:has(td:text-is("M-DUCT"))');
+  await page.waitForSelector('#g-name');
+  await page.fill('#g-name', 'DUCTS');
+  await page.selectOption('#g-linetype', 'DASHED');
+  await page.fill('#g-color', '2');
+  await page.screenshot({ path: path.join(SHOTS, 'layer-form.png') });
+  await page.click('#gen-save');
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Saved'));
+  await page.waitForSelector('#table tbody tr:has(td:text-is("DUCTS"))');
+  assert.match(vkd('list', dataset, 'layers'), /DUCTS.*DASHED/);
+});
+
+test('a refused layer name is answered and what was typed stays', async () => {
+  await page.fill('#g-name', 'A/B');
+  await page.click('#gen-save');
+  const box = await takeBox(page, 'layer-refused.png');
+  assert.match(box.text, /must not hold/);
+  assert.equal(await page.inputValue('#g-name'), 'A/B');
+  assert.doesNotMatch(vkd('list', dataset, 'layers'), /A\/B/);
+});
+
+test('a linetype in use is kept, an unused one is deleted', async () => {
+  await showPage(page, 'Linetypes');
+  await page.click('#table tbody tr:has(td:text-is("DASHED"))');
+  await page.click('#gen-delete');
+  const box = await takeBox(page, 'linetype-in-use.png');
+  assert.equal(box.caption, 'Cannot Delete');
+  // The source of the merge below: the dataset as it is now, BORDER included.
+  fs.copyFileSync(dataset, path.join(work, 'source.vkd'));
+  await page.click('#table tbody tr:has(td:text-is("BORDER"))');
+  await page.click('#gen-delete');
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Deleted'));
+  const listed = vkd('list', dataset, 'linetypes');
+  assert.match(listed, /DASHED/);
+  assert.doesNotMatch(listed, /BORDER/);
+});
+
+test('a merge is compared, its actions changed, applied and reported', async () => {
+  await showPage(page, 'Merge a dataset');
+  await page.setInputFiles('#merge-file', path.join(work, 'source.vkd'));
+  const action = '#merge-table select[aria-label="Action for BORDER"]';
+  await page.waitForSelector(action);
+  assert.equal(await page.inputValue(action), 'create');
+  // Each change of an action goes to the server's plan before the next.
+  const answered = () => page.waitForResponse((r) => r.url().includes('/api/merge/action'));
+  await Promise.all([answered(), page.selectOption(action, 'skip')]);
+  assert.equal(await page.inputValue(action), 'skip');
+  await Promise.all([answered(), page.selectOption(action, 'create')]);
+  await page.screenshot({ path: path.join(SHOTS, 'merge-compared.png') });
+  await page.click('#merge-apply');
+  await page.waitForSelector('#merge-report h3');
+  assert.match(await page.textContent('#merge-report h3'), /^Merged: 1 created/);
+  await page.screenshot({ path: path.join(SHOTS, 'merge-report.png') });
+  assert.match(vkd('list', dataset, 'linetypes'), /BORDER/);
+});
+
 test('a second browser is told of the first one\'s save and keeps what it typed', async () => {
   second = await startEditor();
   const other = await openPage(await launch(), second.url);

@@ -267,7 +267,7 @@ TEST_F(EditorApiTest, SymbolsAndBlocksComeWithTheirDrawings) {
 
   reply = call("GET", "/blocks");
   ASSERT_EQ(reply.body["items"].size(), 1u);
-  EXPECT_EQ(reply.body["items"][0]["id"], "3/0");
+  EXPECT_EQ(reply.body["items"][0]["picture"], "3/0");
   EXPECT_EQ(reply.body["items"][0]["desc"], "Socket pair");
   EXPECT_EQ(reply.body["items"][0]["items"], 2);
   const std::string block = call("GET", "/blocks/3/0").body["svg"];

@@ -7,7 +7,9 @@
 #include <functional>
 #include <string_view>
 
+#include "editor_forms.h"
 #include "vxkd/dimtext/dimtext.h"
+#include "vxkd/merge/dataset_kind.h"
 #include "vxkd/platform/svg_writer.h"
 #include "vxkd/platform/sz.h"
 #include "vxkd/platform/ui_backend.h"
@@ -182,6 +184,27 @@ json rowsOf(const Array& array, Row row) {
   return out;
 }
 
+// The poly-object definitions of one system type.
+ListKind polyDefKind(const char* name, VxKd::systemTypeIds type) {
+  return {name,
+          {{"id", "Id"},
+           {"desc", "Description"},
+           {"partId", "Part ID"},
+           {"linetype", "Linetype"},
+           {"properties", "Properties"}},
+          [type](const CKdProject& p) {
+            const CKdProductDefArray* set = p.polyDefSets(type);
+            if (!set) return json::array();
+            return rowsOf(*set, [](const CKdProductDef& d) {
+              return json{{"id", d.dbId()},
+                          {"desc", utf8(d.desc())},
+                          {"partId", utf8(d.partId())},
+                          {"linetype", utf8(d.lineType())},
+                          {"properties", propertiesText(d.properties())}};
+            });
+          }};
+}
+
 const std::vector<ListKind>& listKinds() {
   static const std::vector<ListKind> kinds = {
       {"partIdFormats",
@@ -189,44 +212,6 @@ const std::vector<ListKind>& listKinds() {
        [](const CKdProject& p) {
          return rowsOf(p.partIdFormats(), [](const CKdPartIdFormat& f) {
            return json{{"id", f.dbId()}, {"desc", utf8(f.desc())}, {"format", utf8(f.format())}};
-         });
-       }},
-      {"layers",
-       {{"layer", "Number"},
-        {"name", "Name"},
-        {"desc", "Description"},
-        {"linetype", "Linetype"},
-        {"color", "Colour"}},
-       [](const CKdProject& p) {
-         return rowsOf(p.layerDefs(), [](const CKdLayerDef& l) {
-           return json{{"layer", l.layerNumber()},
-                       {"name", utf8(l.name())},
-                       {"desc", utf8(l.desc())},
-                       {"linetype", utf8(l.linetype())},
-                       {"color", l.colorNmb()}};
-         });
-       }},
-      {"linetypes",
-       {{"name", "Name"}, {"desc", "Description"}, {"data", "Pattern"}},
-       [](const CKdProject& p) {
-         return rowsOf(p.linetypeDefs(), [](const CKdLinetypeDef& l) {
-           return json{
-               {"name", utf8(l.name())}, {"desc", utf8(l.desc())}, {"data", utf8(l.data())}};
-         });
-       }},
-      {"textStyles",
-       {{"id", "Id"},
-        {"name", "Name"},
-        {"font", "Font file"},
-        {"face", "Type face"},
-        {"xScale", "Width factor"}},
-       [](const CKdProject& p) {
-         return rowsOf(p.textStyleDefs(), [](const CKdTextStyleDef& s) {
-           return json{{"id", s.dbId()},
-                       {"name", utf8(s.name())},
-                       {"font", utf8(s.fontFile())},
-                       {"face", utf8(s.typeFace())},
-                       {"xScale", s.xScale()}};
          });
        }},
       {"dimTextFormats",
@@ -239,21 +224,10 @@ const std::vector<ListKind>& listKinds() {
                        {"style", utf8(f.styleName())}};
          });
        }},
-      {"symbols",
-       {{"id", "Symbol"}, {"desc", "Description"}},
-       [](const CKdProject& p) {
-         return rowsOf(p.symbols(), [](const CVxSymbolModel& m) {
-           return json{{"id", m.symbolId()}, {"desc", utf8(m.desc())}};
-         });
-       }},
-      {"reports",
-       {{"id", "Id"}, {"desc", "Description"}, {"columns", "Columns"}},
-       [](const CKdProject& p) {
-         return rowsOf(p.reportDefs(), [](const CKdReport& r) {
-           return json{
-               {"id", r.dbId()}, {"desc", utf8(r.desc())}, {"columns", r.columns().length()}};
-         });
-       }},
+      polyDefKind("ductDefs", VxKd::systemDuct),
+      polyDefKind("pipeDefs", VxKd::systemPipe),
+      polyDefKind("electricDefs", VxKd::systemElectric),
+      polyDefKind("dataDefs", VxKd::systemData),
   };
   return kinds;
 }
@@ -282,7 +256,8 @@ struct EditorApi::Call {
   }
 };
 
-EditorApi::EditorApi(std::string path) : path_(std::move(path)) {}
+EditorApi::EditorApi(std::string path)
+    : path_(std::move(path)), merge_(std::make_unique<MergeSession>()) {}
 EditorApi::~EditorApi() = default;
 
 bool EditorApi::open(std::string& why) {
@@ -299,8 +274,9 @@ bool EditorApi::open(std::string& why) {
 ApiReply EditorApi::handle(const ApiRequest& request) {
   json body = json::object();
   std::vector<std::string> answers;
-  if (!request.body.empty() && request.method != "GET" &&
-      request.path.find("/import") == std::string::npos) {
+  const bool upload =
+      request.path.find("/import") != std::string::npos || request.path == "/merge/source";
+  if (!request.body.empty() && request.method != "GET" && !upload) {
     body = json::parse(request.body, nullptr, false);
     if (body.is_discarded() || !body.is_object()) {
       ApiReply reply;
@@ -317,6 +293,10 @@ ApiReply EditorApi::handle(const ApiRequest& request) {
   {
     Installed installed(ui);
     dispatch(call);
+    // A change to the dataset makes the comparison of the merge page old.
+    if (merge_->loaded() && request.path.rfind("/merge", 0) != 0 &&
+        (call.reply.body.value("stored", false) || call.reply.body.value("reloaded", false)))
+      merge_->compareAgain(project_);
   }
   call.reply.body["messages"] = ui.messages;
   if (!ui.question.is_null()) call.reply.body["question"] = ui.question;
@@ -417,13 +397,12 @@ ApiReply EditorApi::dispatch(Call& call) {
       CKdPropertyValue::getTypeNameOf(static_cast<CKdPropertyValue::valueTypeId>(type), name);
       types.push_back({{"id", type}, {"name", utf8(name)}, {"detail", kValueTypeDetails[type]}});
     }
-    json kinds = json::array({"propertyDefs", "groups", "blocks"});
+    json kinds = json::array({"propertyDefs", "groups"});
     for (const ListKind& k : listKinds()) kinds.push_back(k.name);
-    reply.body = {{"file", path_},
-                  {"units", units},
-                  {"valueTypes", types},
-                  {"kinds", kinds},
-                  {"maxDecimals", CKdPropertyValue::maxDecimals}};
+    for (const FormKind& k : formKinds()) kinds.push_back(k.kind);
+    reply.body = {{"file", path_},  {"forms", formsJson()},
+                  {"units", units}, {"valueTypes", types},
+                  {"kinds", kinds}, {"maxDecimals", CKdPropertyValue::maxDecimals}};
     return reply;
   }
 
@@ -518,6 +497,112 @@ ApiReply EditorApi::dispatch(Call& call) {
       return reply;
     }
     return call.fail(405, "not an operation on property definitions");
+  }
+
+  for (const FormKind& form : formKinds()) {
+    if (kind != form.kind) continue;
+    if (seg.size() == 1 && get) {
+      json columns = json::array();
+      for (const FormField& field : form.fields)
+        if (field.type != FormField::flag)
+          columns.push_back({{"key", field.key}, {"title", field.label}});
+      reply.body = {{"columns", columns}, {"items", form.items(project_)}};
+      return reply;
+    }
+    // Downloads, uploads and the drawings of symbols and blocks are served below.
+    if ((get && seg.size() > 1) || (seg.size() == 2 && seg[1] == "import")) break;
+    long id = 0;
+    if (seg.size() > 2 || (seg.size() == 2 && !parseId(seg[1], id)))
+      return call.fail(404, std::string("no such item of ") + form.kind);
+    const bool adding = seg.size() == 1 && rq.method == "POST";
+    if (adding ? !form.canAdd : seg.size() != 2)
+      return call.fail(405, std::string("not an operation on ") + form.kind);
+    if (adding || rq.method == "PUT") {
+      if (std::string bad = checkFormFields(form, project_, call.body); !bad.empty())
+        return call.fail(400, bad);
+      long storedId = 0;
+      storeChange(project_, reply, false, [&] {
+        const int index = adding ? -1 : form.indexOf(project_, id);
+        if (!adding && index < 0) {
+          reply.body["error"] = "no item " + seg[1] + " of " + form.kind;
+          return false;
+        }
+        const std::string refused = form.store(project_, index, call.body, storedId);
+        if (!refused.empty()) reply.body["error"] = refused;
+        return refused.empty();
+      });
+      if (reply.status == 200) {
+        reply.body["item"] = form.items(project_)[form.indexOf(project_, storedId)];
+        if (adding) reply.status = 201;
+      }
+      return reply;
+    }
+    if (rq.method == "DELETE" && form.remove) {
+      storeChange(project_, reply, form.removeWrites, [&] {
+        const int index = form.indexOf(project_, id);
+        if (index < 0) {
+          reply.body["error"] = "no item " + seg[1] + " of " + form.kind;
+          return false;
+        }
+        const std::string refused = form.remove(project_, index);
+        if (refused.empty()) return true;
+        reply.body["error"] = refused;
+        return false;
+      });
+      return reply;
+    }
+    return call.fail(405, std::string("not an operation on ") + form.kind);
+  }
+
+  if (kind == "merge") {
+    MergeSession& merge = *merge_;
+    if (seg.size() == 2 && seg[1] == "source" && rq.method == "POST") {
+      auto name = rq.query.find("name");
+      std::string why;
+      if (!merge.load(rq.body, name == rq.query.end() ? "" : name->second, project_, why))
+        return call.fail(422, why);
+      reply.body["merge"] = merge.view();
+      return reply;
+    }
+    if (seg.size() == 1 && rq.method == "DELETE") {
+      merge.clear();
+      return reply;
+    }
+    if (seg.size() == 1 && get) {
+      // Null until a source is chosen.
+      reply.body["merge"] = merge.loaded() ? merge.view() : json();
+      return reply;
+    }
+    if (!merge.loaded()) return call.fail(404, "no source dataset was chosen");
+    if (seg.size() == 2 && seg[1] == "action" && rq.method == "PUT") {
+      const std::string refused = merge.setAction(
+          call.text("kind"), static_cast<int>(call.number("sourceIndex", -1)), call.text("action"));
+      if (!refused.empty()) return call.fail(422, refused);
+      reply.body["merge"] = merge.view();
+      return reply;
+    }
+    if (seg.size() == 2 && seg[1] == "apply" && rq.method == "POST") {
+      json report;
+      const int merged = merge.apply(project_, report);
+      reply.body["stored"] = merged == 0;
+      if (merged == 0) {
+        reply.body["report"] = report;
+        for (int k = 0; k < VxKd::kindCount; ++k) {
+          const auto datasetKind = static_cast<VxKd::datasetKind>(k);
+          reply.body["kindTitles"][VxKd::datasetKindKey(datasetKind)] =
+              VxKd::datasetKindTitle(datasetKind).toUtf8();
+        }
+        return reply;
+      }
+      reply.status = 409;
+      reply.body["reloaded"] = merged == 1;
+      reply.body["error"] =
+          merged == 1 ? "another user saved the dataset; it was read again and compared anew"
+                      : "nothing was merged";
+      reply.body["merge"] = merge.view();
+      return reply;
+    }
+    return call.fail(405, "not an operation of the merge");
   }
 
   if (kind == "partIdFormats" && rq.method != "GET") {
@@ -705,23 +790,8 @@ ApiReply EditorApi::dispatch(Call& call) {
   }
 
   if (kind == "blocks" && get) {
-    // The blocks of every group: a block is named by its group's id and its position there.
+    // The drawing of a block, named by its group's id and its position there.
     const CKdProductGroupArray& groups = project_.productGroups();
-    if (seg.size() == 1) {
-      json items = json::array();
-      for (int g = 0; g < groups.length(); ++g) {
-        const CKdProductGroup& group = *groups.objAt(g);
-        for (int b = 0; b < group.blocks().length(); ++b) {
-          const CKdBlock& block = *group.blocks().objAt(b);
-          items.push_back({{"id", std::to_string(group.dbId()) + "/" + std::to_string(b)},
-                           {"group", utf8(groups.getGroupPath(group.dbId()))},
-                           {"desc", utf8(block.desc())},
-                           {"items", block.items().length()}});
-        }
-      }
-      reply.body["items"] = items;
-      return reply;
-    }
     long groupId = 0, index = 0;
     const CKdProductGroup* group =
         seg.size() == 3 && parseId(seg[1], groupId) && parseId(seg[2], index)

@@ -20,6 +20,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "editor_merge.h"
 #include "vxkd/dataset/project.h"
 
 namespace vkdedit {
@@ -69,6 +70,7 @@ class EditorApi {
 
   std::string path_;
   CKdProject project_;
+  std::unique_ptr<MergeSession> merge_;  // the merge page's source and plan
 };
 
 }  // namespace vkdedit

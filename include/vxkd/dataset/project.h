@@ -160,6 +160,12 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // that keep the others. REQUIRES the edit lock. False, with nothing deleted, when the file
   // cannot be opened or the change cannot be committed; false too when a format was kept.
   bool deletePartIdFormats(cuWin::HWND hwnd, const CInt32Array& indexes);
+  // Deletes the text styles at `indexes` that no dimension text format and no report
+  // definition names (ignoring case), from the file and from memory; when one is kept, the
+  // message "Cannot Delete" names who uses it. REQUIRES the edit lock. False, with nothing
+  // deleted, when the file cannot be opened or the change cannot be committed; false too
+  // when a style was kept.
+  bool deleteTextStyles(cuWin::HWND hwnd, const CInt32Array& indexes);
 
   // The dataset editor's "delete group": asks whether to delete group `groupId` (naming its
   // products or sub groups, if any), and on Yes deletes it and all its descendants with
