@@ -437,15 +437,10 @@ bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
   CInt32Array unused;
   for (int i = 0; i < before.length(); ++i) {
     if (!indexes.contains(i) || unused.contains(i)) continue;
-    const wchar_t* name = before.objAt(i)->name();
-    bool used = false;
-    for (int f = 0; f < dimTextFormats_.length(); ++f)
-      if (cuSz::equalNoCase(dimTextFormats_.objAt(f)->styleName(), name))
-        used = usedByFormat = true;
-    for (int r = 0; r < reportDefs_.length(); ++r)
-      if (cuSz::equalNoCase(reportDefs_.objAt(r)->fontStyleName(), name))
-        used = usedByReport = true;
-    if (!used) unused.append(i);
+    bool byFormat = false, byReport = false;
+    if (!usesTextStyle(before.objAt(i)->name(), byFormat, byReport)) unused.append(i);
+    usedByFormat = usedByFormat || byFormat;
+    usedByReport = usedByReport || byReport;
   }
   for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
   textStyleDefs_.deleteAt(unused);
@@ -463,6 +458,15 @@ bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
   if (usedByReport) text.cat(L"\r\n").cat(VxKd::lngDbText(11128, L"#Report definitions"));
   VxKd::msgBox(hwnd, 0, text, 11142, L"#Cannot Delete", MB_OK, MB_ICONEXCLAMATION);
   return false;
+}
+
+bool CKdProject::usesTextStyle(const wchar_t* name, bool& byFormat, bool& byReport) const {
+  byFormat = byReport = false;
+  for (int f = 0; f < dimTextFormats_.length() && !byFormat; ++f)
+    byFormat = cuSz::equalNoCase(dimTextFormats_.objAt(f)->styleName(), name);
+  for (int r = 0; r < reportDefs_.length() && !byReport; ++r)
+    byReport = cuSz::equalNoCase(reportDefs_.objAt(r)->fontStyleName(), name);
+  return byFormat || byReport;
 }
 
 long CKdProject::nextSymbolDbId() const { return symbols_.nextId(1, kMaxSymbolId); }

@@ -95,4 +95,43 @@ TEST_F(ProjectDrawingDefsTest, EditedDrawingDefinitionsGoThroughTheFile) {
   EXPECT_EQ(again.layerDefs().findLayerDef(21)->colorNmb(), 30);
 }
 
+// A style that a format or a report names is kept and its users named; the others go from
+// memory and from the file.
+TEST_F(ProjectDrawingDefsTest, TextStylesInUseAreKeptTheOthersDeletedFromTheFile) {
+  CKdProject project;
+  project.resetData();
+  project.buildDefaultProject();
+  for (const wchar_t* name : {L"Notes", L"Titles", L"Spare"}) {
+    CKdTextStyleDef style;
+    style.setName(name);
+    project.textStyleDefs().append(&style);
+  }
+  CKdDimtextFormat format;
+  format.setStyleName(L"NOTES");
+  project.dimTextFormats().append(&format);
+  CKdReport report;
+  report.setFontStyleName(L"titles");
+  project.reportDefs().append(&report);
+  ASSERT_TRUE(project.saveDbAs(nullptr, path()));
+
+  bool byFormat = false, byReport = true;
+  EXPECT_TRUE(project.usesTextStyle(L"notes", byFormat, byReport));
+  EXPECT_TRUE(byFormat && !byReport);
+  EXPECT_FALSE(project.usesTextStyle(L"Spare", byFormat, byReport));
+  EXPECT_FALSE(byFormat || byReport);
+
+  EXPECT_FALSE(project.deleteTextStyles(nullptr, CInt32Array{1, 2, 3}));
+  EXPECT_EQ(ui_.lastBox().caption, L"Cannot Delete");
+  EXPECT_EQ(ui_.lastBox().text,
+            L"Some of the selected text styles could not be deleted. They are used in following "
+            L"items:\r\nDimension text formats\r\nReport definitions");
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  for (const CKdProject* p : {&project, &back}) {
+    ASSERT_EQ(p->textStyleDefs().length(), 3);
+    EXPECT_EQ(p->textStyleDefs().objAt(2)->name(), L"Titles");
+  }
+  EXPECT_TRUE(project.deleteTextStyles(nullptr, CInt32Array{}));
+}
+
 }  // namespace

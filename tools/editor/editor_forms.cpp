@@ -43,14 +43,6 @@ bool linetypeInUse(const CKdProject& project, const wchar_t* name) {
   return false;
 }
 
-bool textStyleInUse(const CKdProject& project, const wchar_t* name) {
-  for (int i = 0; i < project.dimTextFormats().length(); ++i)
-    if (cuSz::equalNoCase(project.dimTextFormats().objAt(i)->styleName(), name)) return true;
-  for (int i = 0; i < project.reportDefs().length(); ++i)
-    if (cuSz::equalNoCase(project.reportDefs().objAt(i)->fontStyleName(), name)) return true;
-  return false;
-}
-
 bool holdsLineBreak(const std::string& value) {
   return value.find_first_of("\r\n") != std::string::npos;
 }
@@ -202,8 +194,9 @@ std::string storeTextStyle(CKdProject& project, int index, const json& body, lon
     const CKdTextStyleDef* same = styles.findStyle(name);
     if (same && same != (index >= 0 ? styles.objAt(index) : nullptr))
       return "a text style named \"" + utf8(same->name()) + "\" exists already";
+    bool byFormat = false, byReport = false;
     if (index >= 0 && !cuSz::equalNoCase(changed.name(), name) &&
-        textStyleInUse(project, changed.name()))
+        project.usesTextStyle(changed.name(), byFormat, byReport))
       return "\"" + utf8(changed.name()) + "\" is in use and keeps its name";
     changed.setName(name);
   }

@@ -166,6 +166,9 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // deleted, when the file cannot be opened or the change cannot be committed; false too
   // when a style was kept.
   bool deleteTextStyles(cuWin::HWND hwnd, const CInt32Array& indexes);
+  // Whether a dimension text format (`byFormat`) or a report definition (`byReport`) names
+  // the text style `name`, ignoring case; true when either does.
+  bool usesTextStyle(const wchar_t* name, bool& byFormat, bool& byReport) const;
 
   // The dataset editor's "delete group": asks whether to delete group `groupId` (naming its
   // products or sub groups, if any), and on Yes deletes it and all its descendants with
