@@ -24,9 +24,7 @@ class EditorApiTest : public ::testing::Test {
  protected:
   void SetUp() override {
     VxKd::initVxKd();
-    CKdProject project;
-    vxkd_test::fillSampleProject(project);
-    ASSERT_TRUE(project.saveDbAs(nullptr, dir_.path(L"sample.vkd")));
+    ASSERT_TRUE(vxkd_test::saveSampleDataset(dir_.path(L"sample.vkd")));
     file_ = dir_.native("sample.vkd");
     std::string why;
     ASSERT_TRUE(api_.open(why)) << why;

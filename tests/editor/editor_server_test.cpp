@@ -91,9 +91,7 @@ class EditServerTest : public ::testing::Test {
  protected:
   void SetUp() override {
     VxKd::initVxKd();
-    CKdProject project;
-    vxkd_test::fillSampleProject(project);
-    ASSERT_TRUE(project.saveDbAs(nullptr, dir_.path(L"sample.vkd")));
+    ASSERT_TRUE(vxkd_test::saveSampleDataset(dir_.path(L"sample.vkd")));
     VxKd::exitVxKd();
   }
   std::string file() const { return dir_.native("sample.vkd"); }

@@ -256,4 +256,10 @@ void fillLargeProject(CKdProject& project, int products, unsigned series) {
   }
 }
 
+bool saveSampleDataset(const CWsz& path) {
+  CKdProject project;
+  fillSampleProject(project);
+  return project.saveDbAs(nullptr, path);
+}
+
 }  // namespace vxkd_test

@@ -18,6 +18,8 @@ CKdGuid numberedGuid(unsigned series, unsigned long long number);
 // (one of the root), a block of two items (one standing for a product, one of stored
 // graphics) and a report definition of two columns listing the devices of a group.
 void fillSampleProject(CKdProject& project);
+// fillSampleProject saved as a new dataset file at `path`; false when it cannot be saved.
+bool saveSampleDataset(const CWsz& path);
 
 // The default project plus 500 product groups (50 under the root with 9 sub groups each) and
 // `products` product definitions spread over them, each with four properties, an integrated
