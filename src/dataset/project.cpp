@@ -4,6 +4,7 @@
 #include <cwchar>
 #include <utility>
 
+#include "dataset/project_delete.h"
 #include "foundation/record_key.h"
 #include "vxkd/foundation/startup.h"
 #include "vxkd/platform/env.h"
@@ -48,19 +49,14 @@ void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const
   VxKd::msgBox(hwnd, textId, text, captionId, caption, MB_OK, MB_ICONSTOP);
 }
 
-// Deletes the elements of `array` at `indexes` that none of `users` uses, and their records
-// from the open `db`, and commits. When the commit fails, the array gets them back: the file
-// kept them.
+// Deletes the elements of `array` at `indexes` that none of `users` uses, and the records of
+// those gone (`before` is the array as it was) from the open `db`.
 template <typename Array, typename User>
-bool deleteUnusedFromDb(HWND hwnd, CQbase& db, Array& array, const CInt32Array& indexes,
-                        const std::vector<const User*>& users) {
-  Array before(array);
+void deleteUnusedFrom(HWND hwnd, CQbase& db, Array& array, const Array& before,
+                      const CInt32Array& indexes, const std::vector<const User*>& users) {
   array.deleteUnused(hwnd, indexes, users);
   for (int i = 0; i < before.length(); ++i)
     if (!array.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
-  if (db.closeDatabase()) return true;
-  array = before;
-  return false;
 }
 
 }  // namespace
@@ -381,46 +377,32 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
 
 bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                                     const std::vector<const iKdPropertyDefUser*>& users) {
-  failReason_ = CQbase::reasonNone;
-  CQbase db;
-  if (!openDb(hwnd, db, true)) return false;
-  if (!deleteUnusedFromDb(hwnd, db, propertyDefs_, indexes, users)) {
-    failReason_ = db.reason();
-    return false;
-  }
-  db.timeStamp(timeStamp_);
-  return true;
+  return deleteAndCommit(hwnd, propertyDefs_, [&](CQbase& db, const CKdPropertyDefArray& before) {
+    deleteUnusedFrom(hwnd, db, propertyDefs_, before, indexes, users);
+  });
 }
 
 bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
                                       const std::vector<const iKdDimtextFormatUser*>& users) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
-  if (!deleteUnusedFromDb(hwnd, db, dimTextFormats_, indexes, users)) {
-    failReason_ = db.reason();
-    return false;
-  }
-  db.timeStamp(timeStamp_);
-  return true;
+  return deleteAndCommit(hwnd, dimTextFormats_,
+                         [&](CQbase& db, const CKdDimtextFormatArray& before) {
+                           deleteUnusedFrom(hwnd, db, dimTextFormats_, before, indexes, users);
+                         });
 }
 
 bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
-  // A format is in use by any product that names it, also one of a poly-object set: deleting
-  // it would leave that product without its part ID.
-  std::vector<const CKdProductDefArray*> users;
-  for (int i = 0; i < productGroups_.length(); ++i)
-    users.push_back(&productGroups_.objAt(i)->products());
-  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) users.push_back(polyDefSets(type));
   const int before = partIdFormats_.length();
-  if (!deleteUnusedFromDb(hwnd, db, partIdFormats_, indexes, users)) {
-    failReason_ = db.reason();
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
+  const bool stored =
+      deleteAndCommit(hwnd, partIdFormats_, [&](CQbase& db, const CKdPartIdFormatArray& old) {
+        // A format is in use by any product that names it, also one of a poly-object set:
+        // deleting it would leave that product without its part ID.
+        std::vector<const CKdProductDefArray*> users;
+        for (int i = 0; i < productGroups_.length(); ++i)
+          users.push_back(&productGroups_.objAt(i)->products());
+        for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) users.push_back(polyDefSets(type));
+        deleteUnusedFrom(hwnd, db, partIdFormats_, old, indexes, users);
+      });
+  if (!stored) return false;
   CInt32Array selected;
   for (int32_t index : indexes)
     if (index >= 0 && index < before && !selected.contains(index)) selected.append(index);
@@ -428,28 +410,22 @@ bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
 }
 
 bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
   // A style named by a format or a report would leave its texts without a style.
   bool usedByFormat = false, usedByReport = false;
-  const CKdTextStyleDefArray before(textStyleDefs_);
-  CInt32Array unused;
-  for (int i = 0; i < before.length(); ++i) {
-    if (!indexes.contains(i) || unused.contains(i)) continue;
-    bool byFormat = false, byReport = false;
-    if (!usesTextStyle(before.objAt(i)->name(), byFormat, byReport)) unused.append(i);
-    usedByFormat = usedByFormat || byFormat;
-    usedByReport = usedByReport || byReport;
-  }
-  for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
-  textStyleDefs_.deleteAt(unused);
-  if (!db.closeDatabase()) {
-    failReason_ = db.reason();
-    textStyleDefs_ = before;
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
+  const bool stored =
+      deleteAndCommit(hwnd, textStyleDefs_, [&](CQbase& db, const CKdTextStyleDefArray& before) {
+        CInt32Array unused;
+        for (int i = 0; i < before.length(); ++i) {
+          if (!indexes.contains(i) || unused.contains(i)) continue;
+          bool byFormat = false, byReport = false;
+          if (!usesTextStyle(before.objAt(i)->name(), byFormat, byReport)) unused.append(i);
+          usedByFormat = usedByFormat || byFormat;
+          usedByReport = usedByReport || byReport;
+        }
+        for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
+        textStyleDefs_.deleteAt(unused);
+      });
+  if (!stored) return false;
   if (!usedByFormat && !usedByReport) return true;
   CWsz text = VxKd::lngDbText(
       7526,

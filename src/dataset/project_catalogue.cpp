@@ -2,6 +2,7 @@
 
 #include <unordered_set>
 
+#include "dataset/project_delete.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/platform/dialog.h"
 #include "vxkd/platform/lock_file.h"
@@ -85,22 +86,16 @@ bool CKdProject::deleteGroups(HWND hwnd, long groupId, bool withGroup) {
   productGroups_.getAllSubGroupIdsOf(groupId, ids);
   if (withGroup) ids.append(static_cast<int32_t>(groupId));
 
-  CQbase db;
-  if (!openDb(hwnd, db, true)) return false;
-  const CKdProductGroupArray before(productGroups_);
-  for (int32_t id : ids) {
-    if (const CKdProductGroup* doomed = productGroups_.findGroup(id)) {
-      doomed->deleteFrom(db);
-      productGroups_.deleteGroup(id);
-    }
-  }
-  if (!db.closeDatabase()) {
-    // Nothing of it reached the file: the groups stay in memory too.
-    failReason_ = db.reason();
-    productGroups_ = before;
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
+  const bool stored =
+      deleteAndCommit(hwnd, productGroups_, [&](CQbase& db, const CKdProductGroupArray&) {
+        for (int32_t id : ids) {
+          if (const CKdProductGroup* doomed = productGroups_.findGroup(id)) {
+            doomed->deleteFrom(db);
+            productGroups_.deleteGroup(id);
+          }
+        }
+      });
+  if (!stored) return false;
   const long shown = !withGroup ? groupId : owner >= 1 ? owner : kRoot;
   setLastTreePos(lastTreePos_, shown);
   return true;

@@ -222,6 +222,14 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // Deletes the descendants of group `groupId`, and the group itself `withGroup`, under the
   // edit lock; see deleteProductGroup.
   bool deleteGroups(cuWin::HWND hwnd, long groupId, bool withGroup);
+  // The one shape of the delete commands: opens the file for update, lets `remove(db,
+  // before)` delete elements of `array` and their records (`before` is the array as it
+  // was), and commits. False when the file cannot be opened (nothing changed) or the commit
+  // fails: the array then gets its elements back, as the file kept their records, and
+  // failReason() says why. On success the project takes the commit's time stamp. Defined
+  // in src/dataset/project_delete.h.
+  template <typename Array, typename Remove>
+  bool deleteAndCommit(cuWin::HWND hwnd, Array& array, Remove&& remove);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
