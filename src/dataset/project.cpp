@@ -4,7 +4,7 @@
 #include <cwchar>
 #include <utility>
 
-#include "dataset/project_delete.h"
+#include "dataset/project_records.h"
 #include "foundation/record_key.h"
 #include "vxkd/foundation/startup.h"
 #include "vxkd/platform/env.h"
@@ -18,8 +18,7 @@ using namespace cuWin;
 
 namespace {
 
-// Record "S2": one 2D symbol.
-constexpr const char* kSymbolRecord = "S2";
+using VxKd::kSymbolRecord;
 constexpr short kFieldSymbolId = 1504;
 constexpr short kFieldDescription = 1502;
 constexpr short kFieldNodes = 1601;
@@ -132,6 +131,7 @@ bool CKdProject::newDb(HWND hwnd, const wchar_t* path) {
   }
   fileName_ = target;
   db.timeStamp(timeStamp_);
+  stored_.clear();  // the new file holds nothing yet
   return true;
 }
 
@@ -158,6 +158,7 @@ bool CKdProject::readFile(HWND hwnd, const CWsz& path) {
     if (!current) continue;
     loaded.fileName_ = path;
     loaded.timeStamp_ = stamp;
+    loaded.stored_ = loaded.recordsInMemory();
     // A catalogue holds many thousands of elements: they are handed over, not copied.
     *this = std::move(loaded);
     return true;
@@ -213,10 +214,14 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
     set->saveTo(db, kNoGroup);
   }
   write2dSymbols(db);
+  // The definitions that left memory since the file was read or last written leave the file.
+  std::vector<std::vector<std::pair<long, long>>> inMemory = recordsInMemory();
+  deleteRemovedRecords(db, inMemory);
   bool committed = db.closeDatabase();
   // After a failed commit the old stamp stays: the dataset is as it was when it was taken.
   if (committed) {
     db.timeStamp(timeStamp_);
+    stored_ = std::move(inMemory);
   } else {
     failReason_ = db.reason();
   }
@@ -235,6 +240,7 @@ bool CKdProject::saveDbAs(HWND hwnd, const wchar_t* path) {
   CQbase db;
   if (!createDb(hwnd, db, target)) return false;
   fileName_ = target;
+  stored_.clear();  // a new file: nothing in it to delete
   return writeDb(hwnd, db);
 }
 
@@ -377,14 +383,15 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
 
 bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                                     const std::vector<const iKdPropertyDefUser*>& users) {
-  return deleteAndCommit(hwnd, propertyDefs_, [&](CQbase& db, const CKdPropertyDefArray& before) {
-    deleteUnusedFrom(hwnd, db, propertyDefs_, before, indexes, users);
-  });
+  return deleteAndCommit(hwnd, VxKd::storedPropertyDefs, propertyDefs_,
+                         [&](CQbase& db, const CKdPropertyDefArray& before) {
+                           deleteUnusedFrom(hwnd, db, propertyDefs_, before, indexes, users);
+                         });
 }
 
 bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
                                       const std::vector<const iKdDimtextFormatUser*>& users) {
-  return deleteAndCommit(hwnd, dimTextFormats_,
+  return deleteAndCommit(hwnd, VxKd::storedDimTextFormats, dimTextFormats_,
                          [&](CQbase& db, const CKdDimtextFormatArray& before) {
                            deleteUnusedFrom(hwnd, db, dimTextFormats_, before, indexes, users);
                          });
@@ -393,15 +400,18 @@ bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
 bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
   const int before = partIdFormats_.length();
   const bool stored =
-      deleteAndCommit(hwnd, partIdFormats_, [&](CQbase& db, const CKdPartIdFormatArray& old) {
-        // A format is in use by any product that names it, also one of a poly-object set:
-        // deleting it would leave that product without its part ID.
-        std::vector<const CKdProductDefArray*> users;
-        for (int i = 0; i < productGroups_.length(); ++i)
-          users.push_back(&productGroups_.objAt(i)->products());
-        for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) users.push_back(polyDefSets(type));
-        deleteUnusedFrom(hwnd, db, partIdFormats_, old, indexes, users);
-      });
+      deleteAndCommit(hwnd, VxKd::storedPartIdFormats, partIdFormats_,
+                      [&](CQbase& db, const CKdPartIdFormatArray& old) {
+                        // A format is in use by any product that names it, also one of a
+                        // poly-object set: deleting it would leave that product without its part
+                        // ID.
+                        std::vector<const CKdProductDefArray*> users;
+                        for (int i = 0; i < productGroups_.length(); ++i)
+                          users.push_back(&productGroups_.objAt(i)->products());
+                        for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+                          users.push_back(polyDefSets(type));
+                        deleteUnusedFrom(hwnd, db, partIdFormats_, old, indexes, users);
+                      });
   if (!stored) return false;
   CInt32Array selected;
   for (int32_t index : indexes)
@@ -413,18 +423,20 @@ bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
   // A style named by a format or a report would leave its texts without a style.
   bool usedByFormat = false, usedByReport = false;
   const bool stored =
-      deleteAndCommit(hwnd, textStyleDefs_, [&](CQbase& db, const CKdTextStyleDefArray& before) {
-        CInt32Array unused;
-        for (int i = 0; i < before.length(); ++i) {
-          if (!indexes.contains(i) || unused.contains(i)) continue;
-          bool byFormat = false, byReport = false;
-          if (!usesTextStyle(before.objAt(i)->name(), byFormat, byReport)) unused.append(i);
-          usedByFormat = usedByFormat || byFormat;
-          usedByReport = usedByReport || byReport;
-        }
-        for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
-        textStyleDefs_.deleteAt(unused);
-      });
+      deleteAndCommit(hwnd, VxKd::storedTextStyles, textStyleDefs_,
+                      [&](CQbase& db, const CKdTextStyleDefArray& before) {
+                        CInt32Array unused;
+                        for (int i = 0; i < before.length(); ++i) {
+                          if (!indexes.contains(i) || unused.contains(i)) continue;
+                          bool byFormat = false, byReport = false;
+                          if (!usesTextStyle(before.objAt(i)->name(), byFormat, byReport))
+                            unused.append(i);
+                          usedByFormat = usedByFormat || byFormat;
+                          usedByReport = usedByReport || byReport;
+                        }
+                        for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
+                        textStyleDefs_.deleteAt(unused);
+                      });
   if (!stored) return false;
   if (!usedByFormat && !usedByReport) return true;
   CWsz text = VxKd::lngDbText(
@@ -513,6 +525,7 @@ bool CKdProject::delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId) {
   if (!db.deleteRec(kSymbolRecord,
                     VxKd::buildSymbolDbId(symbols_.objAt(index)->projectId()).c_str()))
     return false;
+  forgetStored(VxKd::storedSymbols, {symbols_.idAt(index)});
   return symbols_.deleteAt(index);
 }
 

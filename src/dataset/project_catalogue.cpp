@@ -2,7 +2,7 @@
 
 #include <unordered_set>
 
-#include "dataset/project_delete.h"
+#include "dataset/project_records.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/platform/dialog.h"
 #include "vxkd/platform/lock_file.h"
@@ -86,8 +86,8 @@ bool CKdProject::deleteGroups(HWND hwnd, long groupId, bool withGroup) {
   productGroups_.getAllSubGroupIdsOf(groupId, ids);
   if (withGroup) ids.append(static_cast<int32_t>(groupId));
 
-  const bool stored =
-      deleteAndCommit(hwnd, productGroups_, [&](CQbase& db, const CKdProductGroupArray&) {
+  const bool stored = deleteAndCommit(
+      hwnd, VxKd::storedGroups, productGroups_, [&](CQbase& db, const CKdProductGroupArray&) {
         for (int32_t id : ids) {
           if (const CKdProductGroup* doomed = productGroups_.findGroup(id)) {
             doomed->deleteFrom(db);
