@@ -15,7 +15,7 @@ const PAGES = [
     files: { type: 'STY', name: 'textstyles.sty' } },
   { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
   { kind: 'reports', title: 'Report definitions', form: 'Report definition', report: true,
-    columns: [['id', 'Id'], ['name', 'Name'], ['listsText', 'Lists'], ['columnCount', 'Columns'],
+    columns: [['id', 'Id'], ['name', 'Name'], ['columnCount', 'Columns'], ['listsText', 'Lists'],
               ['sortedBy', 'Sorted by'], ['style', 'Text style']] },
   { kind: 'symbols', title: '2D symbols', picture: 'symbols', form: '2D symbol' },
   { kind: 'blocks', title: 'Blocks', picture: 'blocks', form: 'Block',
@@ -412,12 +412,22 @@ function openReportParts(values) {
     label.append(box, e.name);
     return label;
   }));
-  const groups = $('r-groups');
-  groups.replaceChildren(...reportChoices.groups.map((g) => new Option(g.path, g.guid)));
-  for (const guid of report.deviceGroups || []) {
-    if (!reportChoices.groups.some((g) => g.guid === guid)) groups.append(new Option(guid, guid));
-  }
-  for (const option of groups.options) option.selected = (report.deviceGroups || []).includes(option.value);
+  // The groups as boxes to tick, the chosen ones first; a GUID the dataset has no group of
+  // any more is kept, shown as it is.
+  const chosen = report.deviceGroups || [];
+  const groups = reportChoices.groups.concat(chosen.filter((guid) =>
+    !reportChoices.groups.some((g) => g.guid === guid)).map((guid) => ({ guid, path: guid })));
+  groups.sort((a, b) => chosen.includes(b.guid) - chosen.includes(a.guid));
+  $('r-groups').replaceChildren(...groups.map((g) => {
+    const label = document.createElement('label');
+    label.className = 'flag';
+    const box = document.createElement('input');
+    box.type = 'checkbox';
+    box.value = g.guid;
+    box.checked = chosen.includes(g.guid);
+    label.append(box, g.path);
+    return label;
+  }));
   showDeviceGroups();
   const sort = $('r-sort-property');
   sort.replaceChildren(new Option('(not sorted)', 0),
@@ -429,10 +439,8 @@ function openReportParts(values) {
   $('r-sort-type').value = report.sort && report.sort.descending ? 'desc' : 'asc';
   const height = $('g-firstRowHeight');
   if (height && report.autoFirstRowHeight) {
-    const note = document.createElement('span');
-    note.className = 'note';
-    note.textContent = ' (fits the headings)';
-    height.before(note);
+    height.parentElement.firstChild.textContent += '(fits the headings)';
+    height.title = 'Follows the headings while it is not given another height';
   }
   state.reportColumns = (report.columns || []).map((c) => Object.assign({}, c));
   state.reportColumn = -1;
@@ -533,7 +541,8 @@ function removeReportColumn() {
 
 function reportParts() {
   const lists = [...$('r-lists').querySelectorAll('input:checked')].map((b) => Number(b.value));
-  const groups = lists.includes(1) ? [...$('r-groups').selectedOptions].map((o) => o.value) : [];
+  const groups = lists.includes(1)
+    ? [...$('r-groups').querySelectorAll('input:checked')].map((b) => b.value) : [];
   return { lists, deviceGroups: groups,
            sort: { property: Number($('r-sort-property').value), descending: $('r-sort-type').value === 'desc' },
            columns: state.reportColumns.map((c) => ({ property: c.property, length: c.length,
@@ -882,6 +891,7 @@ async function start() {
   $('rc-down').addEventListener('click', () => moveReportColumn(1));
   $('col-form').addEventListener('submit', takeReportColumn);
   $('c-cancel').addEventListener('click', () => $('col-dialog').close());
+  $('col-form').addEventListener('input', () => { $('c-error').textContent = ''; });
   $('merge-file').addEventListener('change', uploadMergeSource);
   $('merge-apply').addEventListener('click', applyMerge);
   $('pid-form').addEventListener('submit', savePartId);

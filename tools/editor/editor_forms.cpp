@@ -326,8 +326,8 @@ const std::vector<FormKind>& formKinds() {
        true},
       // The objects a report lists, its sort and its columns are checked by storeReport.
       {"reports",
-       {{"id", "Id", FormField::integer, nullptr, 0, 0, true},
-        {"name", "Name", FormField::text},
+       {{"name", "Name", FormField::text},
+        {"id", "Id", FormField::integer, nullptr, 0, 0, true},
         {"columnCount", "Columns", FormField::integer, nullptr, 0, 0, true},
         {"style", "Text style", FormField::choice, "textStyles"},
         {"fontHeight", "Text height", FormField::real, nullptr, 0.01, 1000},
