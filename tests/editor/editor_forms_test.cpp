@@ -376,22 +376,29 @@ TEST_F(EditorReportsTest, AFittingFirstRowGoesOnFittingUntilItIsGivenAHeight) {
   EXPECT_EQ(call("GET", "/reports").body["items"][0]["autoFirstRowHeight"], false);
 }
 
-// A report read from a file may name a definition deleted since: saving it keeps that.
+// A report read from a file may name a definition deleted since, or have a heading of
+// another code page ("L\xE4nge" in Latin-1, which the page receives with U+FFFD for the
+// byte): saving it unchanged keeps them.
 TEST_F(EditorReportsTest, WhatAStoredReportNamesIsKeptThoughTheDatasetLacksIt) {
   {
     CKdProject project = reread();
     CSReportColumn lost;
     lost.setPropertyId(77);
     lost.setLineType(9);
+    lost.setHeader1("L\xE4nge");
     project.reportDefs().findId(1)->columns().append(&lost);
     ASSERT_TRUE(project.updateDb(nullptr));
   }
   EditorApi fresh(file_);
   std::string why;
   ASSERT_TRUE(fresh.open(why)) << why;
-  json item = fresh.handle(ApiRequest{"GET", "/reports", {}, ""}).body["items"][0];
+  // What the server sends the page.
+  const std::string sent = fresh.handle(ApiRequest{"GET", "/reports", {}, ""})
+                               .body.dump(-1, ' ', false, json::error_handler_t::replace);
+  json item = json::parse(sent)["items"][0];
   ASSERT_EQ(item["columns"].size(), 3u);
   EXPECT_EQ(item["columns"][2]["propertyName"], "#77");
+  EXPECT_EQ(item["columns"][2]["header1"], "L\xEF\xBF\xBDnge");
   item["name"] = "Kept";
   ApiReply reply = fresh.handle(ApiRequest{"PUT", "/reports/1", {}, item.dump()});
   ASSERT_EQ(reply.status, 200) << reply.body.dump();
@@ -401,6 +408,7 @@ TEST_F(EditorReportsTest, WhatAStoredReportNamesIsKeptThoughTheDatasetLacksIt) {
   ASSERT_EQ(kept.columns().length(), 3);
   EXPECT_EQ(kept.columns().at(2)->propertyId(), 77);
   EXPECT_EQ(kept.columns().at(2)->lineType(), 9);
+  EXPECT_STREQ(kept.columns().at(2)->header1(), "L\xE4nge");
   // Another report cannot take up what only the first one names.
   reply = fresh.handle(
       ApiRequest{"POST",

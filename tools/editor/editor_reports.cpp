@@ -71,6 +71,13 @@ std::string listsText(const CKdReport& report) {
   return text;
 }
 
+// A text as the page receives it: bytes that are no UTF-8 replaced by U+FFFD, as the server
+// writes its answers.
+std::string shownText(const std::string& bytes) {
+  return json::parse(json(bytes).dump(-1, ' ', false, json::error_handler_t::replace))
+      .get<std::string>();
+}
+
 std::string guidText(const CKdGuid& guid) {
   char text[CKdGuid::textBufferSize];
   return guid.toSz(text, sizeof text);
@@ -204,12 +211,22 @@ class ReportReader {
     return false;
   }
 
+  // A stored heading that is no UTF-8 (8-bit text of another code page) reaches the page with
+  // U+FFFD for each byte that does not fit; that text coming back means the stored bytes.
+  std::string storedHeading(const std::string& text) const {
+    for (int i = 0; stored_ && i < stored_->columns().length(); ++i)
+      for (const char* bytes :
+           {stored_->columns().at(i)->header1(), stored_->columns().at(i)->header2()})
+        if (text != bytes && text == shownText(bytes)) return bytes;
+    return text;
+  }
+
   bool header(const json& column, const char* key, const std::string& what, std::string& out) {
     out.clear();
     auto it = column.find(key);
     if (it == column.end() || it->is_null()) return true;
     if (!it->is_string()) return fail(what + " must be a text");
-    out = it->get<std::string>();
+    out = storedHeading(it->get<std::string>());
     if (out.find_first_of(std::string("\r\n\0", 3)) != std::string::npos)
       return fail(what + " must be one line");
     // The heading is stored as it is typed or not at all: a cut one would read differently.
