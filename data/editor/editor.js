@@ -3,6 +3,8 @@
 'use strict';
 
 const $ = (id) => document.getElementById(id);
+const PRODUCT_COLUMNS = [['desc', 'Description'], ['partId', 'Part ID'], ['linetype', 'Linetype'],
+                         ['color', 'Colour'], ['properties', 'Properties']];
 const PAGES = [
   { kind: 'propertyDefs', title: 'Property definitions', editable: true,
     columns: [['name', 'Name'], ['desc', 'Description'], ['valueTypeName', 'Value type'],
@@ -20,13 +22,12 @@ const PAGES = [
   { kind: 'symbols', title: '2D symbols', picture: 'symbols', form: '2D symbol' },
   { kind: 'blocks', title: 'Blocks', picture: 'blocks', form: 'Block',
     columns: [['group', 'Group'], ['desc', 'Name'], ['items', 'Items']] },
-  { kind: 'groups', title: 'Product groups', products: true,
-    columns: [['desc', 'Description'], ['partId', 'Part ID'], ['linetype', 'Linetype'],
-              ['color', 'Colour'], ['properties', 'Properties']] },
-  { kind: 'ductDefs', title: 'Duct definitions' },
-  { kind: 'pipeDefs', title: 'Pipe definitions' },
-  { kind: 'electricDefs', title: 'Electric cable definitions' },
-  { kind: 'dataDefs', title: 'Data cable definitions' },
+  { kind: 'groups', title: 'Product groups', products: true, columns: PRODUCT_COLUMNS },
+  { kind: 'ductDefs', title: 'Duct definitions', products: true, set: true, columns: PRODUCT_COLUMNS },
+  { kind: 'pipeDefs', title: 'Pipe definitions', products: true, set: true, columns: PRODUCT_COLUMNS },
+  { kind: 'electricDefs', title: 'Electric cable definitions', products: true, set: true,
+    columns: PRODUCT_COLUMNS },
+  { kind: 'dataDefs', title: 'Data cable definitions', products: true, set: true, columns: PRODUCT_COLUMNS },
   { kind: 'merge', title: 'Merge a dataset', merge: true },
 ];
 const PAGE_ROWS = 100;
@@ -78,6 +79,13 @@ async function api(method, path, body, answers = []) {
     await showBox({ caption: 'Dataset editor', text: data.error, buttons: ['ok'] });
   }
   return { status: response.status, body: data };
+}
+
+// The JSON of an upload's answer; a refusal before the interface (an upload over its limit)
+// answers in plain text, which becomes the error.
+async function readReply(response) {
+  const text = await response.text();
+  try { return JSON.parse(text); } catch (e) { return { error: text.trim() || response.statusText }; }
 }
 
 function cell(text) {
@@ -596,8 +604,7 @@ async function uploadMergeSource() {
   if (!file) return;
   const response = await fetch('api/merge/source?name=' + encodeURIComponent(file.name), {
     method: 'POST', body: file, headers: { 'Content-Type': 'application/octet-stream' } });
-  let data = {};
-  try { data = await response.json(); } catch (e) { data = { error: response.status === 413 ? 'The file is too large.' : response.statusText }; }
+  const data = await readReply(response);
   for (const box of data.messages || []) await showBox(box);
   $('merge-file').value = '';
   $('merge-report').replaceChildren();
@@ -683,8 +690,7 @@ async function uploadFile() {
   if (!file) return;
   const response = await fetch('api/' + state.page.kind + '/import', { method: 'POST', body: file,
     headers: { 'Content-Type': 'application/octet-stream' } });
-  let data = {};
-  try { data = await response.json(); } catch (e) { data = { error: response.status === 413 ? 'The file is too large.' : response.statusText }; }
+  const data = await readReply(response);
   for (const box of data.messages || []) await showBox(box);
   if (!response.ok) {
     if (!(data.messages || []).length) await showBox({ caption: 'Import ' + state.page.files.type + ' file', text: data.error || 'Refused', buttons: ['ok'] });
@@ -695,7 +701,7 @@ async function uploadFile() {
   await loadList();
 }
 
-// ---- product groups and products ------------------------------------------------------
+// ---- product groups, poly-object sets and products ------------------------------------
 
 async function loadGroups() {
   const { body } = await api('GET', 'groups');
@@ -716,6 +722,7 @@ async function loadGroups() {
     const div = document.createElement('div');
     div.style.paddingLeft = depth + 'rem';
     div.textContent = g.desc + (g.products ? ' (' + g.products + ')' : '');
+    if (String(g.id) === String(state.group)) div.className = 'active';
     div.addEventListener('click', () => {
       for (const n of tree.querySelectorAll('.active')) n.className = '';
       div.className = 'active';
@@ -728,23 +735,32 @@ async function loadGroups() {
   tree.replaceChildren(...nodes);
 }
 
-async function openGroup(id) {
-  state.group = id;
+// Shows the products of a group (its id) or of a poly-object set (its page's kind).
+async function openGroup(owner) {
+  state.group = owner;
+  state.editing = null;
   $('prod-form').hidden = true;
+  $('add').hidden = false;
+  await reloadProducts();
+}
+
+// Reads the shown products again from their first page on; an open form keeps its entries.
+async function reloadProducts() {
+  if (state.group === null) return;
   state.items = [];
   state.productsTotal = 0;
   document.querySelector('#table tbody').replaceChildren();
   await loadProducts();
 }
 
-// Loads the next page of the group's products; the table grows as it is scrolled.
+// Loads the next page of the owner's products; the table grows as it is scrolled.
 async function loadProducts() {
   if (state.productsLoading || state.group === null) return;
   if (state.items.length && state.items.length >= state.productsTotal) return;
   state.productsLoading = true;
   const group = state.group;
-  const query = 'products?group=' + group + '&offset=' + state.items.length + '&limit=' + PAGE_ROWS +
-    '&filter=' + encodeURIComponent($('filter').value);
+  const query = 'products?group=' + encodeURIComponent(group) + '&offset=' + state.items.length +
+    '&limit=' + PAGE_ROWS + '&filter=' + encodeURIComponent($('filter').value);
   const { body } = await api('GET', query);
   state.productsLoading = false;
   if (group !== state.group) return;
@@ -754,52 +770,152 @@ async function loadProducts() {
   status(state.items.length + ' of ' + state.productsTotal + ' products shown');
 }
 
+// The part ID formats, linetypes and property definitions a product chooses from.
+const productChoices = { formats: [], linetypes: [], properties: [] };
+
+async function loadProductChoices() {
+  const [formats, linetypes, properties] = await Promise.all(
+    [api('GET', 'partIdFormats'), api('GET', 'linetypes'), api('GET', 'propertyDefs')]);
+  productChoices.formats = formats.body.items || [];
+  productChoices.linetypes = (linetypes.body.items || []).map((l) => l.name);
+  productChoices.properties = (properties.body.items || []).map((p) => p.name);
+}
+
 async function openProduct(id) {
-  const { status: code, body } = await api('GET', 'products/' + state.group + '/' + id);
+  const owner = state.group;
+  const { status: code, body } = await api('GET', 'products/' + encodeURIComponent(owner) + '/' + id);
   if (code >= 300) return;
-  showProduct(body.item);
+  showProduct(Object.assign(body.item, { owner }));
+}
+
+function newProduct() {
+  for (const row of document.querySelectorAll('#table tbody tr.selected')) row.className = '';
+  showProduct({ id: 0, owner: state.group, desc: '', partIdFormat: 0, linetype: '', color: 256,
+                lineWidth: 0, properties: [], available: productChoices.properties });
+  $('d-desc').focus();
+}
+
+function fillSelect(select, options, value) {
+  select.replaceChildren(...options.map(([v, text]) => new Option(text, v)));
+  if (!options.some(([v]) => v === value)) select.append(new Option(value, value));
+  select.value = value;
 }
 
 function showProduct(item) {
   state.editing = item;
   $('prod-form').hidden = false;
-  $('prod-title').textContent = 'Product ' + item.id + (item.partId ? ' (' + item.partId + ')' : '');
+  $('prod-title').textContent = !item.id ? 'New product'
+    : 'Product ' + item.id + (item.partId ? ' (' + item.partId + ')' : '');
   $('d-desc').value = item.desc;
-  const fields = item.properties.map((p) => {
-    const label = document.createElement('label');
-    label.textContent = p.name + (p.unitLabel ? ' ' + p.unitLabel : '');
-    const input = document.createElement('input');
-    input.value = p.value;
-    input.dataset.property = p.name;
-    input.dataset.original = p.value;
-    label.append(input);
-    return label;
+  fillSelect($('d-format'), [['0', '(none)']].concat(productChoices.formats.map(
+    (f) => [String(f.id), f.desc + (f.format ? ': ' + f.format : '')])), String(item.partIdFormat));
+  fillSelect($('d-linetype'), [['', '(by layer)']].concat(productChoices.linetypes.map((n) => [n, n])),
+    item.linetype);
+  $('d-color').value = item.color;
+  $('d-width').value = item.lineWidth;
+  $('d-properties').replaceChildren(...item.properties.map((p) => propertyRow(p, false)));
+  fillAddChoices(item.available);
+  $('d-delete').hidden = !item.id;
+}
+
+// One property of the form: its value, and a button that takes it off the product.
+function propertyRow(p, added) {
+  const row = document.createElement('div');
+  row.className = 'property';
+  row.dataset.property = p.name;
+  if (added) row.dataset.added = '1';
+  const label = document.createElement('label');
+  label.textContent = p.name + (p.unitLabel ? ' ' + p.unitLabel : '');
+  const input = document.createElement('input');
+  input.value = p.value;
+  input.dataset.property = p.name;
+  input.dataset.original = added ? '' : p.value;
+  label.append(input);
+  const remove = document.createElement('button');
+  remove.type = 'button';
+  remove.textContent = '\u00d7';
+  remove.title = 'Remove ' + p.name;
+  remove.addEventListener('click', () => {
+    row.hidden = true;
+    row.dataset.removed = '1';
+    $('d-add').append(new Option(p.name, p.name));
   });
-  $('d-properties').replaceChildren(...fields);
+  row.append(label, remove);
+  return row;
+}
+
+function fillAddChoices(names) {
+  const select = $('d-add');
+  select.replaceChildren(new Option('(choose a property definition)', ''),
+    ...names.map((n) => new Option(n, n)));
+}
+
+function addProperty() {
+  const select = $('d-add');
+  const name = select.value;
+  if (!name) return;
+  select.remove(select.selectedIndex);
+  const kept = [...$('d-properties').children].find((r) => r.dataset.property === name);
+  if (kept) { kept.hidden = false; delete kept.dataset.removed; return; }
+  const row = propertyRow({ name, value: '' }, true);
+  $('d-properties').append(row);
+  row.querySelector('input').focus();
+}
+
+function productRowOf(item) {
+  return { id: item.id, desc: item.desc, partId: item.partId, linetype: item.linetype,
+           color: item.color, properties: item.properties.map((p) => p.name + '=' + p.value).join(', ') };
 }
 
 async function saveProduct(event) {
   event.preventDefault();
   const item = state.editing;
-  const properties = {};
-  for (const input of $('d-properties').querySelectorAll('input'))
-    if (input.value !== input.dataset.original) properties[input.dataset.property] = input.value;
-  const { status: code, body } = await api('PUT', 'products/' + item.group + '/' + item.id,
-    { desc: $('d-desc').value, properties });
+  const change = { desc: $('d-desc').value, partIdFormat: Number($('d-format').value),
+                   linetype: $('d-linetype').value, color: Number($('d-color').value),
+                   lineWidth: Number($('d-width').value),
+                   properties: {}, addProperties: [], removeProperties: [] };
+  for (const row of $('d-properties').children) {
+    const name = row.dataset.property;
+    const input = row.querySelector('input');
+    if (row.dataset.removed) {
+      if (!row.dataset.added) change.removeProperties.push(name);
+      continue;
+    }
+    if (row.dataset.added) change.addProperties.push(name);
+    if (input.value !== input.dataset.original) change.properties[name] = input.value;
+  }
+  const owner = encodeURIComponent(item.owner);
+  const { status: code, body } = item.id
+    ? await api('PUT', 'products/' + owner + '/' + item.id, change)
+    : await api('POST', 'products/' + owner, change);
   if (body.reloaded) {
-    await openGroup(state.group);
+    if (String(state.group) === String(item.owner)) await reloadProducts();
     status('The dataset was read again; your entries are kept. Save again to store them.');
     return;
   }
   if (code >= 300) return;
-  showProduct(body.item);
-  const row = state.items.find((r) => r.id === item.id);
-  if (row) {
-    row.desc = body.item.desc;
-    row.properties = body.item.properties.map((p) => p.name + '=' + p.value).join(', ');
-    renderRows();
-  }
+  showProduct(Object.assign(body.item, { owner: item.owner }));
+  const row = state.items.find((r) => r.id === body.item.id);
+  if (row) Object.assign(row, productRowOf(body.item));
+  else { state.items.push(productRowOf(body.item)); state.productsTotal += 1; }
+  renderRows();
   status('Saved "' + body.item.desc + '".');
+}
+
+async function deleteProduct() {
+  const item = state.editing;
+  const answer = await showBox({ caption: 'Delete Product', text: 'Delete "' + item.desc + '"?',
+                                 buttons: ['yes', 'no'] });
+  if (answer !== 'yes') return;
+  const { status: code, body } = await api('DELETE', 'products/' + encodeURIComponent(item.owner) + '/' + item.id, {});
+  if (body.reloaded) { await reloadProducts(); return; }
+  if (code >= 300) return;
+  $('prod-form').hidden = true;
+  state.editing = null;
+  state.items = state.items.filter((r) => r.id !== item.id);
+  state.productsTotal -= 1;
+  renderRows();
+  status('Deleted "' + item.desc + '".');
 }
 
 // ---- pages ----------------------------------------------------------------------------
@@ -833,7 +949,7 @@ async function openPage(page) {
     $('download').href = 'api/' + page.kind + '/export';
     $('download').download = page.files.name;
   }
-  $('groups').hidden = !page.products;
+  $('groups').hidden = !page.products || !!page.set;
   $('filter').value = '';
   status('');
   renderHead();
@@ -843,7 +959,8 @@ async function openPage(page) {
     await openMerge();
   } else if (page.products) {
     document.querySelector('#table tbody').replaceChildren();
-    await loadGroups();
+    await loadProductChoices();
+    if (page.set) await openGroup(page.kind); else await loadGroups();
   } else {
     await loadList();
   }
@@ -857,7 +974,10 @@ async function watch() {
   const { body } = await api('GET', 'status');
   if (!body.reloaded) return;
   if (state.page.merge) await openMerge();
-  else if (state.page.products) await loadGroups(); else await loadList();
+  else if (state.page.products) {
+    if (!state.page.set) await loadGroups();
+    await reloadProducts();
+  } else await loadList();
   status('The dataset was read again after another user saved it.');
 }
 
@@ -873,10 +993,11 @@ async function start() {
     $('tree').append(li);
   }
   $('filter').addEventListener('input', () => {
-    if (state.page.products) openGroup(state.group); else renderRows();
+    if (state.page.products) reloadProducts(); else renderRows();
   });
   $('add').addEventListener('click', () => {
-    if (state.page.partIds) openPartIdForm(null);
+    if (state.page.products) newProduct();
+    else if (state.page.partIds) openPartIdForm(null);
     else if (state.page.report) openGenForm(null, reportChoices.defaults);
     else if (state.page.form) openGenForm(null);
     else openForm(null);
@@ -897,6 +1018,8 @@ async function start() {
   $('pid-form').addEventListener('submit', savePartId);
   $('prod-form').addEventListener('submit', saveProduct);
   $('d-cancel').addEventListener('click', () => { $('prod-form').hidden = true; state.editing = null; });
+  $('d-delete').addEventListener('click', deleteProduct);
+  $('d-add').addEventListener('change', addProperty);
   $('p-delete').addEventListener('click', deletePartId);
   $('p-cancel').addEventListener('click', () => { $('pid-form').hidden = true; state.editing = null; renderRows(); });
   $('form').addEventListener('submit', saveForm);

@@ -106,6 +106,72 @@ bool CKdProject::deleteGroups(HWND hwnd, long groupId, bool withGroup) {
   return true;
 }
 
+void CKdProject::blocksPlacing(const CKdGuid& guid, CWszArray& names) const {
+  names = CWszArray();
+  if (guid.isNull()) return;
+  for (int g = 0; g < productGroups_.length(); ++g) {
+    const CKdBlockArray& blocks = productGroups_.objAt(g)->blocks();
+    for (int b = 0; b < blocks.length(); ++b) {
+      const CKdBlockItemArray& items = blocks.objAt(b)->items();
+      for (int i = 0; i < items.length(); ++i) {
+        if (items.objAt(i)->guid() != guid) continue;
+        names.append(blocks.objAt(b)->desc());
+        break;
+      }
+    }
+  }
+}
+
+bool CKdProject::deleteProductDefs(HWND hwnd, CKdProductDefArray& products,
+                                   const CInt32Array& indexes) {
+  failReason_ = CQbase::reasonNone;
+  // Where the products are stored: under their group's key, or in a set of their own.
+  const CKdProductGroup* owner = nullptr;
+  for (int g = 0; g < productGroups_.length() && !owner; ++g)
+    if (&productGroups_.objAt(g)->products() == &products) owner = productGroups_.objAt(g);
+  bool polySet = false;
+  for (VxKd::systemTypeIds type :
+       {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemElectric, VxKd::systemData})
+    polySet = polySet || polyDefSets(type) == &products;
+  if (!owner && !polySet) return false;
+
+  CQbase db;
+  if (!openDb(hwnd, db, true)) return false;
+  // A block item names its product by GUID: deleting the product would leave it drawing
+  // nothing.
+  CWszArray placedBy;
+  CInt32Array doomed;
+  for (int32_t index : indexes) {
+    if (index < 0 || index >= products.length() || doomed.contains(index)) continue;
+    CWszArray blocks;
+    blocksPlacing(products.objAt(index)->guid(), blocks);
+    for (int b = 0; b < blocks.length(); ++b) placedBy.append(blocks.at(b));
+    if (blocks.length() == 0) doomed.append(index);
+  }
+  const CKdProductDefArray before(products);
+  for (int32_t index : doomed) {
+    if (owner)
+      before.objAt(index)->deleteFrom(db, owner->dbId());
+    else
+      before.objAt(index)->deleteFrom(db, products.classId());
+  }
+  products.deleteAt(doomed);
+  if (!db.closeDatabase()) {
+    failReason_ = db.reason();
+    products = before;
+    return false;
+  }
+  timeStamp_.initFor(fileName_);
+  if (placedBy.length() == 0) return true;
+  CWsz text = VxKd::lngDbText(7528,
+                              L"#Some of the selected product definitions could not be deleted. "
+                              L"They are used in following items:");
+  text.cat(L"\r\n").cat(VxKd::lngDbText(7522, L"#Block definitions")).cat(L":");
+  for (int b = 0; b < placedBy.length(); ++b) text.cat(L"\r\n").cat(placedBy.at(b));
+  VxKd::msgBox(hwnd, 0, text, 11142, L"#Cannot Delete", MB_OK, MB_ICONEXCLAMATION);
+  return false;
+}
+
 bool CKdProject::blockDefCreateDlg(HWND hwnd, CWsz& name, long& groupId) {
   VXDialog dialog;
   dialog.setTitle(VxKd::lngDbText(3474, L"#New Block"));

@@ -194,6 +194,31 @@ test('a product\'s property is found, changed and saved', async () => {
   assert.match(vkd('list', dataset, 'products'), /Width=450/);
 });
 
+test('a duct definition is added with a property, changed and deleted', async () => {
+  await showPage(page, 'Duct definitions');
+  await page.waitForSelector('#table tbody tr');
+  await page.click('#add');
+  await page.fill('#d-desc', 'Round duct 315');
+  await page.selectOption('#d-add', 'Diameter');
+  await page.fill('#d-properties input[data-property="Diameter"]', '315');
+  await page.click('#d-save');
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Saved'));
+  await page.waitForSelector('#table tbody tr:has(td:text-is("Round duct 315"))');
+  await page.screenshot({ path: path.join(SHOTS, 'poly-added.png') });
+  assert.match(vkd('list', dataset, 'polydefs'), /Round duct 315 .*Diameter=315/);
+  // A property taken off and a colour given, in one save.
+  await page.click('#d-properties .property[data-property="Diameter"] button');
+  await page.fill('#d-color', '3');
+  await page.click('#d-save');
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Saved'));
+  const row = vkd('list', dataset, 'polydefs').split('\n').find((l) => l.includes('Round duct 315'));
+  assert.doesNotMatch(row, /Diameter/);
+  await page.click('#d-delete');
+  await takeBox(page);
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Deleted'));
+  assert.doesNotMatch(vkd('list', dataset, 'polydefs'), /Round duct 315/);
+});
+
 test('a layer changed in the generic form is in the file', async () => {
   await showPage(page, 'Layers');
   await page.click('#table tbody tr:has(td:text-is("M-DUCT"))');

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "support/sample_project.h"
@@ -41,6 +43,12 @@ class EditorApiTest : public ::testing::Test {
     CKdProject project;
     EXPECT_TRUE(project.readDb(nullptr, CWsz::fromUtf8(file_.c_str())));
     return project;
+  }
+  std::string fileBytes() const {
+    std::ifstream in(file_, std::ios::binary);
+    std::ostringstream out;
+    out << in.rdbuf();
+    return out.str();
   }
   const CKdPropertyDef* storedDef(const CKdProject& project, const wchar_t* name) {
     return project.propertyDefs().findName(name);
@@ -366,7 +374,7 @@ TEST_F(EditorApiTest, ProductsComeInPages) {
   EXPECT_EQ(reply.body["total"], 1);
   EXPECT_NE(reply.body["rows"][0]["properties"].get<std::string>().find("Width=600"),
             std::string::npos);
-  EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "x"}}).status, 400);
+  EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "x"}}).status, 404);
   EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "2"}, {"limit", "0"}}).status, 400);
   EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "2"}, {"offset", "-1"}}).status, 400);
   EXPECT_EQ(call("GET", "/products", nullptr, {{"group", "77"}}).status, 404);
@@ -409,6 +417,151 @@ TEST_F(EditorApiTest, AProductChangeWithABadValueStoresNothingOfIt) {
   }
   EXPECT_EQ(call("PUT", "/products/2/1", {{"properties", "Width=1"}}).status, 400);
   EXPECT_EQ(call("PUT", "/products/2/99", {{"desc", "x"}}).status, 404);
+}
+
+// ---- poly-object definitions and the products of groups, added, changed, deleted ----------
+
+const CKdProductDef* ductDef(const CKdProject& project, long id) {
+  return project.polyDefSets(VxKd::systemDuct)->findId(id);
+}
+
+TEST_F(EditorApiTest, APolyObjectDefinitionIsChangedAddedAndDeletedInTheFile) {
+  ApiReply reply = call("GET", "/products", nullptr, {{"group", "ductDefs"}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  ASSERT_EQ(reply.body["total"], 1);
+  // The set's part IDs are built by their format, as the groups' are.
+  EXPECT_EQ(reply.body["rows"][0]["partId"], "400x200");
+
+  reply = call("PUT", "/products/ductDefs/1",
+               {{"properties", {{"Width", "500"}}},
+                {"color", 3},
+                {"linetype", "HIDDEN"},
+                {"lineWidth", 0.5},
+                {"removeProperties", {"Flow"}}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  EXPECT_EQ(reply.body["item"]["partId"], "500x200");
+  {
+    const CKdProject stored = reread();
+    const CKdProductDef* duct = ductDef(stored, 1);
+    ASSERT_NE(duct, nullptr);
+    EXPECT_EQ(duct->colorNmb(), 3);
+    EXPECT_STREQ(duct->lineType(), L"HIDDEN");
+    EXPECT_FLOAT_EQ(duct->lineWidth(), 0.5f);
+    EXPECT_STREQ(duct->properties().findProperty(L"Width")->getValueAsText(false), L"500");
+    EXPECT_EQ(duct->properties().findProperty(L"Flow"), nullptr);
+    EXPECT_NE(duct->properties().findProperty(L"Height"), nullptr);
+  }
+
+  reply = call("POST", "/products/ductDefs",
+               {{"desc", "Round duct"},
+                {"partIdFormat", 4},
+                {"addProperties", {"Width", "Height"}},
+                {"properties", {{"Width", "250"}, {"Height", "250"}}}});
+  ASSERT_EQ(reply.status, 201) << reply.body.dump();
+  const long added = reply.body["item"]["id"];
+  EXPECT_EQ(reply.body["item"]["partId"], "250x250");
+  {
+    const CKdProject stored = reread();
+    const CKdProductDef* round = ductDef(stored, added);
+    ASSERT_NE(round, nullptr);
+    EXPECT_STREQ(round->desc(), L"Round duct");
+    EXPECT_FALSE(round->guid().isNull());
+    EXPECT_EQ(round->partIdFmtId(), 4);
+    EXPECT_EQ(round->properties().length(), 2);
+  }
+
+  reply = call("DELETE", "/products/ductDefs/" + std::to_string(added), json::object());
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  const CKdProject stored = reread();
+  EXPECT_EQ(ductDef(stored, added), nullptr);
+  EXPECT_NE(ductDef(stored, 1), nullptr);
+  EXPECT_EQ(stored.polyDefSets(VxKd::systemDuct)->length(), 1);
+}
+
+TEST_F(EditorApiTest, AGroupProductIsDeletedUnlessABlockPlacesIt) {
+  // The socket outlet of group 3 is placed by the block "Socket pair".
+  ApiReply reply = call("DELETE", "/products/3/1", json::object());
+  EXPECT_EQ(reply.status, 422);
+  ASSERT_FALSE(reply.body["messages"].empty()) << reply.body.dump();
+  EXPECT_EQ(reply.body["messages"][0]["caption"], "Cannot Delete");
+  EXPECT_NE(reply.body["messages"][0]["text"].get<std::string>().find("Socket pair"),
+            std::string::npos);
+  EXPECT_NE(reread().productGroups().findProduct(3, 1), nullptr);
+  EXPECT_NE(api_.project().productGroups().findProduct(3, 1), nullptr);
+
+  // Under a group and under the root: the keys differ, both records go.
+  for (const auto& [group, id] : {std::pair{2L, 1L}, std::pair{-1L, 5L}}) {
+    const std::string path = "/products/" + std::to_string(group) + "/" + std::to_string(id);
+    reply = call("DELETE", path, json::object());
+    ASSERT_EQ(reply.status, 200) << path << reply.body.dump();
+    EXPECT_EQ(reread().productGroups().findProduct(group, id), nullptr) << path;
+  }
+}
+
+TEST_F(EditorApiTest, AProductAddedToAGroupGetsAnIdItsKeyHolds) {
+  const ApiReply reply = call("POST", "/products/2", {{"desc", "Grille 300x300"}});
+  ASSERT_EQ(reply.status, 201) << reply.body.dump();
+  const long id = reply.body["item"]["id"];
+  EXPECT_GE(id, 1);
+  EXPECT_LE(id, CKdProductDefArray::kMaxGroupProductId);
+  const CKdProject project = reread();
+  const CKdProductDef* stored = project.productGroups().findProduct(2, id);
+  ASSERT_NE(stored, nullptr);
+  EXPECT_STREQ(stored->desc(), L"Grille 300x300");
+}
+
+TEST_F(EditorApiTest, ARefusedProductChangeLeavesTheFileAsItWas) {
+  const std::string before = fileBytes();
+  const struct {
+    const char* method;
+    const char* path;
+    json body;
+    int status;
+  } kRefused[] = {
+      {"PUT", "/products/ductDefs/1", {{"color", 300}}, 400},
+      {"PUT", "/products/ductDefs/1", {{"color", 2.5}}, 400},
+      {"PUT", "/products/ductDefs/1", {{"lineWidth", -1}}, 400},
+      {"PUT", "/products/ductDefs/1", {{"desc", 5}}, 400},
+      {"PUT", "/products/ductDefs/1", {{"desc", "two\nlines"}}, 400},
+      {"PUT", "/products/ductDefs/1", {{"desc", ""}}, 422},
+      {"PUT", "/products/ductDefs/1", {{"linetype", "NOPE"}}, 422},
+      {"PUT", "/products/ductDefs/1", {{"partIdFormat", 99}}, 422},
+      {"PUT", "/products/ductDefs/1", {{"addProperties", {"Nope"}}}, 422},
+      {"PUT", "/products/ductDefs/1", {{"addProperties", {"Width"}}}, 422},
+      {"PUT", "/products/ductDefs/1", {{"addProperties", "Width"}}, 400},
+      {"PUT", "/products/ductDefs/1", {{"removeProperties", {"Nope"}}}, 422},
+      // The first change would be fine; the second spoils the whole request.
+      {"PUT", "/products/ductDefs/1", {{"color", 1}, {"properties", {{"Width", "wide"}}}}, 422},
+      {"POST", "/products/ductDefs", {{"linetype", "HIDDEN"}}, 400},
+      {"POST", "/products/pipeDefs", {{"desc", "x"}, {"addProperties", {"Nope"}}}, 422},
+      {"PUT", "/products/ductDefs/99", {{"color", 1}}, 404},
+      {"PUT", "/products/noSuchSet/1", {{"color", 1}}, 404},
+      {"DELETE", "/products/77/1", json::object(), 404},
+      {"PATCH", "/products/ductDefs/1", json::object(), 405},
+  };
+  for (const auto& r : kRefused) {
+    const ApiReply reply = call(r.method, r.path, r.body);
+    EXPECT_EQ(reply.status, r.status) << r.method << " " << r.path << " " << r.body.dump();
+    EXPECT_TRUE(reply.body.contains("error")) << r.body.dump();
+    EXPECT_EQ(fileBytes(), before) << r.body.dump();
+  }
+  // Memory holds what the file holds.
+  const CKdProductDef* duct = ductDef(api_.project(), 1);
+  EXPECT_EQ(duct->colorNmb(), 256);
+  EXPECT_STREQ(duct->properties().findProperty(L"Width")->getValueAsText(false), L"400");
+  EXPECT_EQ(api_.project().polyDefSets(VxKd::systemPipe)->length(), 1);
+}
+
+TEST_F(EditorApiTest, AProductWaitsWhileAnotherUserHoldsTheLock) {
+  CLockFile other;
+  ASSERT_EQ(
+      other.set(CLockFile::lockFileNameFor(CWsz::fromUtf8(file_.c_str())), L"someone", nullptr), 0);
+  EXPECT_EQ(call("POST", "/products/ductDefs", {{"desc", "Blocked"}}).status, 409);
+  EXPECT_EQ(call("DELETE", "/products/2/1", json::object()).status, 409);
+  other.release();
+  const CKdProject stored = reread();
+  EXPECT_EQ(stored.polyDefSets(VxKd::systemDuct)->length(), 1);
+  EXPECT_NE(stored.productGroups().findProduct(2, 1), nullptr);
 }
 
 TEST_F(EditorApiTest, AQuestionIsPutToThePageAndItsAnswerDecides) {

@@ -512,14 +512,6 @@ TEST_F(EditorFormsTest, AFormChangeWaitsWhileAnotherUserHoldsTheLock) {
   EXPECT_STREQ(reread().layerDefs().findLayerDef(11)->name(), L"M-DUCT");
 }
 
-TEST_F(EditorFormsTest, PolyObjectSetsAreListed) {
-  for (const char* kind : {"ductDefs", "pipeDefs", "electricDefs", "dataDefs"}) {
-    const ApiReply reply = call("GET", std::string("/") + kind);
-    EXPECT_EQ(reply.status, 200) << kind;
-    EXPECT_TRUE(reply.body["items"].is_array()) << kind;
-  }
-}
-
 // ---- the merge page ---------------------------------------------------------------------
 
 class EditorMergeTest : public EditorFormsTest {

@@ -9,6 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <string>
@@ -195,6 +197,42 @@ TEST_F(EditServerTest, AnUploadOverTheLimitIsRefusedAndNothingIsImported) {
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->status, 413);
   EXPECT_EQ(vxkd_test::runVkd({"list", file(), "linetypes"}).out.find("HUGE"), std::string::npos);
+}
+
+TEST_F(EditServerTest, ASourceDatasetOverTheUploadLimitIsStillCompared) {
+  // The sample with thousands of products more: a real catalogue is larger than the 1 MiB
+  // that holds LIN and STY files.
+  const std::string source = dir_.native("source.vkd");
+  {
+    VxKd::initVxKd();
+    CKdProject project;
+    ASSERT_TRUE(project.readDb(nullptr, CWsz::fromUtf8(file().c_str())));
+    CKdProductDefArray& products = project.productGroups().findGroup(2)->products();
+    const CKdProductDef model = *products.objAt(0);
+    for (int i = 0; i < 6000; ++i) {
+      CKdProductDef product = model;
+      product.setDbId(100 + i);
+      CKdGuid guid;
+      guid.createValue();
+      product.setGuid(guid);
+      product.setDesc(
+          CWsz::fromUtf8(("Grille " + std::to_string(i) + std::string(150, '.')).c_str()));
+      products.append(&product);
+    }
+    ASSERT_TRUE(project.saveDbAs(nullptr, CWsz::fromUtf8(source.c_str())));
+    VxKd::exitVxKd();
+  }
+  std::ifstream in(source, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  ASSERT_GT(bytes.size(), 1u << 20);
+
+  EditServer server(file());
+  ASSERT_GT(server.port, 0);
+  auto reply = server.client().Post("/api/merge/source?name=source.vkd", server.own(), bytes,
+                                    "application/octet-stream");
+  ASSERT_TRUE(reply);
+  ASSERT_EQ(reply->status, 200) << reply->body.substr(0, 300);
+  EXPECT_TRUE(json::parse(reply->body)["merge"].is_object());
 }
 
 TEST_F(EditServerTest, WrongCommandLinesAreAnsweredWithTheirReason) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "editor_forms.h"
+#include "editor_products.h"
 #include "editor_reports.h"
 #include "vxkd/dimtext/dimtext.h"
 #include "vxkd/merge/dataset_kind.h"
@@ -161,16 +162,6 @@ json propertyDefJson(const CKdPropertyDef& def) {
           {"decimals", def.decimals()}};
 }
 
-std::string propertiesText(const CKdPropertyArray& properties) {
-  std::string text;
-  for (int i = 0; i < properties.length(); ++i) {
-    const CKdProperty* property = properties.objAt(i);
-    if (i) text += ", ";
-    text += utf8(property->name()) + "=" + utf8(property->getValueAsText(false));
-  }
-  return text;
-}
-
 // A read-only kind of definition: its columns and how a row of it reads.
 struct ListKind {
   const char* name;
@@ -183,27 +174,6 @@ json rowsOf(const Array& array, Row row) {
   json out = json::array();
   for (int i = 0; i < array.length(); ++i) out.push_back(row(*array.objAt(i)));
   return out;
-}
-
-// The poly-object definitions of one system type.
-ListKind polyDefKind(const char* name, VxKd::systemTypeIds type) {
-  return {name,
-          {{"id", "Id"},
-           {"desc", "Description"},
-           {"partId", "Part ID"},
-           {"linetype", "Linetype"},
-           {"properties", "Properties"}},
-          [type](const CKdProject& p) {
-            const CKdProductDefArray* set = p.polyDefSets(type);
-            if (!set) return json::array();
-            return rowsOf(*set, [](const CKdProductDef& d) {
-              return json{{"id", d.dbId()},
-                          {"desc", utf8(d.desc())},
-                          {"partId", utf8(d.partId())},
-                          {"linetype", utf8(d.lineType())},
-                          {"properties", propertiesText(d.properties())}};
-            });
-          }};
 }
 
 const std::vector<ListKind>& listKinds() {
@@ -225,10 +195,6 @@ const std::vector<ListKind>& listKinds() {
                        {"style", utf8(f.styleName())}};
          });
        }},
-      polyDefKind("ductDefs", VxKd::systemDuct),
-      polyDefKind("pipeDefs", VxKd::systemPipe),
-      polyDefKind("electricDefs", VxKd::systemElectric),
-      polyDefKind("dataDefs", VxKd::systemData),
   };
   return kinds;
 }
@@ -400,6 +366,7 @@ ApiReply EditorApi::dispatch(Call& call) {
     }
     json kinds = json::array({"propertyDefs", "groups"});
     for (const ListKind& k : listKinds()) kinds.push_back(k.name);
+    for (const std::string& set : polySetNames()) kinds.push_back(set);
     for (const FormKind& k : formKinds()) kinds.push_back(k.kind);
     reply.body = {{"file", path_},  {"forms", formsJson()},
                   {"units", units}, {"valueTypes", types},
@@ -811,79 +778,23 @@ ApiReply EditorApi::dispatch(Call& call) {
     return reply;
   }
 
-  if (kind == "products" && seg.size() == 3) {
-    // One product of a group: its properties to read, and to change.
-    long groupId = 0, productId = 0;
-    if (!parseId(seg[1], groupId) || !parseId(seg[2], productId) ||
-        !project_.productGroups().findProduct(groupId, productId))
-      return call.fail(404, "no such product");
-    auto productJson = [&](const CKdProductDef& product) {
-      json properties = json::array();
-      for (int i = 0; i < product.properties().length(); ++i) {
-        const CKdProperty& property = *product.properties().objAt(i);
-        CWsz label;
-        property.unit().getLabel(label);
-        properties.push_back({{"name", utf8(property.name())},
-                              {"value", utf8(property.getValueAsText(false))},
-                              {"unitLabel", utf8(label)},
-                              {"valueType", static_cast<int>(property.valueType())}});
-      }
-      return json{{"id", product.dbId()},
-                  {"group", groupId},
-                  {"desc", utf8(product.desc())},
-                  {"partId", utf8(product.partId())},
-                  {"properties", properties}};
-    };
-    if (get) {
-      reply.body["item"] = productJson(*project_.productGroups().findProduct(groupId, productId));
-      return reply;
-    }
-    if (rq.method != "PUT") return call.fail(405, "not an operation on a product");
-    auto values = call.body.find("properties");
-    if (values != call.body.end() && !values->is_object())
-      return call.fail(400, "properties must map names to values");
-    storeChange(project_, reply, false, [&] {
-      CKdProductDef* stored = project_.productGroups().findProduct(groupId, productId);
-      if (!stored) {
-        reply.body["error"] = "the product is no longer in the dataset";
-        return false;
-      }
-      // All values or none: the change is made on a copy.
-      CKdProductDef changed = *stored;
-      if (call.body.contains("desc")) changed.setDesc(wide(call.text("desc")));
-      if (values != call.body.end())
-        for (const auto& [name, value] : values->items()) {
-          CKdProperty* property = changed.properties().findProperty(wide(name));
-          if (!property || !value.is_string()) {
-            reply.body["error"] = "the product has no property \"" + name + "\"";
-            return false;
-          }
-          if (!property->setValue(wide(value.get<std::string>()))) {
-            reply.body["error"] = "\"" + value.get<std::string>() + "\" is no value of " + name;
-            return false;
-          }
-        }
-      *stored = changed;
-      return true;
-    });
-    if (reply.status == 200)
-      reply.body["item"] = productJson(*project_.productGroups().findProduct(groupId, productId));
-    return reply;
-  }
-
   if (kind == "products" && seg.size() == 1 && get) {
-    long groupId = 0, offset = 0, limit = 100;
+    // One page of the products of a group or of a poly-object set, filtered by description
+    // and part ID.
+    long offset = 0, limit = 100;
     auto param = [&](const char* key, long& value) {
       auto it = rq.query.find(key);
       return it == rq.query.end() || parseId(it->second, value);
     };
-    if (!param("group", groupId) || !param("offset", offset) || !param("limit", limit) ||
-        offset < 0 || limit < 1)
-      return call.fail(400, "group, offset and limit must be numbers");
+    if (!param("offset", offset) || !param("limit", limit) || offset < 0 || limit < 1)
+      return call.fail(400, "offset and limit must be numbers");
     if (limit > kMaxPageRows) limit = kMaxPageRows;
-    const CKdProductGroup* group = project_.productGroups().findGroup(groupId);
-    if (!group) return call.fail(404, "no product group with id " + std::to_string(groupId));
-    const CKdProductDefArray& products = group->products();
+    auto groupIt = rq.query.find("group");
+    const std::string ownerName = groupIt == rq.query.end() ? "" : groupIt->second;
+    ProductOwner owner;
+    if (!findProductOwner(project_, ownerName, owner))
+      return call.fail(404, "no product group or set \"" + ownerName + "\"");
+    const CKdProductDefArray& products = *owner.products;
     auto filterIt = rq.query.find("filter");
     const CWsz filter = filterIt == rq.query.end() ? CWsz() : wide(filterIt->second);
     json rows = json::array();
@@ -891,19 +802,89 @@ ApiReply EditorApi::dispatch(Call& call) {
     for (int i = 0; i < products.length(); ++i) {
       const CKdProductDef& product = *products.objAt(i);
       if (!filter.isEmpty() && cuSz::findNoCase(product.desc().wsz(), filter.wsz()) < 0 &&
-          cuSz::findNoCase(product.partId().wsz(), filter.wsz()) < 0)
+          cuSz::findNoCase(productPartId(project_, product).wsz(), filter.wsz()) < 0)
         continue;
       if (matching >= offset && matching < offset + limit)
-        rows.push_back({{"id", product.dbId()},
-                        {"desc", utf8(product.desc())},
-                        {"partId", utf8(product.partId())},
-                        {"linetype", utf8(product.lineType())},
-                        {"color", product.colorNmb()},
-                        {"properties", propertiesText(product.properties())}});
+        rows.push_back(productRow(project_, product));
       ++matching;
     }
     reply.body = {{"total", matching}, {"offset", offset}, {"rows", rows}};
     return reply;
+  }
+
+  if (kind == "products" && (seg.size() == 2 || seg.size() == 3)) {
+    // One product of a group or of a poly-object set: read, added, changed, deleted.
+    const std::string& ownerName = seg[1];
+    long productId = 0;
+    // The project may be read again while a change is stored: the owner is looked up anew.
+    auto find = [&](ProductOwner& o) -> CKdProductDef* {
+      if (!findProductOwner(project_, ownerName, o)) return nullptr;
+      return o.products->findId(productId);
+    };
+    ProductOwner owner;
+    if (!findProductOwner(project_, ownerName, owner) ||
+        (seg.size() == 3 && (!parseId(seg[2], productId) || !find(owner))))
+      return call.fail(404, "no such product");
+    if (seg.size() == 3 && get) {
+      reply.body["item"] = productJson(project_, *find(owner));
+      return reply;
+    }
+    const bool adding = seg.size() == 2 && rq.method == "POST";
+    if (adding || (seg.size() == 3 && rq.method == "PUT")) {
+      if (adding && call.text("desc").empty())
+        return call.fail(400, "a product needs a description");
+      if (std::string bad = checkProductFields(project_, call.body); !bad.empty())
+        return call.fail(400, bad);
+      storeChange(project_, reply, false, [&] {
+        ProductOwner o;
+        CKdProductDef* stored = find(o);
+        if (!o.products || (!adding && !stored)) {
+          reply.body["error"] = "the product is no longer in the dataset";
+          return false;
+        }
+        // All fields or none: the change is made on a copy.
+        CKdProductDef changed = adding ? CKdProductDef() : *stored;
+        if (adding) {
+          changed.setDbId(o.products->nextId(1, o.maxId));
+          CKdGuid guid;
+          guid.createValue();
+          changed.setGuid(guid);
+        }
+        if (adding && changed.dbId() == 0) {
+          reply.body["error"] = "no id is free for another product here";
+          return false;
+        }
+        if (std::string refused = applyProductFields(project_, changed, call.body);
+            !refused.empty()) {
+          reply.body["error"] = refused;
+          return false;
+        }
+        productId = changed.dbId();
+        if (adding) return o.products->append(&changed);
+        *stored = changed;
+        return true;
+      });
+      if (reply.status == 200) {
+        reply.body["item"] = productJson(project_, *find(owner));
+        if (adding) reply.status = 201;
+      }
+      return reply;
+    }
+    if (seg.size() == 3 && rq.method == "DELETE") {
+      storeChange(project_, reply, true, [&] {
+        ProductOwner o;
+        if (!find(o)) {
+          reply.body["error"] = "the product is no longer in the dataset";
+          return false;
+        }
+        const std::string refused = removeProduct(project_, o, o.products->indexOfId(productId));
+        if (refused.empty()) return true;
+        reply.body["error"] = refused;
+        return false;
+      });
+      return reply;
+    }
+    return call.fail(405, "not an operation on a product");
   }
 
   for (const ListKind& k : listKinds()) {

@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <fstream>
@@ -138,6 +139,9 @@ struct EditorServer::Impl {
   void servePage(const PageFile& page, const httplib::Request& request,
                  httplib::Response& response);
   void serveApi(const httplib::Request& request, httplib::Response& response);
+  // The largest body a request to `path` may carry, and the refusal of a larger one.
+  size_t uploadLimit(const std::string& path) const;
+  void refuseUpload(const std::string& path, httplib::Response& response) const;
 };
 
 EditorServer::EditorServer(EditorApi& api, ServerOptions options)
@@ -178,7 +182,10 @@ Refusal EditorServer::check(const std::string& host, const std::string& origin,
 }
 
 void EditorServer::Impl::setUp() {
-  http.set_payload_max_length(options.maxUpload);
+  // The larger limit here, so that only a request that passed the checks above is read;
+  // each one is held to its own limit in serveApi. (A refusal before the body is read would
+  // leave the sender writing into a closed connection instead of reading the answer.)
+  http.set_payload_max_length(std::max(options.maxUpload, options.maxDatasetUpload));
   http.set_default_headers({
       {"Content-Security-Policy", kContentSecurityPolicy},
       {"X-Content-Type-Options", "nosniff"},
@@ -234,7 +241,19 @@ void EditorServer::Impl::servePage(const PageFile& page, const httplib::Request&
   response.set_content(data, page.type);
 }
 
+size_t EditorServer::Impl::uploadLimit(const std::string& path) const {
+  return path == "/api/merge/source" ? options.maxDatasetUpload : options.maxUpload;
+}
+
+void EditorServer::Impl::refuseUpload(const std::string& path, httplib::Response& response) const {
+  response.status = 413;
+  response.set_content(
+      "uploads here are limited to " + std::to_string(uploadLimit(path) >> 20) + " MiB\n",
+      "text/plain; charset=utf-8");
+}
+
 void EditorServer::Impl::serveApi(const httplib::Request& request, httplib::Response& response) {
+  if (request.body.size() > uploadLimit(request.path)) return refuseUpload(request.path, response);
   ApiRequest call;
   call.method = request.method;
   call.path = request.path.substr(4);  // below "/api"

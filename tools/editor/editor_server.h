@@ -18,11 +18,12 @@ namespace vkdedit {
 class EditorApi;
 
 struct ServerOptions {
-  std::string address = "127.0.0.1";  // where to listen
-  int port = 0;                       // 0: any free port
-  size_t maxUpload = 1 << 20;         // the largest request body, in bytes
-  std::string pagesFolder;            // the folder of index.html, editor.js, editor.css
-  std::string token;                  // the secret; empty: a new random one
+  std::string address = "127.0.0.1";    // where to listen
+  int port = 0;                         // 0: any free port
+  size_t maxUpload = 1 << 20;           // the largest request body, in bytes...
+  size_t maxDatasetUpload = 256 << 20;  // ...but for a source dataset of the merge page
+  std::string pagesFolder;              // the folder of index.html, editor.js, editor.css
+  std::string token;                    // the secret; empty: a new random one
 };
 
 // Why a request is refused before it reaches a handler; accepted when `ok`.

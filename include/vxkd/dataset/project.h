@@ -174,6 +174,18 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // cannot be opened or the change cannot be committed. Indexes out of range are skipped.
   bool deleteReportDefs(cuWin::HWND hwnd, const CInt32Array& indexes);
 
+  // Deletes the products at `indexes` of `products`, which is the product array of one of
+  // the project's groups or one of its poly-object sets, from the file and from memory. A
+  // product that a block places (by its GUID) is kept, and the message "Cannot Delete" names
+  // those blocks. REQUIRES the edit lock. False, with nothing deleted, when `products` is
+  // none of the project's arrays, the file cannot be opened or the change cannot be
+  // committed; false too when a product was kept.
+  bool deleteProductDefs(cuWin::HWND hwnd, CKdProductDefArray& products,
+                         const CInt32Array& indexes);
+  // The names of the blocks that place the product with GUID `guid` (emptied first); the
+  // null GUID is placed by none.
+  void blocksPlacing(const CKdGuid& guid, CWszArray& names) const;
+
   // The dataset editor's "delete group": asks whether to delete group `groupId` (naming its
   // products or sub groups, if any), and on Yes deletes it and all its descendants with
   // their products, from the file under the edit lock and from memory; their blocks' records
