@@ -16,7 +16,9 @@ const PAGES = [
   { kind: 'textStyles', title: 'Text styles', form: 'Text style',
     files: { type: 'STY', name: 'textstyles.sty' } },
   { kind: 'dimTextFormats', title: 'Dimension text formats', preview: true },
-  { kind: 'reports', title: 'Report definitions', form: 'Report definition' },
+  { kind: 'reports', title: 'Report definitions', form: 'Report definition', report: true,
+    columns: [['id', 'Id'], ['name', 'Name'], ['columnCount', 'Columns'], ['listsText', 'Lists'],
+              ['sortedBy', 'Sorted by'], ['style', 'Text style']] },
   { kind: 'symbols', title: '2D symbols', picture: 'symbols', form: '2D symbol' },
   { kind: 'blocks', title: 'Blocks', picture: 'blocks', form: 'Block',
     columns: [['group', 'Group'], ['desc', 'Name'], ['items', 'Items']] },
@@ -312,7 +314,8 @@ function fieldInput(field, value) {
   return input;
 }
 
-function openGenForm(item) {
+// `values` fill the fields: the item's, or for a new item what the kind starts with.
+function openGenForm(item, values = item) {
   const form = info.forms[state.page.kind];
   state.editing = item;
   $('gen-form').hidden = false;
@@ -322,12 +325,16 @@ function openGenForm(item) {
   for (const field of form.fields) {
     if (field.readOnly && !item) continue;
     const label = document.createElement('label');
-    const input = fieldInput(field, item ? item[field.key] : (field.type === 'real' && field.min > 0 ? 1 : undefined));
+    label.dataset.key = field.key;
+    const input = fieldInput(field, values ? values[field.key] : (field.type === 'real' && field.min > 0 ? 1 : undefined));
     if (field.type === 'flag') { label.className = 'flag'; label.append(input, field.label); }
     else label.append(field.label + ' ', input);
     labels.push(label);
   }
   $('gen-fields').replaceChildren(...labels);
+  $('gen-form').classList.toggle('report', !!state.page.report);
+  $('rep-extra').hidden = !state.page.report;
+  if (state.page.report) openReportParts(values);
   $('gen-delete').hidden = !form.canDelete;
   $('gen-delete').disabled = !item;
   const first = $('gen-fields').querySelector('input:not([disabled]), select');
@@ -343,6 +350,7 @@ function genFields() {
     else if (field.type === 'integer' || field.type === 'real') fields[field.key] = input.value === '' ? null : Number(input.value);
     else fields[field.key] = input.value;
   }
+  if (state.page.report) Object.assign(fields, reportParts());
   return fields;
 }
 
@@ -369,6 +377,11 @@ async function saveGenForm(event) {
 async function deleteGenItem() {
   const editing = state.editing;
   if (!editing) return;
+  if (state.page.report) {
+    const answer = await showBox({ caption: 'Delete Report Definition',
+      text: 'Delete the report definition "' + editing.name + '"?', buttons: ['yes', 'no'] });
+    if (answer !== 'yes') return;
+  }
   const { status: code } = await api('DELETE', state.page.kind + '/' + editing.id, {});
   await loadList();
   if (code < 300) {
@@ -376,6 +389,172 @@ async function deleteGenItem() {
     $('gen-form').hidden = true;
     state.editing = null;
   }
+}
+
+// ---- report definitions: the objects listed, the sort and the columns -------------------
+// The columns are changed in the page and stored with the rest of the report by Save.
+
+let reportChoices = null;
+
+function propertyName(id) {
+  const p = reportChoices.properties.find((c) => c.id === id);
+  return p ? p.name : '#' + id;
+}
+
+function lineTypeName(id) {
+  const t = reportChoices.lineTypes.find((c) => c.id === id);
+  return t ? t.name : String(id);
+}
+
+function openReportParts(values) {
+  const report = values || reportChoices.defaults;
+  const lists = report.lists || [];
+  $('r-lists').replaceChildren(...reportChoices.entityTypes.map((e) => {
+    const label = document.createElement('label');
+    label.className = 'flag';
+    const box = document.createElement('input');
+    box.type = 'checkbox';
+    box.value = e.id;
+    box.checked = lists.includes(e.id);
+    box.addEventListener('change', showDeviceGroups);
+    label.append(box, e.name);
+    return label;
+  }));
+  // The groups as boxes to tick, the chosen ones first; a GUID the dataset has no group of
+  // any more is kept, shown as it is.
+  const chosen = report.deviceGroups || [];
+  const groups = reportChoices.groups.concat(chosen.filter((guid) =>
+    !reportChoices.groups.some((g) => g.guid === guid)).map((guid) => ({ guid, path: guid })));
+  groups.sort((a, b) => chosen.includes(b.guid) - chosen.includes(a.guid));
+  $('r-groups').replaceChildren(...groups.map((g) => {
+    const label = document.createElement('label');
+    label.className = 'flag';
+    const box = document.createElement('input');
+    box.type = 'checkbox';
+    box.value = g.guid;
+    box.checked = chosen.includes(g.guid);
+    label.append(box, g.path);
+    return label;
+  }));
+  showDeviceGroups();
+  const sort = $('r-sort-property');
+  sort.replaceChildren(new Option('(not sorted)', 0),
+    ...reportChoices.properties.map((p) => new Option(p.name, p.id)));
+  const sortId = report.sort ? report.sort.property : 0;
+  if (sortId && !reportChoices.properties.some((p) => p.id === sortId)) sort.append(new Option('#' + sortId, sortId));
+  sort.value = String(sortId);
+  $('r-sort-type').replaceChildren(...reportChoices.sortTypes.map((t) => new Option(t.name, t.descending ? 'desc' : 'asc')));
+  $('r-sort-type').value = report.sort && report.sort.descending ? 'desc' : 'asc';
+  const height = $('g-firstRowHeight');
+  if (height && report.autoFirstRowHeight) {
+    height.parentElement.firstChild.textContent += '(fits the headings)';
+    height.title = 'Follows the headings while it is not given another height';
+  }
+  state.reportColumns = (report.columns || []).map((c) => Object.assign({}, c));
+  state.reportColumn = -1;
+  renderReportColumns();
+}
+
+function showDeviceGroups() {
+  const devices = $('r-lists').querySelector('input[value="1"]');
+  $('r-groups-label').hidden = !(devices && devices.checked);
+}
+
+function renderReportColumns() {
+  const rows = state.reportColumns.map((c, i) => {
+    const tr = document.createElement('tr');
+    const line = cell(c.lineType ? lineTypeName(c.lineType) : '');
+    line.className = 'line';
+    line.title = line.textContent;
+    tr.append(cell(i + 1), cell(propertyName(c.property)), cell(c.length), cell(c.header1),
+              cell(c.header2), line);
+    if (i === state.reportColumn) tr.className = 'selected';
+    tr.addEventListener('click', () => { state.reportColumn = i; renderReportColumns(); });
+    tr.addEventListener('dblclick', () => { state.reportColumn = i; editReportColumn(false); });
+    return tr;
+  });
+  document.querySelector('#r-columns tbody').replaceChildren(...rows);
+  const chosen = state.reportColumn >= 0;
+  $('rc-add').disabled = state.reportColumns.length >= reportChoices.maxColumns;
+  $('rc-edit').disabled = $('rc-remove').disabled = !chosen;
+  $('rc-up').disabled = !chosen || state.reportColumn === 0;
+  $('rc-down').disabled = !chosen || state.reportColumn === state.reportColumns.length - 1;
+  $('r-columns-title').textContent = 'Columns (' + state.reportColumns.length + ' of at most ' +
+    reportChoices.maxColumns + ')';
+}
+
+// Opens the column dialog on a new column or on the chosen one.
+function editReportColumn(adding) {
+  const column = adding ? { property: reportChoices.properties[0].id, length: 10, header1: '', header2: '', lineType: 0 }
+    : state.reportColumns[state.reportColumn];
+  const property = $('c-property');
+  property.replaceChildren(...reportChoices.properties.map((p) => new Option(p.name, p.id)));
+  if (!reportChoices.properties.some((p) => p.id === column.property)) property.append(new Option('#' + column.property, column.property));
+  property.value = String(column.property);
+  $('c-length').value = column.length;
+  $('c-header1').value = column.header1;
+  $('c-header2').value = column.header2;
+  const line = $('c-line');
+  line.replaceChildren(...reportChoices.lineTypes.map((t) => new Option(t.name, t.id)));
+  if (!reportChoices.lineTypes.some((t) => t.id === column.lineType)) line.append(new Option(String(column.lineType), column.lineType));
+  line.value = String(column.lineType);
+  $('c-error').textContent = '';
+  $('col-title').textContent = adding ? 'New column' : 'Column ' + (state.reportColumn + 1);
+  $('col-dialog').dataset.adding = adding ? '1' : '';
+  $('col-dialog').showModal();
+  property.focus();
+}
+
+// Takes the dialog's column into the list; a heading too long for the report stays in the
+// dialog with the reason.
+function takeReportColumn(event) {
+  event.preventDefault();
+  const bytes = (text) => new TextEncoder().encode(text).length;
+  const column = { property: Number($('c-property').value), length: Number($('c-length').value),
+                   header1: $('c-header1').value, header2: $('c-header2').value,
+                   lineType: Number($('c-line').value) };
+  for (const [key, name] of [['header1', 'Header 1'], ['header2', 'Header 2']]) {
+    if (bytes(column[key]) > reportChoices.maxHeaderBytes) {
+      $('c-error').textContent = name + ' holds at most ' + reportChoices.maxHeaderBytes +
+        ' bytes; this one has ' + bytes(column[key]) + ' (a letter beyond ASCII takes two or more).';
+      return;
+    }
+  }
+  if (!(column.length > 0)) { $('c-error').textContent = 'The width must be a number above 0.'; return; }
+  if ($('col-dialog').dataset.adding) {
+    state.reportColumns.splice(state.reportColumn + 1 || state.reportColumns.length, 0, column);
+    state.reportColumn = state.reportColumn >= 0 ? state.reportColumn + 1 : state.reportColumns.length - 1;
+  } else {
+    state.reportColumns[state.reportColumn] = column;
+  }
+  $('col-dialog').close();
+  renderReportColumns();
+}
+
+function moveReportColumn(step) {
+  const i = state.reportColumn, j = i + step;
+  if (i < 0 || j < 0 || j >= state.reportColumns.length) return;
+  const cols = state.reportColumns;
+  [cols[i], cols[j]] = [cols[j], cols[i]];
+  state.reportColumn = j;
+  renderReportColumns();
+}
+
+function removeReportColumn() {
+  if (state.reportColumn < 0) return;
+  state.reportColumns.splice(state.reportColumn, 1);
+  state.reportColumn = Math.min(state.reportColumn, state.reportColumns.length - 1);
+  renderReportColumns();
+}
+
+function reportParts() {
+  const lists = [...$('r-lists').querySelectorAll('input:checked')].map((b) => Number(b.value));
+  const groups = lists.includes(1)
+    ? [...$('r-groups').querySelectorAll('input:checked')].map((b) => b.value) : [];
+  return { lists, deviceGroups: groups,
+           sort: { property: Number($('r-sort-property').value), descending: $('r-sort-type').value === 'desc' },
+           columns: state.reportColumns.map((c) => ({ property: c.property, length: c.length,
+             header1: c.header1, header2: c.header2, lineType: c.lineType })) };
 }
 
 // ---- the merge of another dataset -------------------------------------------------------
@@ -775,6 +954,7 @@ async function openPage(page) {
   status('');
   renderHead();
   if (page.form) await loadChoices(info.forms[page.kind]);
+  if (page.report) reportChoices = (await api('GET', 'reports/choices')).body;
   if (page.merge) {
     await openMerge();
   } else if (page.products) {
@@ -818,12 +998,21 @@ async function start() {
   $('add').addEventListener('click', () => {
     if (state.page.products) newProduct();
     else if (state.page.partIds) openPartIdForm(null);
+    else if (state.page.report) openGenForm(null, reportChoices.defaults);
     else if (state.page.form) openGenForm(null);
     else openForm(null);
   });
   $('gen-form').addEventListener('submit', saveGenForm);
   $('gen-delete').addEventListener('click', deleteGenItem);
   $('gen-cancel').addEventListener('click', () => { $('gen-form').hidden = true; state.editing = null; renderRows(); });
+  $('rc-add').addEventListener('click', () => editReportColumn(true));
+  $('rc-edit').addEventListener('click', () => editReportColumn(false));
+  $('rc-remove').addEventListener('click', removeReportColumn);
+  $('rc-up').addEventListener('click', () => moveReportColumn(-1));
+  $('rc-down').addEventListener('click', () => moveReportColumn(1));
+  $('col-form').addEventListener('submit', takeReportColumn);
+  $('c-cancel').addEventListener('click', () => $('col-dialog').close());
+  $('col-form').addEventListener('input', () => { $('c-error').textContent = ''; });
   $('merge-file').addEventListener('change', uploadMergeSource);
   $('merge-apply').addEventListener('click', applyMerge);
   $('pid-form').addEventListener('submit', savePartId);

@@ -277,6 +277,46 @@ test('a merge is compared, its actions changed, applied and reported', async () 
   assert.match(vkd('list', dataset, 'linetypes'), /BORDER/);
 });
 
+test('a column added to a report is stored with the report', async () => {
+  await showPage(page, 'Report definitions');
+  await page.click('#table tbody tr:has(td:text-is("Duct list"))');
+  await page.waitForSelector('#r-columns tbody tr');
+  await page.click('#r-columns tbody tr >> nth=0');
+  await page.click('#rc-add');
+  await page.waitForSelector('#col-dialog[open]');
+  await page.selectOption('#c-property', { label: 'Manufacturer' });
+  await page.fill('#c-length', '30');
+  // A heading longer than a report holds stays in the dialog with the reason.
+  await page.fill('#c-header1', 'Ä'.repeat(30));
+  await page.click('#c-ok');
+  assert.match(await page.textContent('#c-error'), /at most 59 bytes; this one has 60/);
+  await page.fill('#c-header1', 'Maker');
+  await page.selectOption('#c-line', '1');
+  await page.screenshot({ path: path.join(SHOTS, 'report-column.png') });
+  await page.click('#c-ok');
+  await page.waitForSelector('#r-columns tbody tr:nth-child(2):has(td:text-is("Maker"))');
+  await page.click('#gen-save');
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Saved'));
+  await page.waitForSelector('#table tbody tr:has(td:text-is("Duct list")) td:text-is("5")');
+  await page.screenshot({ path: path.join(SHOTS, 'report-page.png') });
+  const shown = vkd('show', dataset, 'report', '1');
+  assert.match(shown, /Width[^\n]*\n[^\n]*Manufacturer, 30 wide, "Maker"/);
+});
+
+test('a report is added and, asked first, deleted', async () => {
+  await page.click('#add');
+  await page.fill('#g-name', 'Spare list');
+  await page.click('#gen-save');
+  await page.waitForSelector('#table tbody tr:has(td:text-is("Spare list"))');
+  assert.match(vkd('list', dataset, 'reports'), /Spare list/);
+  await page.click('#gen-delete');
+  await page.waitForSelector('#box[open]');
+  assert.equal(await page.textContent('#box-caption'), 'Delete Report Definition');
+  await page.click('#box-buttons button[data-answer="yes"]');
+  await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Deleted'));
+  assert.doesNotMatch(vkd('list', dataset, 'reports'), /Spare list/);
+});
+
 test('a second browser is told of the first one\'s save and keeps what it typed', async () => {
   second = await startEditor();
   const other = await openPage(await launch(), second.url);

@@ -113,6 +113,38 @@ class ProjectTest : public vxkd_test::TextsUiTest {
   vxkd_test::TempFolder dir_;
 };
 
+// A report removed from the array alone stays in the file; deleteReportDefs removes its
+// record, once for an index given twice, and skips indexes out of range.
+TEST_F(ProjectTest, DeletedReportDefinitionsLeaveTheFile) {
+  CKdProject p;
+  fill(p);
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
+  CKdProject plain;
+  ASSERT_TRUE(plain.readDb(nullptr, path()));
+  plain.reportDefs().deleteAt(0);
+  ASSERT_TRUE(plain.updateDb(nullptr));
+  CKdProject back;
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  EXPECT_EQ(back.reportDefs().length(), 2) << "updateDb keeps the record of a removed report";
+
+  ASSERT_TRUE(p.readDb(nullptr, path()));
+  ASSERT_STREQ(p.reportDefs().nameAt(1), L"Report 5");
+  EXPECT_TRUE(p.deleteReportDefs(nullptr, CInt32Array{1, 1, 7}));
+  ASSERT_EQ(p.reportDefs().length(), 1);
+  EXPECT_STREQ(p.reportDefs().nameAt(0), L"Report 2");
+  ASSERT_TRUE(back.readDb(nullptr, path()));
+  ASSERT_EQ(back.reportDefs().length(), 1);
+  EXPECT_EQ(back.reportDefs().objAt(0)->dbId(), 2);
+  // The project's own deletion is no change of another user.
+  EXPECT_EQ(p.checkUpdated(nullptr, false), 0);
+  EXPECT_EQ(ui_.boxCount(), 0);
+
+  // Without its file nothing is deleted, in memory either.
+  ASSERT_EQ(std::remove(CWsz(path()).toUtf8().c_str()), 0);
+  EXPECT_FALSE(p.deleteReportDefs(nullptr, CInt32Array{0}));
+  EXPECT_EQ(p.reportDefs().length(), 1);
+}
+
 TEST_F(ProjectTest, SavedDatasetReadsBackEqualInAFreshProject) {
   CKdProject original;
   fill(original);

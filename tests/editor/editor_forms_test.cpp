@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -111,6 +112,13 @@ TEST_P(RefusedFormTest, ChangesNothing) {
   EXPECT_EQ(call("GET", "/layers").body["items"][0]["name"], "M-DUCT");
 }
 
+// A report of one column more than a report holds.
+const std::string kTooManyColumns = [] {
+  json columns = json::array();
+  for (int i = 0; i < 131; ++i) columns.push_back({{"property", 1}, {"length", 5}});
+  return json{{"columns", columns}}.dump();
+}();
+
 INSTANTIATE_TEST_SUITE_P(
     Forms, RefusedFormTest,
     ::testing::Values(
@@ -143,8 +151,33 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"PUT", "/reports/1", R"({"style": "Nope"})", 400},
         Refused{"PUT", "/reports/1", R"({"fontHeight": 0})", 400},
         Refused{"PUT", "/reports/7", R"({"name": "None"})", 422},
-        Refused{"POST", "/reports", R"({"name": "New"})", 405},
-        Refused{"DELETE", "/reports/1", R"({})", 405},
+        Refused{"POST", "/reports", R"({"name": "duct LIST"})", 422},
+        Refused{"POST", "/reports", R"({"style": "Standard"})", 422},
+        Refused{"PUT", "/reports/1", R"({"name": "Cable list", "columns": [{"property": 99}]})",
+                422},
+        Refused{"PUT", "/reports/1", R"({"columns": [{"length": 10}]})", 422},
+        Refused{"PUT", "/reports/1", R"({"columns": [{"property": 1, "length": 0}]})", 422},
+        Refused{
+            "PUT", "/reports/1",
+            R"({"columns": [{"property": 1, "header1": "123456789012345678901234567890123456789012345678901234567890"}]})",
+            422},
+        Refused{"PUT", "/reports/1",
+                R"({"columns": [{"property": 1, "header2": "ääääääääääääääääääääääääääääää"}]})",
+                422},
+        Refused{"PUT", "/reports/1", R"({"columns": [{"property": 1, "header1": "a\nb"}]})", 422},
+        Refused{"PUT", "/reports/1", R"({"columns": [{"property": 1, "lineType": 3}]})", 422},
+        Refused{"PUT", "/reports/1", R"({"columns": {"property": 1}})", 422},
+        Refused{"PUT", "/reports/1", kTooManyColumns.c_str(), 422},
+        Refused{"PUT", "/reports/1", R"({"sort": {"property": 99}})", 422},
+        Refused{"PUT", "/reports/1", R"({"sort": {"property": 1, "descending": "yes"}})", 422},
+        Refused{"PUT", "/reports/1", R"({"lists": [6]})", 422},
+        Refused{"PUT", "/reports/1", R"({"lists": []})", 422},
+        Refused{"PUT", "/reports/1", R"({"lists": [1], "deviceGroups": ["Electrical"]})", 422},
+        Refused{"PUT", "/reports/1",
+                R"({"lists": [1], "deviceGroups": ["00000000-0000-4000-8000-000000000099"]})", 422},
+        Refused{"PUT", "/reports/1", R"({"firstRowHeight": -1})", 400},
+        Refused{"PUT", "/reports/1", R"({"verticalTexts": 1})", 400},
+        Refused{"DELETE", "/reports/7", R"({})", 422},
         Refused{"PUT", "/symbols/0", R"({"desc": ""})", 422},
         Refused{"PUT", "/symbols/SOCKET", R"({"desc": "Socket"})", 404},
         Refused{"POST", "/symbols", R"({"desc": "New"})", 405},
@@ -177,8 +210,242 @@ TEST_F(EditorFormsTest, AnEditedReportDefinitionIsInTheFileWithItsColumns) {
   EXPECT_STREQ(report.fontStyleName(), L"Standard");
   EXPECT_FLOAT_EQ(report.fontHeight(), 3.5f);
   EXPECT_EQ(report.orientation(), CKdReport::vertical);
-  EXPECT_EQ(report.columns().length(), reply.body["item"]["columns"].get<int>());
+  EXPECT_EQ(report.columns().length(), reply.body["item"]["columnCount"].get<int>());
   EXPECT_GT(report.columns().length(), 0);
+}
+
+// ---- report definitions ----------------------------------------------------------------
+
+class EditorReportsTest : public EditorFormsTest {
+ protected:
+  // The GUID text of the sample's product group `path`, as the report form offers it.
+  std::string groupGuid(const std::string& path) {
+    const json groups = call("GET", "/reports/choices").body["groups"];
+    for (const json& group : groups)
+      if (group["path"] == path) return group["guid"];
+    ADD_FAILURE() << "no group " << path;
+    return "";
+  }
+  static json column(long property, double length, const char* header1 = "",
+                     const char* header2 = "", int lineType = 0) {
+    return {{"property", property},
+            {"length", length},
+            {"header1", header1},
+            {"header2", header2},
+            {"lineType", lineType}};
+  }
+};
+
+TEST_F(EditorReportsTest, AReportIsAddedWithTheDefaultsAndDeletedFromTheFile) {
+  ApiReply reply = call("POST", "/reports", {{"name", "Pipe list"}});
+  ASSERT_EQ(reply.status, 201) << reply.body.dump();
+  const long id = reply.body["item"]["id"];
+  EXPECT_EQ(id, 2);
+  CKdProject stored = reread();
+  ASSERT_EQ(stored.reportDefs().length(), 2);
+  const CKdReport& added = *stored.reportDefs().findId(id);
+  CKdReport defaults;
+  EXPECT_STREQ(added.desc(), L"Pipe list");
+  EXPECT_EQ(added.entityTypeIds().length(), 1);
+  EXPECT_TRUE(added.hasDevices());
+  EXPECT_EQ(added.columns().length(), 0);
+  EXPECT_STREQ(added.fontStyleName(), defaults.fontStyleName());
+  EXPECT_FLOAT_EQ(added.firstRowHeight(), defaults.firstRowHeight());
+  EXPECT_FLOAT_EQ(added.cellHeight(), defaults.cellHeight());
+  EXPECT_EQ(added.sortPropertyId(), 0);
+
+  reply = call("DELETE", "/reports/" + std::to_string(id), json::object());
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  stored = reread();
+  ASSERT_EQ(stored.reportDefs().length(), 1);
+  EXPECT_STREQ(stored.reportDefs().objAt(0)->desc(), L"Duct list");
+  EXPECT_EQ(call("GET", "/reports").body["items"].size(), 1u);
+  // The next report takes the freed id again, with nothing of the deleted one.
+  reply = call("POST", "/reports", {{"name", "Fresh"}});
+  ASSERT_EQ(reply.status, 201) << reply.body.dump();
+  EXPECT_STREQ(reread().reportDefs().findId(2)->desc(), L"Fresh");
+}
+
+TEST_F(EditorReportsTest, AWholeReportIsStoredWithItsColumnsInOrder) {
+  const std::string grilles = groupGuid("Ventilation/Grilles");
+  json columns =
+      json::array({column(4, 12.5, "Flow", "[l/s]", 2), column(5, 30, "Mat."),
+                   column(-1, 20, "Part", "", 1), column(1, 15, "äääääääääääääääääääääääääääää")});
+  const ApiReply reply = call("PUT", "/reports/1",
+                              {{"name", "Grille list"},
+                               {"lists", json::array({3, 1, 3})},
+                               {"deviceGroups", json::array({grilles})},
+                               {"sort", {{"property", 4}, {"descending", false}}},
+                               {"verticalTexts", true},
+                               {"firstColWidth", 12},
+                               {"columns", columns}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  const CKdProject stored = reread();
+  const CKdReport& report = *stored.reportDefs().findId(1);
+  EXPECT_STREQ(report.desc(), L"Grille list");
+  ASSERT_EQ(report.entityTypeIds().length(), 2);
+  EXPECT_EQ(report.entityTypeIds()[0], CKdReport::entityPipes);
+  EXPECT_EQ(report.entityTypeIds()[1], CKdReport::entityDevices);
+  ASSERT_EQ(report.devGroups().length(), 1);
+  EXPECT_EQ(*report.devGroups().objAt(0), stored.productGroups().findGroup(2)->guid());
+  EXPECT_EQ(report.sortPropertyId(), 4);
+  EXPECT_EQ(report.sortType(), VxKd::sortAscending);
+  EXPECT_TRUE(report.verticalTextsInFirstRow());
+  EXPECT_FLOAT_EQ(report.firstColWidth(), 12.0f);
+  ASSERT_EQ(report.columns().length(), 4);
+  const struct {
+    long property;
+    float length;
+    const char* header1;
+    const char* header2;
+    short lineType;
+  } kExpected[] = {{4, 12.5f, "Flow", "[l/s]", 2},
+                   {5, 30.0f, "Mat.", "", 0},
+                   {-1, 20.0f, "Part", "", 1},
+                   {1, 15.0f, "äääääääääääääääääääääääääääää", "", 0}};
+  for (int i = 0; i < 4; ++i) {
+    const CSReportColumn& c = *report.columns().at(i);
+    EXPECT_EQ(c.propertyId(), kExpected[i].property) << i;
+    EXPECT_FLOAT_EQ(c.length(), kExpected[i].length) << i;
+    EXPECT_STREQ(c.header1(), kExpected[i].header1) << i;
+    EXPECT_STREQ(c.header2(), kExpected[i].header2) << i;
+    EXPECT_EQ(c.lineType(), kExpected[i].lineType) << i;
+  }
+  // The page reads back what it sent, the property names added.
+  const json& item = reply.body["item"];
+  EXPECT_EQ(item["columnCount"], 4);
+  EXPECT_EQ(item["columns"][0]["propertyName"], "Flow");
+  EXPECT_EQ(item["columns"][2]["propertyName"], "*PARTID*");
+  EXPECT_EQ(item["columns"][0]["length"], 12.5);
+  EXPECT_EQ(item["deviceGroups"], json::array({grilles}));
+  EXPECT_EQ(item["sortedBy"], "Flow, Ascending");
+
+  // Moved down: the same columns in another order.
+  std::swap(columns[0], columns[1]);
+  ASSERT_EQ(call("PUT", "/reports/1", {{"columns", columns}}).status, 200);
+  EXPECT_EQ(reread().reportDefs().findId(1)->columns().at(0)->propertyId(), 5);
+  EXPECT_EQ(reread().reportDefs().findId(1)->columns().at(1)->propertyId(), 4);
+}
+
+TEST_F(EditorReportsTest, DeviceGroupsGoWithTheDevices) {
+  const std::string grilles = groupGuid("Ventilation/Grilles");
+  ASSERT_EQ(call("PUT", "/reports/1",
+                 {{"lists", json::array({1})}, {"deviceGroups", json::array({grilles})}})
+                .status,
+            200);
+  EXPECT_EQ(reread().reportDefs().findId(1)->devGroups().length(), 1);
+  const ApiReply reply = call("PUT", "/reports/1", {{"lists", json::array({2})}});
+  ASSERT_EQ(reply.status, 200);
+  EXPECT_EQ(reply.body["item"]["deviceGroups"], json::array());
+  EXPECT_EQ(reread().reportDefs().findId(1)->devGroups().length(), 0);
+}
+
+TEST_F(EditorReportsTest, AReportHoldsUpTo130Columns) {
+  json columns = json::array();
+  for (int i = 0; i < 130; ++i) columns.push_back(column(1 + i % 5, 5));
+  ASSERT_EQ(call("PUT", "/reports/1", {{"columns", columns}}).status, 200);
+  EXPECT_EQ(reread().reportDefs().findId(1)->columns().length(), 130);
+}
+
+// The sample report's heading row fits its headings (two lines: "Width" over "[mm]").
+TEST_F(EditorReportsTest, AFittingFirstRowGoesOnFittingUntilItIsGivenAHeight) {
+  ASSERT_TRUE(reread().reportDefs().findId(1)->isAutoFirstRowHeight());
+  const json item = call("GET", "/reports").body["items"][0];
+  ASSERT_EQ(item["autoFirstRowHeight"], true);
+  ASSERT_EQ(item["firstRowHeight"], 6);
+  auto firstRow = [&] { return reread().reportDefs().findId(1)->firstRowHeight(); };
+
+  // One heading line: one row high; the height sent back unchanged, as the page does.
+  ApiReply reply =
+      call("PUT", "/reports/1",
+           {{"columns", json::array({column(1, 15, "Width")})}, {"firstRowHeight", 6}});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  EXPECT_FLOAT_EQ(firstRow(), 3.0f);
+  // Higher rows, two heading lines.
+  ASSERT_EQ(call("PUT", "/reports/1",
+                 {{"columns", json::array({column(1, 15, "Width", "[mm]")})}, {"cellHeight", 4}})
+                .status,
+            200);
+  EXPECT_FLOAT_EQ(firstRow(), 8.0f);
+  // A height of its own stays, whatever the headings.
+  ASSERT_EQ(call("PUT", "/reports/1", {{"firstRowHeight", 11}}).status, 200);
+  EXPECT_FLOAT_EQ(firstRow(), 11.0f);
+  ASSERT_EQ(call("PUT", "/reports/1", {{"columns", json::array({column(1, 15, "Width")})}}).status,
+            200);
+  EXPECT_FLOAT_EQ(firstRow(), 11.0f);
+  EXPECT_EQ(call("GET", "/reports").body["items"][0]["autoFirstRowHeight"], false);
+}
+
+// A report read from a file may name a definition deleted since, or have a heading of
+// another code page ("L\xE4nge" in Latin-1, which the page receives with U+FFFD for the
+// byte): saving it unchanged keeps them.
+TEST_F(EditorReportsTest, WhatAStoredReportNamesIsKeptThoughTheDatasetLacksIt) {
+  {
+    CKdProject project = reread();
+    CSReportColumn lost;
+    lost.setPropertyId(77);
+    lost.setLineType(9);
+    lost.setHeader1("L\xE4nge");
+    project.reportDefs().findId(1)->columns().append(&lost);
+    ASSERT_TRUE(project.updateDb(nullptr));
+  }
+  EditorApi fresh(file_);
+  std::string why;
+  ASSERT_TRUE(fresh.open(why)) << why;
+  // What the server sends the page.
+  const std::string sent = fresh.handle(ApiRequest{"GET", "/reports", {}, ""})
+                               .body.dump(-1, ' ', false, json::error_handler_t::replace);
+  json item = json::parse(sent)["items"][0];
+  ASSERT_EQ(item["columns"].size(), 3u);
+  EXPECT_EQ(item["columns"][2]["propertyName"], "#77");
+  EXPECT_EQ(item["columns"][2]["header1"], "L\xEF\xBF\xBDnge");
+  item["name"] = "Kept";
+  ApiReply reply = fresh.handle(ApiRequest{"PUT", "/reports/1", {}, item.dump()});
+  ASSERT_EQ(reply.status, 200) << reply.body.dump();
+  const CKdProject stored = reread();
+  const CKdReport& kept = *stored.reportDefs().findId(1);
+  EXPECT_STREQ(kept.desc(), L"Kept");
+  ASSERT_EQ(kept.columns().length(), 3);
+  EXPECT_EQ(kept.columns().at(2)->propertyId(), 77);
+  EXPECT_EQ(kept.columns().at(2)->lineType(), 9);
+  EXPECT_STREQ(kept.columns().at(2)->header1(), "L\xE4nge");
+  // Another report cannot take up what only the first one names.
+  reply = fresh.handle(
+      ApiRequest{"POST",
+                 "/reports",
+                 {},
+                 json{{"name", "New"}, {"columns", json::array({column(77, 10)})}}.dump()});
+  EXPECT_EQ(reply.status, 422);
+}
+
+TEST_F(EditorReportsTest, TheFormsChoicesNameWhatTheDatasetHas) {
+  const json choices = call("GET", "/reports/choices").body;
+  std::vector<std::string> names;
+  for (const json& p : choices["properties"]) names.push_back(p["name"]);
+  EXPECT_EQ(names.front(), "Width");
+  EXPECT_NE(std::find(names.begin(), names.end(), "*PARTID*"), names.end());
+  EXPECT_EQ(choices["lineTypes"][1]["name"], "Draw line after column in DWG report");
+  EXPECT_EQ(choices["sortTypes"][1]["name"], "Descending");
+  EXPECT_EQ(choices["entityTypes"].size(), 5u);
+  EXPECT_EQ(choices["groups"].size(), 4u);
+  EXPECT_EQ(choices["maxColumns"], 130);
+  EXPECT_EQ(choices["maxHeaderBytes"], 59);
+  EXPECT_EQ(choices["defaults"]["firstRowHeight"], 10);
+}
+
+TEST_F(EditorReportsTest, AChangeWhileAnotherUserHoldsTheLockChangesNothing) {
+  const std::string before = fileBytes(file_);
+  CLockFile other;
+  ASSERT_EQ(
+      other.set(CLockFile::lockFileNameFor(CWsz::fromUtf8(file_.c_str())), L"someone", nullptr), 0);
+  ApiReply reply = call("PUT", "/reports/1", {{"columns", json::array({column(1, 10, "Locked")})}});
+  EXPECT_EQ(reply.status, 409);
+  EXPECT_FALSE(reply.body["messages"].empty());
+  EXPECT_EQ(call("DELETE", "/reports/1", json::object()).status, 409);
+  EXPECT_EQ(call("POST", "/reports", {{"name", "Locked"}}).status, 409);
+  other.release();
+  EXPECT_EQ(fileBytes(file_), before);
+  EXPECT_EQ(call("GET", "/reports").body["items"][0]["columnCount"], 2);
 }
 
 TEST_F(EditorFormsTest, ALinetypeIsAddedRenamedAndDeletedInTheFile) {

@@ -9,6 +9,7 @@
 
 #include "editor_forms.h"
 #include "editor_products.h"
+#include "editor_reports.h"
 #include "vxkd/dimtext/dimtext.h"
 #include "vxkd/merge/dataset_kind.h"
 #include "vxkd/platform/svg_writer.h"
@@ -742,6 +743,11 @@ ApiReply EditorApi::dispatch(Call& call) {
     bool informed = false;
     for (const json& box : call.ui.messages) informed |= box["buttons"].size() == 1;
     if (!deleted && informed) reply.status = 409;
+    return reply;
+  }
+
+  if (kind == "reports" && seg.size() == 2 && seg[1] == "choices" && get) {
+    reply.body = reportChoicesJson(project_);
     return reply;
   }
 

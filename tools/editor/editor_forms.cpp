@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "editor_reports.h"
 #include "vxkd/drawingdefs/layer_def.h"
 #include "vxkd/platform/sz.h"
 
@@ -220,41 +221,6 @@ std::string storeTextStyle(CKdProject& project, int index, const json& body, lon
   return "";
 }
 
-json reportJson(const CKdReport& report) {
-  return {{"id", report.dbId()},
-          {"name", utf8(report.desc())},
-          {"columns", report.columns().length()},
-          {"style", utf8(report.fontStyleName())},
-          {"fontHeight", report.fontHeight()},
-          {"cellHeight", report.cellHeight()},
-          {"cellWidth", report.cellWidth()},
-          {"vertical", report.orientation() == CKdReport::vertical}};
-}
-
-// The report's name and the sizes and style of its texts; its columns, sorting and the
-// objects it lists are not edited here.
-std::string storeReport(CKdProject& project, int index, const json& body, long& id) {
-  if (index < 0) return "report definitions are not added here";
-  CKdReport changed = *project.reportDefs().objAt(index);
-  if (body.contains("name")) {
-    if (text(body, "name").empty()) return "a report definition needs a name";
-    changed.setDesc(wide(text(body, "name")));
-  }
-  if (body.contains("style")) changed.setFontStyleName(wide(text(body, "style")));
-  if (body.contains("fontHeight"))
-    changed.setFontHeight(static_cast<float>(number(body, "fontHeight")));
-  if (body.contains("cellHeight"))
-    changed.setCellHeight(static_cast<float>(number(body, "cellHeight")));
-  if (body.contains("cellWidth"))
-    changed.setCellWidth(static_cast<float>(number(body, "cellWidth")));
-  if (body.contains("vertical"))
-    changed.setOrientation(body["vertical"].get<bool>() ? CKdReport::vertical
-                                                        : CKdReport::horizontal);
-  *project.reportDefs().objAt(index) = changed;
-  id = changed.dbId();
-  return "";
-}
-
 // A 2D symbol is renamed by its description; its symbol id, which products name, stays.
 std::string storeSymbol(CKdProject& project, int index, const json& body, long& id) {
   if (index < 0) return "2D symbols are not added here";
@@ -358,19 +324,23 @@ const std::vector<FormKind>& formKinds() {
          return "the text style is in use or the dataset cannot be written";
        },
        true},
+      // The objects a report lists, its sort and its columns are checked by storeReport.
       {"reports",
-       {{"id", "Id", FormField::integer, nullptr, 0, 0, true},
-        {"name", "Name", FormField::text},
-        {"columns", "Columns", FormField::integer, nullptr, 0, 0, true},
+       {{"name", "Name", FormField::text},
+        {"id", "Id", FormField::integer, nullptr, 0, 0, true},
+        {"columnCount", "Columns", FormField::integer, nullptr, 0, 0, true},
         {"style", "Text style", FormField::choice, "textStyles"},
         {"fontHeight", "Text height", FormField::real, nullptr, 0.01, 1000},
         {"cellHeight", "Row height", FormField::real, nullptr, 0.01, 1000},
         {"cellWidth", "Column width", FormField::real, nullptr, 0.01, 1000},
-        {"vertical", "Vertical (data in columns)", FormField::flag}},
-       false,
-       false,
+        {"firstRowHeight", "First row height", FormField::real, nullptr, 0.01, 1000},
+        {"firstColWidth", "First column width", FormField::real, nullptr, 0.01, 1000},
+        {"vertical", "Vertical (data in columns)", FormField::flag},
+        {"verticalTexts", "Vertical texts in first row", FormField::flag}},
+       true,
+       true,
        [](const CKdProject& p) {
-         return itemsOf(p.reportDefs(), [](const CKdReport& r, int) { return reportJson(r); });
+         return itemsOf(p.reportDefs(), [&p](const CKdReport& r, int) { return reportJson(p, r); });
        },
        [](const CKdProject& p, long id) {
          for (int i = 0; i < p.reportDefs().length(); ++i)
@@ -378,7 +348,8 @@ const std::vector<FormKind>& formKinds() {
          return -1;
        },
        storeReport,
-       nullptr},
+       removeReport,
+       true},
       {"symbols",
        {{"symbol", "Symbol", FormField::text, nullptr, 0, 0, true},
         {"desc", "Description", FormField::text}},

@@ -171,6 +171,10 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // Whether a dimension text format (`byFormat`) or a report definition (`byReport`) names
   // the text style `name`, ignoring case; true when either does.
   bool usesTextStyle(const wchar_t* name, bool& byFormat, bool& byReport) const;
+  // Deletes the report definitions at `indexes` (nothing refers to a report), from the file
+  // and from memory. REQUIRES the edit lock. False, with nothing deleted, when the file
+  // cannot be opened or the change cannot be committed. Indexes out of range are skipped.
+  bool deleteReportDefs(cuWin::HWND hwnd, const CInt32Array& indexes);
 
   // Deletes the products at `indexes` of `products`, which is the product array of one of
   // the project's groups or one of its poly-object sets, from the file and from memory. A
