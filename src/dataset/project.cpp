@@ -449,23 +449,15 @@ bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
 }
 
 bool CKdProject::deleteReportDefs(HWND hwnd, const CInt32Array& indexes) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
-  // Writing the array would leave a removed report's record in the file: each goes itself.
-  const CKdObjectArray<CKdReport> before(reportDefs_);
-  CInt32Array selected;
-  for (int32_t index : indexes)
-    if (index >= 0 && index < before.length() && !selected.contains(index)) selected.append(index);
-  for (int32_t index : selected) before.objAt(index)->deleteFrom(db);
-  reportDefs_.deleteAt(selected);
-  if (!db.closeDatabase()) {
-    failReason_ = db.reason();
-    reportDefs_ = before;
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
-  return true;
+  return deleteAndCommit(hwnd, VxKd::storedReports, reportDefs_,
+                         [&](CQbase& db, const CKdObjectArray<CKdReport>& before) {
+                           CInt32Array selected;
+                           for (int32_t index : indexes)
+                             if (index >= 0 && index < before.length() && !selected.contains(index))
+                               selected.append(index);
+                           for (int32_t index : selected) before.objAt(index)->deleteFrom(db);
+                           reportDefs_.deleteAt(selected);
+                         });
 }
 
 bool CKdProject::usesTextStyle(const wchar_t* name, bool& byFormat, bool& byReport) const {
