@@ -4,6 +4,7 @@
 #include <cwchar>
 #include <utility>
 
+#include "dataset/project_records.h"
 #include "foundation/record_key.h"
 #include "vxkd/foundation/startup.h"
 #include "vxkd/platform/env.h"
@@ -17,8 +18,7 @@ using namespace cuWin;
 
 namespace {
 
-// Record "S2": one 2D symbol.
-constexpr const char* kSymbolRecord = "S2";
+using VxKd::kSymbolRecord;
 constexpr short kFieldSymbolId = 1504;
 constexpr short kFieldDescription = 1502;
 constexpr short kFieldNodes = 1601;
@@ -48,19 +48,14 @@ void errorBox(HWND hwnd, long textId, const wchar_t* text, long captionId, const
   VxKd::msgBox(hwnd, textId, text, captionId, caption, MB_OK, MB_ICONSTOP);
 }
 
-// Deletes the elements of `array` at `indexes` that none of `users` uses, and their records
-// from the open `db`, and commits. When the commit fails, the array gets them back: the file
-// kept them.
+// Deletes the elements of `array` at `indexes` that none of `users` uses, and the records of
+// those gone (`before` is the array as it was) from the open `db`.
 template <typename Array, typename User>
-bool deleteUnusedFromDb(HWND hwnd, CQbase& db, Array& array, const CInt32Array& indexes,
-                        const std::vector<const User*>& users) {
-  Array before(array);
+void deleteUnusedFrom(HWND hwnd, CQbase& db, Array& array, const Array& before,
+                      const CInt32Array& indexes, const std::vector<const User*>& users) {
   array.deleteUnused(hwnd, indexes, users);
   for (int i = 0; i < before.length(); ++i)
     if (!array.findId(before.idAt(i))) before.objAt(i)->deleteFrom(db);
-  if (db.closeDatabase()) return true;
-  array = before;
-  return false;
 }
 
 }  // namespace
@@ -136,6 +131,7 @@ bool CKdProject::newDb(HWND hwnd, const wchar_t* path) {
   }
   fileName_ = target;
   db.timeStamp(timeStamp_);
+  stored_.clear();  // the new file holds nothing yet
   return true;
 }
 
@@ -162,6 +158,7 @@ bool CKdProject::readFile(HWND hwnd, const CWsz& path) {
     if (!current) continue;
     loaded.fileName_ = path;
     loaded.timeStamp_ = stamp;
+    loaded.stored_ = loaded.recordsInMemory();
     // A catalogue holds many thousands of elements: they are handed over, not copied.
     *this = std::move(loaded);
     return true;
@@ -217,10 +214,14 @@ bool CKdProject::writeDb(HWND, CQbase& db) {
     set->saveTo(db, kNoGroup);
   }
   write2dSymbols(db);
+  // The definitions that left memory since the file was read or last written leave the file.
+  std::vector<std::vector<std::pair<long, long>>> inMemory = recordsInMemory();
+  deleteRemovedRecords(db, inMemory);
   bool committed = db.closeDatabase();
   // After a failed commit the old stamp stays: the dataset is as it was when it was taken.
   if (committed) {
     db.timeStamp(timeStamp_);
+    stored_ = std::move(inMemory);
   } else {
     failReason_ = db.reason();
   }
@@ -239,6 +240,7 @@ bool CKdProject::saveDbAs(HWND hwnd, const wchar_t* path) {
   CQbase db;
   if (!createDb(hwnd, db, target)) return false;
   fileName_ = target;
+  stored_.clear();  // a new file: nothing in it to delete
   return writeDb(hwnd, db);
 }
 
@@ -381,46 +383,36 @@ int CKdProject::setEditLock(HWND hwnd, CLockFile& lock) {
 
 bool CKdProject::deletePropertyDefs(HWND hwnd, const CInt32Array& indexes,
                                     const std::vector<const iKdPropertyDefUser*>& users) {
-  failReason_ = CQbase::reasonNone;
-  CQbase db;
-  if (!openDb(hwnd, db, true)) return false;
-  if (!deleteUnusedFromDb(hwnd, db, propertyDefs_, indexes, users)) {
-    failReason_ = db.reason();
-    return false;
-  }
-  db.timeStamp(timeStamp_);
-  return true;
+  return deleteAndCommit(hwnd, VxKd::storedPropertyDefs, propertyDefs_,
+                         [&](CQbase& db, const CKdPropertyDefArray& before) {
+                           deleteUnusedFrom(hwnd, db, propertyDefs_, before, indexes, users);
+                         });
 }
 
 bool CKdProject::deleteDimTextFormats(HWND hwnd, const CInt32Array& indexes,
                                       const std::vector<const iKdDimtextFormatUser*>& users) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
-  if (!deleteUnusedFromDb(hwnd, db, dimTextFormats_, indexes, users)) {
-    failReason_ = db.reason();
-    return false;
-  }
-  db.timeStamp(timeStamp_);
-  return true;
+  return deleteAndCommit(hwnd, VxKd::storedDimTextFormats, dimTextFormats_,
+                         [&](CQbase& db, const CKdDimtextFormatArray& before) {
+                           deleteUnusedFrom(hwnd, db, dimTextFormats_, before, indexes, users);
+                         });
 }
 
 bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
-  // A format is in use by any product that names it, also one of a poly-object set: deleting
-  // it would leave that product without its part ID.
-  std::vector<const CKdProductDefArray*> users;
-  for (int i = 0; i < productGroups_.length(); ++i)
-    users.push_back(&productGroups_.objAt(i)->products());
-  for (VxKd::systemTypeIds type : kPolyDefSetReadOrder) users.push_back(polyDefSets(type));
   const int before = partIdFormats_.length();
-  if (!deleteUnusedFromDb(hwnd, db, partIdFormats_, indexes, users)) {
-    failReason_ = db.reason();
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
+  const bool stored =
+      deleteAndCommit(hwnd, VxKd::storedPartIdFormats, partIdFormats_,
+                      [&](CQbase& db, const CKdPartIdFormatArray& old) {
+                        // A format is in use by any product that names it, also one of a
+                        // poly-object set: deleting it would leave that product without its part
+                        // ID.
+                        std::vector<const CKdProductDefArray*> users;
+                        for (int i = 0; i < productGroups_.length(); ++i)
+                          users.push_back(&productGroups_.objAt(i)->products());
+                        for (VxKd::systemTypeIds type : kPolyDefSetReadOrder)
+                          users.push_back(polyDefSets(type));
+                        deleteUnusedFrom(hwnd, db, partIdFormats_, old, indexes, users);
+                      });
+  if (!stored) return false;
   CInt32Array selected;
   for (int32_t index : indexes)
     if (index >= 0 && index < before && !selected.contains(index)) selected.append(index);
@@ -428,28 +420,24 @@ bool CKdProject::deletePartIdFormats(HWND hwnd, const CInt32Array& indexes) {
 }
 
 bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
   // A style named by a format or a report would leave its texts without a style.
   bool usedByFormat = false, usedByReport = false;
-  const CKdTextStyleDefArray before(textStyleDefs_);
-  CInt32Array unused;
-  for (int i = 0; i < before.length(); ++i) {
-    if (!indexes.contains(i) || unused.contains(i)) continue;
-    bool byFormat = false, byReport = false;
-    if (!usesTextStyle(before.objAt(i)->name(), byFormat, byReport)) unused.append(i);
-    usedByFormat = usedByFormat || byFormat;
-    usedByReport = usedByReport || byReport;
-  }
-  for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
-  textStyleDefs_.deleteAt(unused);
-  if (!db.closeDatabase()) {
-    failReason_ = db.reason();
-    textStyleDefs_ = before;
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
+  const bool stored =
+      deleteAndCommit(hwnd, VxKd::storedTextStyles, textStyleDefs_,
+                      [&](CQbase& db, const CKdTextStyleDefArray& before) {
+                        CInt32Array unused;
+                        for (int i = 0; i < before.length(); ++i) {
+                          if (!indexes.contains(i) || unused.contains(i)) continue;
+                          bool byFormat = false, byReport = false;
+                          if (!usesTextStyle(before.objAt(i)->name(), byFormat, byReport))
+                            unused.append(i);
+                          usedByFormat = usedByFormat || byFormat;
+                          usedByReport = usedByReport || byReport;
+                        }
+                        for (int32_t index : unused) before.objAt(index)->deleteFrom(db);
+                        textStyleDefs_.deleteAt(unused);
+                      });
+  if (!stored) return false;
   if (!usedByFormat && !usedByReport) return true;
   CWsz text = VxKd::lngDbText(
       7526,
@@ -461,23 +449,15 @@ bool CKdProject::deleteTextStyles(HWND hwnd, const CInt32Array& indexes) {
 }
 
 bool CKdProject::deleteReportDefs(HWND hwnd, const CInt32Array& indexes) {
-  CQbase db;
-  failReason_ = CQbase::reasonNone;
-  if (!openDb(hwnd, db, true)) return false;
-  // Writing the array would leave a removed report's record in the file: each goes itself.
-  const CKdObjectArray<CKdReport> before(reportDefs_);
-  CInt32Array selected;
-  for (int32_t index : indexes)
-    if (index >= 0 && index < before.length() && !selected.contains(index)) selected.append(index);
-  for (int32_t index : selected) before.objAt(index)->deleteFrom(db);
-  reportDefs_.deleteAt(selected);
-  if (!db.closeDatabase()) {
-    failReason_ = db.reason();
-    reportDefs_ = before;
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
-  return true;
+  return deleteAndCommit(hwnd, VxKd::storedReports, reportDefs_,
+                         [&](CQbase& db, const CKdObjectArray<CKdReport>& before) {
+                           CInt32Array selected;
+                           for (int32_t index : indexes)
+                             if (index >= 0 && index < before.length() && !selected.contains(index))
+                               selected.append(index);
+                           for (int32_t index : selected) before.objAt(index)->deleteFrom(db);
+                           reportDefs_.deleteAt(selected);
+                         });
 }
 
 bool CKdProject::usesTextStyle(const wchar_t* name, bool& byFormat, bool& byReport) const {
@@ -557,6 +537,7 @@ bool CKdProject::delete2dSymbolIfNotUsed(CQbase& db, const char* symbolId) {
   if (!db.deleteRec(kSymbolRecord,
                     VxKd::buildSymbolDbId(symbols_.objAt(index)->projectId()).c_str()))
     return false;
+  forgetStored(VxKd::storedSymbols, {symbols_.idAt(index)});
   return symbols_.deleteAt(index);
 }
 

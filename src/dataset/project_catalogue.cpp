@@ -2,6 +2,7 @@
 
 #include <unordered_set>
 
+#include "dataset/project_records.h"
 #include "vxkd/dataset/project.h"
 #include "vxkd/platform/dialog.h"
 #include "vxkd/platform/lock_file.h"
@@ -85,22 +86,16 @@ bool CKdProject::deleteGroups(HWND hwnd, long groupId, bool withGroup) {
   productGroups_.getAllSubGroupIdsOf(groupId, ids);
   if (withGroup) ids.append(static_cast<int32_t>(groupId));
 
-  CQbase db;
-  if (!openDb(hwnd, db, true)) return false;
-  const CKdProductGroupArray before(productGroups_);
-  for (int32_t id : ids) {
-    if (const CKdProductGroup* doomed = productGroups_.findGroup(id)) {
-      doomed->deleteFrom(db);
-      productGroups_.deleteGroup(id);
-    }
-  }
-  if (!db.closeDatabase()) {
-    // Nothing of it reached the file: the groups stay in memory too.
-    failReason_ = db.reason();
-    productGroups_ = before;
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
+  const bool stored = deleteAndCommit(
+      hwnd, VxKd::storedGroups, productGroups_, [&](CQbase& db, const CKdProductGroupArray&) {
+        for (int32_t id : ids) {
+          if (const CKdProductGroup* doomed = productGroups_.findGroup(id)) {
+            doomed->deleteFrom(db);
+            productGroups_.deleteGroup(id);
+          }
+        }
+      });
+  if (!stored) return false;
   const long shown = !withGroup ? groupId : owner >= 1 ? owner : kRoot;
   setLastTreePos(lastTreePos_, shown);
   return true;
@@ -129,39 +124,39 @@ bool CKdProject::deleteProductDefs(HWND hwnd, CKdProductDefArray& products,
   const CKdProductGroup* owner = nullptr;
   for (int g = 0; g < productGroups_.length() && !owner; ++g)
     if (&productGroups_.objAt(g)->products() == &products) owner = productGroups_.objAt(g);
-  bool polySet = false;
-  for (VxKd::systemTypeIds type :
-       {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemElectric, VxKd::systemData})
-    polySet = polySet || polyDefSets(type) == &products;
-  if (!owner && !polySet) return false;
+  // A poly-object set's products are followed by id; a group's by group and id, and their
+  // deleted records may stay listed (deleting an absent record later does nothing).
+  int kind = -1;
+  const VxKd::systemTypeIds sets[] = {VxKd::systemDuct, VxKd::systemPipe, VxKd::systemElectric,
+                                      VxKd::systemData};
+  const VxKd::storedKind kinds[] = {VxKd::storedDuctDefs, VxKd::storedPipeDefs,
+                                    VxKd::storedElectricDefs, VxKd::storedDataDefs};
+  for (int i = 0; i < 4; ++i)
+    if (polyDefSets(sets[i]) == &products) kind = kinds[i];
+  if (!owner && kind < 0) return false;
 
-  CQbase db;
-  if (!openDb(hwnd, db, true)) return false;
   // A block item names its product by GUID: deleting the product would leave it drawing
   // nothing.
   CWszArray placedBy;
-  CInt32Array doomed;
-  for (int32_t index : indexes) {
-    if (index < 0 || index >= products.length() || doomed.contains(index)) continue;
-    CWszArray blocks;
-    blocksPlacing(products.objAt(index)->guid(), blocks);
-    for (int b = 0; b < blocks.length(); ++b) placedBy.append(blocks.at(b));
-    if (blocks.length() == 0) doomed.append(index);
-  }
-  const CKdProductDefArray before(products);
-  for (int32_t index : doomed) {
-    if (owner)
-      before.objAt(index)->deleteFrom(db, owner->dbId());
-    else
-      before.objAt(index)->deleteFrom(db, products.classId());
-  }
-  products.deleteAt(doomed);
-  if (!db.closeDatabase()) {
-    failReason_ = db.reason();
-    products = before;
-    return false;
-  }
-  timeStamp_.initFor(fileName_);
+  const bool stored =
+      deleteAndCommit(hwnd, kind, products, [&](CQbase& db, const CKdProductDefArray& before) {
+        CInt32Array doomed;
+        for (int32_t index : indexes) {
+          if (index < 0 || index >= before.length() || doomed.contains(index)) continue;
+          CWszArray blocks;
+          blocksPlacing(before.objAt(index)->guid(), blocks);
+          for (int b = 0; b < blocks.length(); ++b) placedBy.append(blocks.at(b));
+          if (blocks.length() == 0) doomed.append(index);
+        }
+        for (int32_t index : doomed) {
+          if (owner)
+            before.objAt(index)->deleteFrom(db, owner->dbId());
+          else
+            before.objAt(index)->deleteFrom(db, products.classId());
+        }
+        products.deleteAt(doomed);
+      });
+  if (!stored) return false;
   if (placedBy.length() == 0) return true;
   CWsz text = VxKd::lngDbText(7528,
                               L"#Some of the selected product definitions could not be deleted. "

@@ -125,8 +125,9 @@ TEST_F(ProjectTest, DeletedReportDefinitionsLeaveTheFile) {
   ASSERT_TRUE(plain.updateDb(nullptr));
   CKdProject back;
   ASSERT_TRUE(back.readDb(nullptr, path()));
-  EXPECT_EQ(back.reportDefs().length(), 2) << "updateDb keeps the record of a removed report";
+  EXPECT_EQ(back.reportDefs().length(), 1) << "updateDb deletes the record of a removed report";
 
+  ASSERT_TRUE(p.saveDbAs(nullptr, path()));
   ASSERT_TRUE(p.readDb(nullptr, path()));
   ASSERT_STREQ(p.reportDefs().nameAt(1), L"Report 5");
   EXPECT_TRUE(p.deleteReportDefs(nullptr, CInt32Array{1, 1, 7}));

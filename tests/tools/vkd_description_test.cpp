@@ -1,6 +1,7 @@
-// Dataset descriptions: vkd new --from builds what a JSON file describes, refuses a file it
-// cannot use with the place and the reason, and vkd describe writes a dataset back into
-// that form.
+// Dataset descriptions: vkd new --from builds what a JSON file describes and refuses a file
+// it cannot use with the place and the reason. That vkd describe writes what builds the same
+// dataset again is shown by the examples of docs/guide.md (vkd_guide_test), as are a unit
+// label and a linetype that a description names wrongly.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -65,22 +66,6 @@ TEST_F(VkdDescription, BuildsWhatItDescribesWithTheDefaultsOfWhatIsLeftOut) {
   EXPECT_EQ(vkd({"check", file("out.vkd")}).code, 0);
 }
 
-// What vkd describe writes builds the same dataset again: the JSON form loses nothing.
-TEST_F(VkdDescription, DescribingTheSampleAndBuildingItAgainGivesTheSameDescription) {
-  ASSERT_EQ(vkd({"new", "--sample", file("a.vkd")}).code, 0);
-  VkdResult first = vkd({"describe", file("a.vkd"), "-o", file("a.json")});
-  ASSERT_EQ(first.code, 0) << first.err;
-  EXPECT_EQ(first.out,
-            "Wrote the description of " + file("a.vkd") + " to " + file("a.json") + "\n");
-  VkdResult again = vkd({"new", "--from", file("a.json"), file("b.vkd")});
-  ASSERT_EQ(again.code, 0) << again.err;
-  VkdResult second = vkd({"describe", file("b.vkd")});
-  ASSERT_EQ(second.code, 0);
-  EXPECT_EQ(second.out, dir_.read("a.json"));
-  EXPECT_THAT(second.out, HasSubstr("\"guid\": \"3E1C26D3-23EF-423E-A848-F808F54D35BF\""))
-      << "the sample's products keep their identity";
-}
-
 // A description that cannot be used: the place and the reason, exit status 2, no file.
 struct Refused {
   const char* json;
@@ -99,8 +84,6 @@ const Refused kRefused[] = {
      "propertyDefinitions[0]: \"name\" is missing"},
     {R"({"propertyDefinitions": [{"name": "W", "type": "integer"}]})",
      "\"type\" is \"text\", \"int16\", \"int32\", \"float\" or \"double\""},
-    {R"({"propertyDefinitions": [{"name": "W", "type": "int32", "unit": "[mmm]"}]})",
-     "\"unit\": no unit has the label \"[mmm]\""},
     {R"({"propertyDefinitions": [{"name": "T", "type": "float", "unit": "[c]"}]})",
      "the label \"[c]\" belongs to several units; give the id: 91 (Temperature difference) 101 "
      "(Temperature)"},
@@ -149,8 +132,6 @@ const Refused kRefused[] = {
     // Refused as vkd check would report it of the dataset.
     {R"({"dimensionTextFormats": [{"format": "{*DESC*}", "style": "Nope"}]})",
      "in.json: dimension text format 1 \"\" names text style \"Nope\", which the dataset lacks"},
-    {R"({"polyObjectDefinitions": [{"set": "pipe", "linetype": "GAS"}]})",
-     "product pipe:1 \"\" names linetype \"GAS\", which the dataset lacks"},
 };
 
 void PrintTo(const Refused& refused, std::ostream* out) { *out << refused.says; }

@@ -87,14 +87,16 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // failReason() set and the project untouched, when the file cannot be opened or a read
   // fails in the middle (a damaged file).
   bool readDb(cuWin::HWND hwnd, const wchar_t* path);
-  // Writes every array into the open `db`, commits and closes it, and takes the new time
-  // stamp. False when the commit failed: the file is then as it was before.
+  // Writes every array into the open `db`, deletes the records of the definitions removed
+  // since the last read or write (see updateDb), commits and closes it, and takes the new
+  // time stamp. False when the commit failed: the file is then as it was before.
   bool writeDb(cuWin::HWND hwnd, CQbase& db);
   // Writes the project back to its file in one transaction, after the file passed its
-  // integrity check. Each array saves its records over the stored ones; records whose
-  // definitions were removed from memory stay in the file (deletePropertyDefs removes
-  // them from both). False, with failReason() set (and the open's message shown when the
-  // file cannot be opened), when nothing was written.
+  // integrity check. Each array saves its records over the stored ones, and the records of
+  // definitions that this project read or wrote and has since removed from memory are
+  // deleted; a record it never read (another user's, stored after the read) stays. False,
+  // with failReason() set (and the open's message shown when the file cannot be opened),
+  // when nothing was written.
   bool updateDb(cuWin::HWND hwnd);
   // Writes the project to a new file at `path` and binds to it. A file at `path`, the
   // project's own included, is replaced only by the complete new one, so a crash or a full
@@ -238,6 +240,24 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   // Deletes the descendants of group `groupId`, and the group itself `withGroup`, under the
   // edit lock; see deleteProductGroup.
   bool deleteGroups(cuWin::HWND hwnd, long groupId, bool withGroup);
+  // The one shape of the delete commands: opens the file for update, lets `remove(db,
+  // before)` delete elements of `array` and their records (`before` is the array as it
+  // was), and commits. False when the file cannot be opened (nothing changed) or the commit
+  // fails: the array then gets its elements back, as the file kept their records, and
+  // failReason() says why. On success the project takes the commit's time stamp, and the
+  // removed elements of `kind` (VxKd::storedKind) no longer count as stored. Defined in
+  // src/dataset/project_records.h.
+  template <typename Array, typename Remove>
+  bool deleteAndCommit(cuWin::HWND hwnd, int kind, Array& array, Remove&& remove);
+  // The records of the definitions in memory, by kind; see stored_.
+  std::vector<std::vector<std::pair<long, long>>> recordsInMemory() const;
+  // Deletes from the open `db` the records of stored_ whose definitions left memory
+  // (`inMemory`, as recordsInMemory gives it).
+  void deleteRemovedRecords(CQbase& db,
+                            const std::vector<std::vector<std::pair<long, long>>>& inMemory) const;
+  // The ids of `kind` whose records were deleted: not stored any more (a group's products
+  // with the group).
+  void forgetStored(int kind, const std::vector<long>& ids);
 
   CWsz fileName_;
   cuFile::CFileTime timeStamp_;
@@ -258,4 +278,9 @@ class VXKD_API CKdProject : public iKdBlockModelSource {
   int lastTreePos_ = 0;
   long lastTreePosId_ = 0;
   CQbase::failReason failReason_ = CQbase::reasonNone;
+  // The records this image read from its file or last wrote there, by VxKd::storedKind: the
+  // group (0 for none) and the id of each, sorted. A save deletes the records of those no
+  // longer in memory and no others, so that a record another user stored after this image
+  // was read is never touched. A record that did not read is not here: it is kept.
+  std::vector<std::vector<std::pair<long, long>>> stored_;
 };
