@@ -209,14 +209,14 @@ TEST_F(EditServerTest, ASourceDatasetOverTheUploadLimitIsStillCompared) {
     ASSERT_TRUE(project.readDb(nullptr, CWsz::fromUtf8(file().c_str())));
     CKdProductDefArray& products = project.productGroups().findGroup(2)->products();
     const CKdProductDef model = *products.objAt(0);
-    for (int i = 0; i < 6000; ++i) {
+    for (int i = 0; i < 2000; ++i) {
       CKdProductDef product = model;
       product.setDbId(100 + i);
       CKdGuid guid;
       guid.createValue();
       product.setGuid(guid);
       product.setDesc(
-          CWsz::fromUtf8(("Grille " + std::to_string(i) + std::string(150, '.')).c_str()));
+          CWsz::fromUtf8(("Grille " + std::to_string(i) + std::string(600, '.')).c_str()));
       products.append(&product);
     }
     ASSERT_TRUE(project.saveDbAs(nullptr, CWsz::fromUtf8(source.c_str())));
@@ -228,8 +228,10 @@ TEST_F(EditServerTest, ASourceDatasetOverTheUploadLimitIsStillCompared) {
 
   EditServer server(file());
   ASSERT_GT(server.port, 0);
-  auto reply = server.client().Post("/api/merge/source?name=source.vkd", server.own(), bytes,
-                                    "application/octet-stream");
+  auto client = server.client();
+  client.set_read_timeout(120);  // the comparison of thousands of products, on a busy machine
+  auto reply = client.Post("/api/merge/source?name=source.vkd", server.own(), bytes,
+                           "application/octet-stream");
   ASSERT_TRUE(reply);
   ASSERT_EQ(reply->status, 200) << reply->body.substr(0, 300);
   EXPECT_TRUE(json::parse(reply->body)["merge"].is_object());
