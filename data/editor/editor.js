@@ -81,11 +81,14 @@ async function api(method, path, body, answers = []) {
   return { status: response.status, body: data };
 }
 
-// The JSON of an upload's answer; a refusal before the interface (an upload over its limit)
-// answers in plain text, which becomes the error.
+// The JSON of an upload's answer; a refusal before the interface answers in plain text,
+// which becomes the error (an upload over its limit may come back without any text).
 async function readReply(response) {
   const text = await response.text();
-  try { return JSON.parse(text); } catch (e) { return { error: text.trim() || response.statusText }; }
+  try { return JSON.parse(text); } catch (e) {
+    const fallback = response.status === 413 ? 'The file is too large.' : response.statusText;
+    return { error: text.trim() || fallback };
+  }
 }
 
 function cell(text) {
