@@ -409,36 +409,31 @@ function lineTypeName(id) {
   return t ? t.name : String(id);
 }
 
+// A labelled box to tick, with `value`; `onChange` is called when it is ticked or not.
+function tickBox(value, checked, text, onChange) {
+  const label = document.createElement('label');
+  label.className = 'flag';
+  const box = document.createElement('input');
+  box.type = 'checkbox';
+  box.value = value;
+  box.checked = checked;
+  if (onChange) box.addEventListener('change', onChange);
+  label.append(box, text);
+  return label;
+}
+
 function openReportParts(values) {
   const report = values || reportChoices.defaults;
   const lists = report.lists || [];
-  $('r-lists').replaceChildren(...reportChoices.entityTypes.map((e) => {
-    const label = document.createElement('label');
-    label.className = 'flag';
-    const box = document.createElement('input');
-    box.type = 'checkbox';
-    box.value = e.id;
-    box.checked = lists.includes(e.id);
-    box.addEventListener('change', showDeviceGroups);
-    label.append(box, e.name);
-    return label;
-  }));
+  $('r-lists').replaceChildren(...reportChoices.entityTypes.map((e) =>
+    tickBox(e.id, lists.includes(e.id), e.name, showDeviceGroups)));
   // The groups as boxes to tick, the chosen ones first; a GUID the dataset has no group of
   // any more is kept, shown as it is.
   const chosen = report.deviceGroups || [];
   const groups = reportChoices.groups.concat(chosen.filter((guid) =>
     !reportChoices.groups.some((g) => g.guid === guid)).map((guid) => ({ guid, path: guid })));
   groups.sort((a, b) => chosen.includes(b.guid) - chosen.includes(a.guid));
-  $('r-groups').replaceChildren(...groups.map((g) => {
-    const label = document.createElement('label');
-    label.className = 'flag';
-    const box = document.createElement('input');
-    box.type = 'checkbox';
-    box.value = g.guid;
-    box.checked = chosen.includes(g.guid);
-    label.append(box, g.path);
-    return label;
-  }));
+  $('r-groups').replaceChildren(...groups.map((g) => tickBox(g.guid, chosen.includes(g.guid), g.path)));
   showDeviceGroups();
   const sort = $('r-sort-property');
   sort.replaceChildren(new Option('(not sorted)', 0),

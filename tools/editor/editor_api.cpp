@@ -10,6 +10,7 @@
 #include "editor_forms.h"
 #include "editor_products.h"
 #include "editor_reports.h"
+#include "editor_text.h"
 #include "vxkd/dimtext/dimtext.h"
 #include "vxkd/merge/dataset_kind.h"
 #include "vxkd/platform/svg_writer.h"
@@ -20,10 +21,6 @@ using json = nlohmann::json;
 
 namespace vkdedit {
 namespace {
-
-std::string utf8(const wchar_t* text) { return text ? CWsz(text).toUtf8() : std::string(); }
-std::string utf8(const CWsz& text) { return text.toUtf8(); }
-CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
 
 // The kinds whose definitions are imported from an uploaded file and exported as a download.
 struct FileKind {

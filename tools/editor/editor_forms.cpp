@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "editor_reports.h"
+#include "editor_text.h"
 #include "vxkd/drawingdefs/layer_def.h"
 #include "vxkd/platform/sz.h"
 
@@ -11,9 +12,6 @@ using json = nlohmann::json;
 
 namespace vkdedit {
 namespace {
-
-std::string utf8(const CWsz& text) { return text.toUtf8(); }
-CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
 
 // The host's colour indexes a layer may have (0 and 256 mean "by block" and "by layer").
 constexpr int kMinLayerColor = 1;
@@ -279,11 +277,7 @@ const std::vector<FormKind>& formKinds() {
        [](const CKdProject& p) {
          return itemsOf(p.layerDefs(), [](const CKdLayerDef& l, int) { return layerJson(l); });
        },
-       [](const CKdProject& p, long id) {
-         for (int i = 0; i < p.layerDefs().length(); ++i)
-           if (p.layerDefs().idAt(i) == id) return i;
-         return -1;
-       },
+       [](const CKdProject& p, long id) { return p.layerDefs().indexOfId(id); },
        storeLayer,
        nullptr},
       {"linetypes",
@@ -313,11 +307,7 @@ const std::vector<FormKind>& formKinds() {
          return itemsOf(p.textStyleDefs(),
                         [](const CKdTextStyleDef& s, int) { return textStyleJson(s); });
        },
-       [](const CKdProject& p, long id) {
-         for (int i = 0; i < p.textStyleDefs().length(); ++i)
-           if (p.textStyleDefs().idAt(i) == id) return i;
-         return -1;
-       },
+       [](const CKdProject& p, long id) { return p.textStyleDefs().indexOfId(id); },
        storeTextStyle,
        [](CKdProject& p, int index) -> std::string {
          if (p.deleteTextStyles(nullptr, CInt32Array{index})) return "";
@@ -342,11 +332,7 @@ const std::vector<FormKind>& formKinds() {
        [](const CKdProject& p) {
          return itemsOf(p.reportDefs(), [&p](const CKdReport& r, int) { return reportJson(p, r); });
        },
-       [](const CKdProject& p, long id) {
-         for (int i = 0; i < p.reportDefs().length(); ++i)
-           if (p.reportDefs().objAt(i)->dbId() == id) return i;
-         return -1;
-       },
+       [](const CKdProject& p, long id) { return p.reportDefs().indexOfId(id); },
        storeReport,
        removeReport,
        true},

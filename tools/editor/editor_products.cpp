@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "editor_forms.h"
+#include "editor_text.h"
 #include "vxkd/drawingdefs/linetype_def.h"
 #include "vxkd/properties/format_string.h"
 
@@ -10,9 +11,6 @@ using json = nlohmann::json;
 
 namespace vkdedit {
 namespace {
-
-std::string utf8(const CWsz& text) { return text.toUtf8(); }
-CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
 
 // The colours a product may have: the host's indexes, 0 "by block" and 256 "by layer".
 constexpr int kMaxProductColor = 256;

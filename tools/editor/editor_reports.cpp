@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "editor_text.h"
 #include "vxkd/platform/sz.h"
 #include "vxkd/properties/std_property.h"
 
@@ -15,9 +16,6 @@ using json = nlohmann::json;
 
 namespace vkdedit {
 namespace {
-
-std::string utf8(const CWsz& text) { return text.toUtf8(); }
-CWsz wide(const std::string& text) { return CWsz::fromUtf8(text.c_str()); }
 
 // The kinds of object a report lists, as the form names them.
 struct EntityName {
